@@ -1,0 +1,12 @@
+# Every source of the program except the entry point and the kernel instance.
+file(GLOB DIAG_CORE_SOURCES CONFIGURE_DEPENDS
+  ${CMAKE_CURRENT_LIST_DIR}/../src/shell/*.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/../src/kernel/*.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/../src/fpga/*.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/../src/i2c/*.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/../src/monitor/*.cpp
+  ${CMAKE_CURRENT_LIST_DIR}/../src/selftest/*.cpp)
+list(FILTER DIAG_CORE_SOURCES EXCLUDE REGEX "/(main|linuxKernelInstance)\\.cpp$")
+
+file(GLOB DIAG_SIM_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/../sim/*.cpp)
+list(FILTER DIAG_SIM_SOURCES EXCLUDE REGEX "/(simKernelInstance|simCtlMain)\\.cpp$")

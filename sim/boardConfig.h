@@ -1,0 +1,29 @@
+#pragma once
+#include <cstdint>
+
+// Which instrument the simulator is: the board the program runs on, its
+// revision and the variants that differ between boards of one revision.
+// These are the simulator's own statement of the board facts.
+namespace sim {
+
+enum Board : uint32_t { BOARD_MAIN = 0, BOARD_SIGNAL = 1, BOARD_FRONT_PANEL = 2, BOARD_MAIN_REF = 3 };
+// Each PCA9545 is named "pca9545APW" at its first address or "pca9545" at its second.
+enum SwVariant : uint8_t { SW_APW = 0, SW_PLAIN = 1 };
+enum SwIndex { SW_HOST = 0, SW_FP = 1, SW_SHOST = 2, SW_COUNT = 3 };
+
+struct BoardConfig {
+  uint32_t board;
+  uint32_t rev;
+  uint8_t swVariant[SW_COUNT];
+  uint8_t mrefSensorAddr;  // 0x48 or 0x4D
+  uint32_t localTempMilliC;  // temperature the sensors report
+};
+
+void defaultConfig(BoardConfig& cfg);
+bool usesSwitches(const BoardConfig& cfg);  // revision 3 and later
+// Address and sysfs name of a PCA9545 on this board.
+int switchAddr(const BoardConfig& cfg, SwIndex sw);
+const char* switchName(const BoardConfig& cfg, SwIndex sw);
+const char* boardName(uint32_t board);
+
+}  // namespace sim

@@ -1,0 +1,127 @@
+#include "simCtl.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <fstream>
+#include <sstream>
+
+#include "simStore.h"
+
+namespace sim {
+
+bool parseNum(const std::string& text, unsigned long* value) {
+  if (text.empty()) return false;
+  char* end = nullptr;
+  *value = strtoul(text.c_str(), &end, 0);
+  return end && *end == '\0';
+}
+
+namespace {
+std::string usage() {
+  return "usage: diag-simctl <command> ...\n"
+         "  reset                         power-on state, default configuration\n"
+         "  power-cycle                   power-on state of the devices, keeping the configuration\n"
+         "  show                          configuration of the simulated instrument\n"
+         "  set board main|signal|fp|mref which board the program runs on\n"
+         "  set rev N                     board revision (below 3: 4-channel muxes)\n"
+         "  set switch host|fp|shost pca9545APW|pca9545\n"
+         "                                name and address variant of a PCA9545\n"
+         "  set mref-addr 0x48|0x4d       where the main-reference sensor answers\n"
+         "  set temp DEGREES              temperature the sensors measure\n"
+         "  revision FILE|none            revision file of the installed diagnostics\n" +
+         fpgaCtlUsage() + i2cCtlUsage();
+}
+
+int setSwitch(SimState& s, const std::string& which, const std::string& variant, std::string& out) {
+  int idx = which == "host" ? SW_HOST : which == "fp" ? SW_FP : which == "shost" ? SW_SHOST : -1;
+  if (idx < 0 || (variant != "pca9545APW" && variant != "pca9545")) {
+    out = "unknown switch or variant\n";
+    return 2;
+  }
+  s.cfg.swVariant[idx] = variant == "pca9545" ? SW_PLAIN : SW_APW;
+  return 0;
+}
+
+int set(SimState& s, const std::vector<std::string>& a, std::string& out) {
+  unsigned long v;
+  if (a.size() == 3 && a[1] == "board") {
+    for (uint32_t b = BOARD_MAIN; b <= BOARD_MAIN_REF; ++b)
+      if (a[2] == boardName(b)) {
+        s.cfg.board = b;
+        return 0;
+      }
+  } else if (a.size() == 3 && a[1] == "rev" && parseNum(a[2], &v)) {
+    s.cfg.rev = static_cast<uint32_t>(v);
+    return 0;
+  } else if (a.size() == 4 && a[1] == "switch") {
+    return setSwitch(s, a[2], a[3], out);
+  } else if (a.size() == 3 && a[1] == "mref-addr" && parseNum(a[2], &v) && (v == 0x48 || v == 0x4d)) {
+    s.cfg.mrefSensorAddr = static_cast<uint8_t>(v);
+    return 0;
+  } else if (a.size() == 3 && a[1] == "temp") {
+    s.cfg.localTempMilliC = static_cast<uint32_t>(atof(a[2].c_str()) * 1000.0);
+    return 0;
+  }
+  out = "bad set command\n" + usage();
+  return 2;
+}
+
+int revision(SimState& s, const std::string& file, std::string& out) {
+  if (file == "none") {
+    s.revisionText[0] = '\0';
+    return 0;
+  }
+  std::ifstream in(file);
+  if (!in) {
+    out = "cannot read " + file + "\n";
+    return 2;
+  }
+  std::stringstream ss;
+  ss << in.rdbuf();
+  snprintf(s.revisionText, sizeof s.revisionText, "%s", ss.str().c_str());
+  return 0;
+}
+
+std::string show(const SimState& s) {
+  char buf[512];
+  snprintf(buf, sizeof buf,
+           "state %s\nboard %s\nrev %u\nswitch host %s 0x%02x\nswitch fp %s 0x%02x\nswitch shost %s 0x%02x\n"
+           "mref-addr 0x%02x\ntemp %.1f\n",
+           statePath().c_str(), boardName(s.cfg.board), s.cfg.rev, switchName(s.cfg, SW_HOST),
+           switchAddr(s.cfg, SW_HOST), switchName(s.cfg, SW_FP), switchAddr(s.cfg, SW_FP),
+           switchName(s.cfg, SW_SHOST), switchAddr(s.cfg, SW_SHOST), s.cfg.mrefSensorAddr,
+           s.cfg.localTempMilliC / 1000.0);
+  return buf;
+}
+}  // namespace
+
+int simCtl(const std::vector<std::string>& args, std::string& out) {
+  out.clear();
+  if (args.empty() || args[0] == "-h" || args[0] == "help") {
+    out = usage();
+    return args.empty() ? 2 : 0;
+  }
+  SimLock lk;
+  SimState& s = lk.state();
+  const std::string& cmd = args[0];
+  if (cmd == "reset" && args.size() == 1) {
+    resetState(s);
+    return 0;
+  }
+  if (cmd == "power-cycle" && args.size() == 1) {
+    resetDevices(s);
+    return 0;
+  }
+  if (cmd == "show") {
+    out = show(s);
+    return 0;
+  }
+  if (cmd == "set") return set(s, args, out);
+  if (cmd == "revision" && args.size() == 2) return revision(s, args[1], out);
+  if (cmd == "fpga") return fpgaCtl(s, args, out);
+  if (cmd == "i2c") return i2cCtl(s, args, out);
+  out = "unknown command\n" + usage();
+  return 2;
+}
+
+}  // namespace sim

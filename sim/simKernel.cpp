@@ -1,0 +1,149 @@
+#include "simKernel.h"
+
+#include <fcntl.h>
+#include <sys/mman.h>
+
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include "fpgaModel.h"
+#include "simStore.h"
+#include "simTrace.h"
+#include "sysfs.h"
+
+namespace sim {
+
+namespace {
+constexpr size_t FPGA_MAP_LEN = 0x200000;
+
+// The kernel's way of failing: -1 with errno set.
+template <typename T>
+T fail(int err, T bad) {
+  errno = err;
+  return bad;
+}
+
+bool parseAdapter(const char* path, int* adapter) {
+  int n = -1;
+  char extra;
+  if (sscanf(path, "/dev/i2c-%d%c", &n, &extra) != 1 || n < 0) return false;
+  *adapter = n;
+  return true;
+}
+}  // namespace
+
+SimKernel::OpenFile* SimKernel::lookup(int fd) {
+  std::lock_guard<std::mutex> g(filesMutex);
+  auto it = files.find(fd);
+  return it == files.end() ? nullptr : &it->second;
+}
+
+int SimKernel::add(OpenFile f) {
+  std::lock_guard<std::mutex> g(filesMutex);
+  int fd = nextFd++;
+  files.emplace(fd, std::move(f));
+  return fd;
+}
+
+int SimKernel::doOpen(const char* path, int flags) {
+  if (!path) return fail(EFAULT, -1);
+  SimLock lk;
+  SimState& s = lk.state();
+  OpenFile f{SYSFILE, path, {-1, 0}, "", 0};
+  int adapter;
+  bool isDir = false;
+  if (!strcmp(path, "/dev/z9fpga0")) {
+    f.kind = FPGA;
+  } else if (parseAdapter(path, &adapter)) {
+    if (!i2cAdapterExists(s, adapter)) {
+      trace("open %s -> ENOENT", path);
+      return fail(ENOENT, -1);
+    }
+    f.kind = I2C;
+    f.i2c = {adapter, 0};
+  } else if (sysFileLookup(s, path, &f.content, &isDir)) {
+    f.kind = isDir ? SYSDIR : SYSFILE;
+    if (isDir && (flags & O_ACCMODE) != O_RDONLY) return fail(EISDIR, -1);
+  } else {
+    trace("open %s -> ENOENT", path);
+    return fail(ENOENT, -1);
+  }
+  int fd = add(std::move(f));
+  trace("open %s -> fd %d", path, fd);
+  return fd;
+}
+
+int SimKernel::doClose(int fd) {
+  std::lock_guard<std::mutex> g(filesMutex);
+  if (files.erase(fd) == 0) {
+    trace("close fd %d -> EBADF", fd);
+    return fail(EBADF, -1);
+  }
+  trace("close fd %d", fd);
+  return 0;
+}
+
+ssize_t SimKernel::doRead(int fd, void* buf, size_t n) {
+  OpenFile* f = lookup(fd);
+  if (!f) return fail(EBADF, ssize_t(-1));
+  SimLock lk;
+  ssize_t r;
+  switch (f->kind) {
+    case I2C: r = i2cRead(lk.state(), f->i2c, buf, n); break;
+    case FPGA: r = fpgaRead(lk.state(), buf, n); break;
+    case SYSDIR: r = -EISDIR; break;
+    default: {
+      size_t left = f->content.size() - f->pos;
+      size_t k = n < left ? n : left;
+      memcpy(buf, f->content.data() + f->pos, k);
+      f->pos += k;
+      r = static_cast<ssize_t>(k);
+    }
+  }
+  if (f->kind == SYSFILE || f->kind == SYSDIR) trace("read %s %zu -> %zd", f->path.c_str(), n, r);
+  return r < 0 ? fail(static_cast<int>(-r), ssize_t(-1)) : r;
+}
+
+ssize_t SimKernel::doWrite(int fd, const void* buf, size_t n) {
+  OpenFile* f = lookup(fd);
+  if (!f) return fail(EBADF, ssize_t(-1));
+  SimLock lk;
+  ssize_t r;
+  switch (f->kind) {
+    case I2C: r = i2cWrite(lk.state(), f->i2c, buf, n); break;
+    case FPGA: r = fpgaWrite(lk.state(), buf, n); break;
+    default: r = -EBADF;  // system files are opened for reading
+  }
+  return r < 0 ? fail(static_cast<int>(-r), ssize_t(-1)) : r;
+}
+
+int SimKernel::doIoctl(int fd, unsigned long request, void* arg) {
+  OpenFile* f = lookup(fd);
+  if (!f) return fail(EBADF, -1);
+  SimLock lk;
+  int r;
+  switch (f->kind) {
+    case I2C: r = i2cIoctl(lk.state(), f->i2c, request, arg); break;
+    case FPGA: r = fpgaIoctl(lk.state(), request, arg); break;
+    default: r = -ENOTTY;
+  }
+  return r < 0 ? fail(-r, -1) : r;
+}
+
+void* SimKernel::doMmap(size_t len, int prot, int flags, int fd, off_t offset) {
+  OpenFile* f = lookup(fd);
+  if (!f) return fail(EBADF, MAP_FAILED);
+  if (f->kind != FPGA || offset != 0 || len > FPGA_MAP_LEN) {
+    trace("mmap fd %d len 0x%zx -> ENODEV", fd, len);
+    return fail(ENODEV, MAP_FAILED);
+  }
+  // The driver's acquisition buffer: memory of its own, as the driver gives it.
+  void* p = ::mmap(nullptr, len, prot, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
+  trace("fpga mmap len 0x%zx%s", len, p == MAP_FAILED ? " -> ENOMEM" : "");
+  return p;
+}
+
+int SimKernel::doMunmap(void* addr, size_t len) { return ::munmap(addr, len); }
+
+}  // namespace sim

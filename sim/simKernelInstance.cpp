@@ -1,0 +1,6 @@
+#include "simKernel.h"
+
+Kernel& kernel() {
+  static sim::SimKernel k;
+  return k;
+}

@@ -1,0 +1,31 @@
+#pragma once
+#include <cstdint>
+
+#include "boardConfig.h"
+#include "fpgaState.h"
+#include "i2cState.h"
+
+namespace sim {
+
+constexpr uint32_t SIM_MAGIC = 0x5a395349;  // "Z9SI"
+constexpr uint32_t SIM_LAYOUT = 1;
+
+// The whole simulated instrument, in one file-backed shared mapping so that
+// every diag-sim process sees one instrument. Plain data only.
+struct SimState {
+  uint32_t magic;
+  uint32_t layout;
+  uint32_t size;
+  uint32_t generation;  // bumped by every reset
+  BoardConfig cfg;
+  char revisionText[256];  // contents of the installed-diagnostics revision file
+  FpgaState fpga;
+  I2cState i2c;
+};
+
+// Puts the instrument in its power-on state with the default configuration.
+void resetState(SimState& s);
+// Power-on state of the devices, keeping the configuration.
+void resetDevices(SimState& s);
+
+}  // namespace sim

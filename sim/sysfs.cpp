@@ -1,0 +1,81 @@
+#include "sysfs.h"
+
+#include <cstdio>
+#include <vector>
+
+#include "simState.h"
+
+namespace sim {
+
+namespace {
+const std::string BUS_DEVICES = "/sys/bus/i2c/devices";
+const std::string ADAPTER2_DIR = "/sys/devices/platform/omap/omap_i2c.2/i2c-2";
+
+struct Client {
+  int addr;
+  std::string name;
+};
+
+std::vector<Client> clientsOnAdapter2(const SimState& s) {
+  std::vector<Client> c;
+  const BoardConfig& cfg = s.cfg;
+  switch (cfg.board) {
+    case BOARD_MAIN:
+      c.push_back({0x56, "24c32"});
+      if (usesSwitches(cfg)) {
+        c.push_back({switchAddr(cfg, SW_HOST), switchName(cfg, SW_HOST)});
+        c.push_back({switchAddr(cfg, SW_FP), switchName(cfg, SW_FP)});
+      }
+      break;
+    case BOARD_SIGNAL:
+      c.push_back({0x50, "24c32"});
+      if (usesSwitches(cfg)) c.push_back({switchAddr(cfg, SW_SHOST), switchName(cfg, SW_SHOST)});
+      break;
+    case BOARD_FRONT_PANEL:
+      c.push_back({0x53, "24c512_fp"});
+      break;
+    case BOARD_MAIN_REF:
+      c.push_back({0x50, "24c512_ref"});
+      break;
+  }
+  return c;
+}
+
+std::string clientDir(int addr) {
+  char buf[16];
+  snprintf(buf, sizeof buf, "2-%04x", addr);
+  return buf;
+}
+}  // namespace
+
+bool sysFileLookup(const SimState& s, const std::string& path, std::string* content, bool* isDir) {
+  content->clear();
+  *isDir = false;
+  if (path == "/vesta/diags/revision.txt") {
+    if (!s.revisionText[0]) return false;
+    *content = s.revisionText;
+    return true;
+  }
+  if (path == "/vesta/diags/boardrev.txt") {
+    *content = std::to_string(s.cfg.rev) + "\n";
+    return true;
+  }
+  if (path == ADAPTER2_DIR || path == BUS_DEVICES) {
+    *isDir = true;
+    return true;
+  }
+  for (const Client& c : clientsOnAdapter2(s)) {
+    std::string dir = clientDir(c.addr);
+    if (path == BUS_DEVICES + "/" + dir || path == ADAPTER2_DIR + "/" + dir) {
+      *isDir = true;
+      return true;
+    }
+    if (path == ADAPTER2_DIR + "/" + dir + "/name" || path == BUS_DEVICES + "/" + dir + "/name") {
+      *content = c.name + "\n";
+      return true;
+    }
+  }
+  return false;
+}
+
+}  // namespace sim

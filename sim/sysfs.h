@@ -1,0 +1,10 @@
+#pragma once
+#include <string>
+
+namespace sim {
+struct SimState;
+
+// The fixed system files the program consults: the sysfs entries of adapter 2
+// and the installed-diagnostics files. Returns false for a path that does not exist.
+bool sysFileLookup(const SimState& s, const std::string& path, std::string* content, bool* isDir);
+}  // namespace sim

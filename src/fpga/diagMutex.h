@@ -1,0 +1,22 @@
+#pragma once
+#include <semaphore.h>
+#include "diagStatus.h"
+
+// The two program-wide named semaphores: "diagGPMCSem" around every FPGA
+// register word, "diagSem" around the use of an I2C device and its path.
+// Handles are opened once per process and kept.
+E_STATUS getGPMCMutx(sem_t** ppMutex);
+E_STATUS getMutx(sem_t** ppMutex);
+
+// Waiting and posting with a record of the holding process, so that a process
+// that ends while holding a semaphore does not stop every later one:
+// - a process releases what it holds when it exits or is stopped by a signal;
+// - a waiter that finds the recorded holder gone takes the semaphore over and
+//   says so.
+// semTake on a semaphore this process already holds goes on without waiting
+// (reentrant == true, as the I2C accessor needs); the FPGA word access takes
+// and gives the semaphore around each word.
+E_STATUS semTake(sem_t* pMutex, bool reentrant = false);
+void semGive(sem_t* pMutex);
+// True when this process holds the semaphore.
+bool semHeldHere(sem_t* pMutex);

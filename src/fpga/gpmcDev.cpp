@@ -1,0 +1,2 @@
+#include "gpmcDev.h"
+bool GpmcDev::sysLoggingOn = false;

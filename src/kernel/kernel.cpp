@@ -1,0 +1,68 @@
+#include "kernel.h"
+
+#include <fcntl.h>
+
+namespace {
+inline void bump(std::atomic<unsigned long>& c) { c.fetch_add(1, std::memory_order_relaxed); }
+}  // namespace
+
+int Kernel::open(const char* path, int flags) {
+  bump(nOpen);
+  return doOpen(path, flags);
+}
+int Kernel::close(int fd) {
+  bump(nClose);
+  return doClose(fd);
+}
+ssize_t Kernel::read(int fd, void* buf, size_t n) {
+  bump(nRead);
+  return doRead(fd, buf, n);
+}
+ssize_t Kernel::write(int fd, const void* buf, size_t n) {
+  bump(nWrite);
+  return doWrite(fd, buf, n);
+}
+int Kernel::ioctl(int fd, unsigned long request, void* arg) {
+  bump(nIoctl);
+  return doIoctl(fd, request, arg);
+}
+int Kernel::ioctlVal(int fd, unsigned long request, unsigned long value) {
+  bump(nIoctl);
+  return doIoctl(fd, request, reinterpret_cast<void*>(value));
+}
+void* Kernel::mmap(size_t len, int prot, int flags, int fd, off_t offset) {
+  bump(nMmap);
+  return doMmap(len, prot, flags, fd, offset);
+}
+int Kernel::munmap(void* addr, size_t len) { return doMunmap(addr, len); }
+
+ssize_t Kernel::readFile(const char* path, char* buf, size_t size) {
+  if (!buf || size == 0) return -1;
+  buf[0] = '\0';
+  int fd = open(path, O_RDONLY);
+  if (fd < 0) return -1;
+  ssize_t n = read(fd, buf, size - 1);
+  close(fd);
+  buf[n > 0 ? n : 0] = '\0';
+  return n;
+}
+
+bool Kernel::canOpen(const char* path) {
+  int fd = open(path, O_RDONLY);
+  if (fd < 0) return false;
+  close(fd);
+  return true;
+}
+
+Kernel::Counts Kernel::counts() const {
+  Counts c;
+  c.open = nOpen.load();
+  c.close = nClose.load();
+  c.read = nRead.load();
+  c.write = nWrite.load();
+  c.ioctl = nIoctl.load();
+  c.mmap = nMmap.load();
+  return c;
+}
+
+void Kernel::resetCounts() { nOpen = nClose = nRead = nWrite = nIoctl = nMmap = 0; }

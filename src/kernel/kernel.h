@@ -1,0 +1,53 @@
+#pragma once
+#include <sys/types.h>
+#include <atomic>
+#include <cstddef>
+#include <string>
+
+// The one door to the hardware: every call that reaches a device file, sysfs or
+// the fixed system files goes through the Kernel in use. diag links the Linux
+// kernel; diag-sim and the tests link the simulated instrument.
+class Kernel {
+public:
+  struct Counts {
+    unsigned long open = 0, close = 0, read = 0, write = 0, ioctl = 0, mmap = 0;
+    unsigned long total() const { return open + close + read + write + ioctl + mmap; }
+  };
+
+  virtual ~Kernel() = default;
+
+  int open(const char* path, int flags);
+  int close(int fd);
+  ssize_t read(int fd, void* buf, size_t n);
+  ssize_t write(int fd, const void* buf, size_t n);
+  // Requests whose argument is a pointer to a record.
+  int ioctl(int fd, unsigned long request, void* arg);
+  // Requests whose argument is a plain value (I2C_SLAVE_FORCE takes the address).
+  int ioctlVal(int fd, unsigned long request, unsigned long value);
+  void* mmap(size_t len, int prot, int flags, int fd, off_t offset);
+  int munmap(void* addr, size_t len);
+
+  // Reads up to size-1 bytes of a small system file (sysfs entry, revision file)
+  // into buf and terminates it; returns the byte count or -1.
+  ssize_t readFile(const char* path, char* buf, size_t size);
+  // True when the path can be opened for reading.
+  bool canOpen(const char* path);
+
+  Counts counts() const;
+  void resetCounts();
+
+protected:
+  virtual int doOpen(const char* path, int flags) = 0;
+  virtual int doClose(int fd) = 0;
+  virtual ssize_t doRead(int fd, void* buf, size_t n) = 0;
+  virtual ssize_t doWrite(int fd, const void* buf, size_t n) = 0;
+  virtual int doIoctl(int fd, unsigned long request, void* arg) = 0;
+  virtual void* doMmap(size_t len, int prot, int flags, int fd, off_t offset) = 0;
+  virtual int doMunmap(void* addr, size_t len) = 0;
+
+private:
+  std::atomic<unsigned long> nOpen{0}, nClose{0}, nRead{0}, nWrite{0}, nIoctl{0}, nMmap{0};
+};
+
+// The kernel this program is linked with.
+Kernel& kernel();

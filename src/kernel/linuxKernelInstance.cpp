@@ -1,0 +1,6 @@
+#include "linuxKernel.h"
+
+Kernel& kernel() {
+  static LinuxKernel k;
+  return k;
+}

@@ -1,0 +1,112 @@
+#include "dcli.h"
+
+#include <cctype>
+#include <cstring>
+
+#include "cmdHistory.h"
+#include "cmdLine.h"
+#include "lineEditor.h"
+#include "log.h"
+#include "terminal.h"
+
+namespace {
+char lclCmdLine[CMD_LINE_LEN];
+char shellArgv[MAX_ARGS][ARG_LEN];
+int shellArgc;
+const char* PROMPT = "diag> ";
+
+void fileUsage() { log(LOG_TERM, "file <filename> - execute diag script file\n"); }
+
+E_STATUS runScriptFile(const char* name) {
+  FILE* f = fopen(name, "r");
+  if (!f) {
+    LOGERR(LOG_TERM, "unable to open file %s\n", escPct(name).c_str());
+    return FAILURE;
+  }
+  E_STATUS status = runScript(f);
+  fclose(f);
+  return status;
+}
+
+E_STATUS oneShot() {
+  if (!strcmp(shellArgv[1], "file")) {
+    if (shellArgc > 2 && !strcmp(shellArgv[2], "-h")) {
+      fileUsage();
+      return SUCCESS;
+    }
+    char name[ARG_LEN] = "";
+    if (shellArgc > 2) {
+      int n = 0;
+      for (const char* p = shellArgv[2]; *p; ++p)
+        if (!isspace(static_cast<unsigned char>(*p))) name[n++] = *p;
+      name[n] = '\0';
+    }
+    return runScriptFile(name);
+  }
+  static char args[MAX_ARGS][ARG_LEN];
+  for (int i = 1; i < shellArgc; ++i) memcpy(args[i - 1], shellArgv[i], ARG_LEN);
+  return cmdExec(shellArgc - 1, args);
+}
+
+// Reads lines until one is stored in the history; it is split from its history slot.
+bool readLine() {
+  char line[CMD_LINE_LEN];
+  for (;;) {
+    log(LOG_TERM, "%s", PROMPT);
+    getLine(line, PROMPT);
+    CmdHistory& h = cmdHistory();
+    if (line[0] == '\0' && stdinAtEof()) return false;
+    if (h.put(line) == SUCCESS) {
+      lineParser(&shellArgc, shellArgv, h.slot(h.lastSlot()));
+      if (shellArgc >= 1) return true;
+    }
+    if (stdinAtEof()) return false;
+  }
+}
+
+E_STATUS interactive() {
+  // Unbuffered, so that the poll on the descriptor sees every character still to be read.
+  setvbuf(stdin, nullptr, _IONBF, 0);
+  E_STATUS status = SUCCESS;
+  while (readLine()) {
+    const char* cmd = shellArgv[0];
+    if (!strcmp(cmd, "q")) break;
+    if (!cmd[0] || !strcmp(cmd, "\r") || !strcmp(cmd, "\r\n") || !strcmp(cmd, "\n")) continue;
+    if (!strcmp(cmd, "file")) {
+      if (shellArgc > 1 && !strcmp(shellArgv[1], "-h"))
+        fileUsage();
+      else
+        status = runScriptFile(shellArgc > 1 ? shellArgv[1] : "");
+      continue;
+    }
+    status = cmdExec(shellArgc, shellArgv);
+  }
+  // End of input behaves like "q".
+  if (stdinAtEof()) log(LOG_TERM, "\n");
+  return status;
+}
+}  // namespace
+
+E_STATUS getCmdLine(char** line) {
+  *line = lclCmdLine;
+  return SUCCESS;
+}
+
+void setCmdLine(int argc, char** argv) {
+  size_t len = 0;
+  lclCmdLine[0] = '\0';
+  for (int i = 0; i < argc && len < CMD_LINE_LEN - 1; ++i) {
+    int n = snprintf(lclCmdLine + len, CMD_LINE_LEN - len, i + 1 < argc ? "%s " : "%s", argv[i]);
+    if (n < 0) break;
+    len += static_cast<size_t>(n);
+  }
+}
+
+E_STATUS DCLI() {
+  char* line;
+  getCmdLine(&line);
+  memset(shellArgv, 0, sizeof shellArgv);
+  lineParser(&shellArgc, shellArgv, line);
+  if (shellArgc >= 2) return oneShot();
+  return interactive();
+}

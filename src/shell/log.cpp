@@ -1,0 +1,151 @@
+#include "log.h"
+
+#include <sys/time.h>
+#include <syslog.h>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+#include <ctime>
+#include <mutex>
+
+#include "gpmcTrigger.h"
+
+namespace {
+// Wider than the 200 characters callers aim for, so that a long message is
+// printed whole rather than cut; the time stamp prefix fits in front of it.
+constexpr size_t LCL_STR_LEN = 512;
+char lclStr[LCL_STR_LEN];
+unsigned long lclFlags = 0;
+// The ramp and background workers may log while the shell does: one formatter at a time.
+std::recursive_mutex logMutex;
+
+size_t convSpecLen(const char* p) {
+  // p points at '%'; returns the length of a complete conversion specification, or 0.
+  const char* q = p + 1;
+  while (*q && strchr("-+ #0'", *q)) ++q;
+  while (*q == '*' || (*q >= '0' && *q <= '9')) ++q;
+  if (*q == '.') {
+    ++q;
+    while (*q == '*' || (*q >= '0' && *q <= '9')) ++q;
+  }
+  while (*q && strchr("hlLqjzt", *q)) ++q;
+  if (*q && strchr("diouxXeEfFgGaAcspnCS", *q)) return static_cast<size_t>(q - p) + 1;
+  return 0;
+}
+
+void emit(unsigned long flags, const std::string& text) {
+  if (flags & LOG_TERM) {
+    fputs(text.c_str(), stdout);
+    fflush(stdout);
+  }
+  if ((flags & LOG_SYS) || (lclFlags & LOG_SYS)) {
+    char buf[LCL_STR_LEN + 32];
+    snprintf(buf, sizeof buf, "%s", text.c_str());
+    insertTS(buf);
+    syslog(LOG_NOTICE, "%s", buf);
+  }
+}
+}  // namespace
+
+std::string fmtNoArgs(const char* text) {
+  std::string out;
+  if (!text) return out;
+  for (const char* p = text; *p;) {
+    if (*p == '%' && p[1] == '%') {
+      out += '%';
+      p += 2;
+    } else if (*p == '%') {
+      size_t n = convSpecLen(p);
+      if (n == 0) n = 1;
+      out.append(p, n);
+      p += n;
+    } else {
+      out += *p++;
+    }
+  }
+  return out;
+}
+
+std::string escPct(const std::string& text) {
+  std::string out;
+  out.reserve(text.size());
+  for (char c : text) {
+    out += c;
+    if (c == '%') out += '%';
+  }
+  return out;
+}
+
+const char* srcName(const char* path) {
+  thread_local char name[64];
+  const char* base = strrchr(path, '/');
+  base = base ? base + 1 : path;
+  snprintf(name, sizeof name, "%s", base);
+  if (char* dot = strrchr(name, '.')) *dot = '\0';
+  return name;
+}
+
+E_STATUS log(unsigned long flags, const char* fmt, ...) {
+  if (flags & LOG_TRIG) pulseFpgaTrigger();
+  std::lock_guard<std::recursive_mutex> lock(logMutex);
+  va_list ap;
+  va_start(ap, fmt);
+  vsnprintf(lclStr, sizeof lclStr, fmt, ap);
+  va_end(ap);
+  emit(flags, fmtNoArgs(lclStr));
+  return SUCCESS;
+}
+
+E_STATUS logText(unsigned long flags, const char* text) {
+  if (flags & LOG_TRIG) pulseFpgaTrigger();
+  std::lock_guard<std::recursive_mutex> lock(logMutex);
+  snprintf(lclStr, sizeof lclStr, "%s", fmtNoArgs(text).c_str());
+  emit(flags, fmtNoArgs(lclStr));
+  return SUCCESS;
+}
+
+void logErrno(unsigned long flags, int err) {
+  log(flags, "%s (%d)\n", escPct(strerror(err)).c_str(), err);
+}
+
+E_STATUS setLogFlag(unsigned long flags, bool on) {
+  std::lock_guard<std::recursive_mutex> lock(logMutex);
+  if (on)
+    lclFlags |= flags;
+  else
+    lclFlags &= ~flags;
+  return SUCCESS;
+}
+
+unsigned long getLogFlags() { return lclFlags; }
+
+E_STATUS logOpen() {
+  setlogmask(0x3f);
+  openlog("diag", LOG_PID | LOG_CONS | LOG_NDELAY, LOG_LOCAL1);
+  return SUCCESS;
+}
+
+E_STATUS logClose() {
+  closelog();
+  return SUCCESS;
+}
+
+int insertTS(char* str) {
+  struct timeval tv;
+  gettimeofday(&tv, nullptr);
+  struct tm tmv;
+  localtime_r(&tv.tv_sec, &tmv);
+  char stamp[30];
+  strftime(stamp, sizeof stamp, "%m-%d-%Y  %T.", &tmv);
+  char full[64];
+  snprintf(full, sizeof full, "%s%ld", stamp, static_cast<long>(tv.tv_usec));
+  // The system log adds its own date and time: keep the seconds and microseconds.
+  char prefix[72];
+  snprintf(prefix, sizeof prefix, "%s ", strlen(full) > 18 ? full + 18 : full);
+  char tmp[LCL_STR_LEN + 32];
+  int plen = snprintf(tmp, sizeof tmp, "%s%s", prefix, str);
+  (void)plen;
+  strcpy(str, tmp);
+  return static_cast<int>(strlen(prefix));
+}

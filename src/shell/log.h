@@ -1,0 +1,39 @@
+#pragma once
+#include <string>
+#include "diagStatus.h"
+
+// Log flags: 1 terminal, 2 system log, 4 pulse of the FPGA trigger.
+constexpr unsigned long LOG_TERM = 1;
+constexpr unsigned long LOG_SYS = 2;
+constexpr unsigned long LOG_TRIG = 4;
+
+// The one output call. The text is formatted once with the arguments and then
+// interpreted once more as a format with no arguments (see fmtNoArgs), so a
+// message that must show a percent sign carries "%%" after the first pass.
+E_STATUS log(unsigned long flags, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+// log() with a text that is itself used as the format (no arguments to consume):
+// the way the system prints lines read from files and operator answers.
+E_STATUS logText(unsigned long flags, const char* text);
+E_STATUS setLogFlag(unsigned long flags, bool on);
+unsigned long getLogFlags();
+E_STATUS logOpen();
+E_STATUS logClose();
+int insertTS(char* str);
+
+// Interprets text as a printf format without arguments: "%%" gives "%", and a
+// conversion that would need an argument is kept as it stands.
+std::string fmtNoArgs(const char* text);
+// Doubles every '%' so that user text survives the second formatting pass of log().
+std::string escPct(const std::string& text);
+
+// Source file name without directory and extension, for the error-report prefix.
+const char* srcName(const char* path);
+
+// "file %s, line %d, function %s - " followed by the message.
+#define LOGERR(flags, fmt, ...) \
+  log((flags), "file %s, line %d, function %s - " fmt, srcName(__FILE__), __LINE__, __func__, ##__VA_ARGS__)
+#define LOGERR_FN(flags, fn, fmt, ...) \
+  log((flags), "file %s, line %d, function %s - " fmt, srcName(__FILE__), __LINE__, (fn), ##__VA_ARGS__)
+// The second line of a failed system call: the system's error text and number.
+// The caller saves errno before its first message, since printing may change it.
+void logErrno(unsigned long flags, int err);

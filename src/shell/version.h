@@ -1,0 +1,16 @@
+#pragma once
+#include <string>
+#include "diagStatus.h"
+
+constexpr const char* REVISION_FILE = "/vesta/diags/revision.txt";
+
+// Build number, branch commit number and merged branch of the installed diagnostics.
+class Revision : public DiagObject {
+public:
+  Revision();
+  void dispRev();
+  int build = 0;
+  int branchCommit = 0;
+  std::string mergedBranch;
+  bool found = false;
+};

@@ -1,0 +1,86 @@
+#include "programs.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstring>
+#include <sstream>
+
+namespace {
+std::vector<std::string> emulator() {
+  std::vector<std::string> out;
+  std::stringstream ss(DIAG_EMULATOR);
+  for (std::string part; std::getline(ss, part, ',');)
+    if (!part.empty()) out.push_back(part);
+  return out;
+}
+
+long long nowMs() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+}  // namespace
+
+std::string diagBin() { return DIAG_BIN; }
+std::string diagSimBin() { return DIAG_SIM_BIN; }
+std::string simctlBin() { return DIAG_SIMCTL_BIN; }
+
+std::vector<std::string> programArgv(const std::string& bin, const std::vector<std::string>& args) {
+  std::vector<std::string> v = emulator();
+  v.push_back(bin);
+  v.insert(v.end(), args.begin(), args.end());
+  return v;
+}
+
+RunResult runProgram(const std::vector<std::string>& argv, const std::string& input, int timeoutMs) {
+  RunResult r;
+  int in[2], out[2];
+  if (pipe(in) != 0 || pipe(out) != 0) return r;
+  pid_t pid = fork();
+  if (pid == 0) {
+    dup2(in[0], 0);
+    dup2(out[1], 1);
+    dup2(out[1], 2);
+    close(in[1]);
+    close(out[0]);
+    std::vector<char*> a;
+    for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
+    a.push_back(nullptr);
+    execv(a[0], a.data());
+    _exit(127);
+  }
+  close(in[0]);
+  close(out[1]);
+  signal(SIGPIPE, SIG_IGN);
+  if (!input.empty() && write(in[1], input.data(), input.size()) < 0) {
+  }
+  close(in[1]);
+  long long deadline = nowMs() + timeoutMs;
+  char buf[4096];
+  for (;;) {
+    long long left = deadline - nowMs();
+    if (left <= 0) {
+      r.timedOut = true;
+      kill(pid, SIGKILL);
+      break;
+    }
+    struct pollfd p = {out[0], POLLIN, 0};
+    if (poll(&p, 1, static_cast<int>(left)) <= 0) continue;
+    ssize_t n = read(out[0], buf, sizeof buf);
+    if (n <= 0) break;
+    r.out.append(buf, static_cast<size_t>(n));
+  }
+  close(out[0]);
+  int status = 0;
+  waitpid(pid, &status, 0);
+  if (!r.timedOut && WIFEXITED(status)) r.exitCode = WEXITSTATUS(status);
+  return r;
+}
+
+RunResult runSim(const std::vector<std::string>& args, const std::string& input, int timeoutMs) {
+  return runProgram(programArgv(diagSimBin(), args), input, timeoutMs);
+}

@@ -1,0 +1,21 @@
+#pragma once
+#include <string>
+#include <vector>
+
+// Paths of the built programs; under a cross build they run through the emulator.
+std::string diagBin();
+std::string diagSimBin();
+std::string simctlBin();
+// The command line that starts a built program (emulator first where needed).
+std::vector<std::string> programArgv(const std::string& bin, const std::vector<std::string>& args);
+
+struct RunResult {
+  int exitCode = -1;  // -1: killed or did not end in time
+  std::string out;    // standard output and standard error, in order
+  bool timedOut = false;
+};
+
+// Runs a program to its end with the given standard input; kills it after timeoutMs.
+RunResult runProgram(const std::vector<std::string>& argv, const std::string& input = "", int timeoutMs = 30000);
+// One-shot run of diag-sim with the given arguments.
+RunResult runSim(const std::vector<std::string>& args, const std::string& input = "", int timeoutMs = 30000);

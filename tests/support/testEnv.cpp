@@ -1,0 +1,74 @@
+#include "testEnv.h"
+
+#include <ftw.h>
+#include <stdlib.h>
+#include <unistd.h>
+
+#include <fstream>
+#include <sstream>
+#include <stdexcept>
+
+#include <gtest/gtest.h>
+
+#include "simCtl.h"
+
+namespace {
+std::string& dirRef() {
+  static std::string dir;
+  return dir;
+}
+
+int removeEntry(const char* path, const struct stat*, int, struct FTW*) { return ::remove(path); }
+}  // namespace
+
+const std::string& testDir() { return dirRef(); }
+std::string testPath(const std::string& name) { return testDir() + "/" + name; }
+
+std::string readFile(const std::string& path) {
+  std::ifstream in(path, std::ios::binary);
+  std::stringstream ss;
+  ss << in.rdbuf();
+  return ss.str();
+}
+
+void writeFile(const std::string& path, const std::string& text) {
+  std::ofstream out(path, std::ios::binary);
+  out << text;
+}
+
+std::string simctl(const std::vector<std::string>& args) {
+  std::string out;
+  int rc = sim::simCtl(args, out);
+  if (rc != 0) throw std::runtime_error("simctl failed: " + out);
+  return out;
+}
+
+void Trace::mark() { offset = readFile(getenv("DIAG_SIM_TRACE")).size(); }
+
+std::vector<std::string> Trace::lines() const {
+  std::string all = readFile(getenv("DIAG_SIM_TRACE"));
+  std::vector<std::string> out;
+  std::istringstream in(all.size() > offset ? all.substr(offset) : "");
+  for (std::string line; std::getline(in, line);) out.push_back(line);
+  return out;
+}
+
+std::vector<std::string> Trace::grep(const std::string& a, const std::string& b, const std::string& c) const {
+  std::vector<std::string> out;
+  for (const std::string& l : lines())
+    if (l.find(a) != std::string::npos && l.find(b) != std::string::npos && l.find(c) != std::string::npos)
+      out.push_back(l);
+  return out;
+}
+
+int main(int argc, char** argv) {
+  char tmpl[] = "/tmp/diagtest.XXXXXX";
+  if (!mkdtemp(tmpl)) return 1;
+  dirRef() = tmpl;
+  setenv("DIAG_SIM_STATE", testPath("sim.state").c_str(), 1);
+  setenv("DIAG_SIM_TRACE", testPath("sim.trace").c_str(), 1);
+  ::testing::InitGoogleTest(&argc, argv);
+  int rc = RUN_ALL_TESTS();
+  if (!getenv("DIAG_KEEP_TEST_DIR")) nftw(tmpl, removeEntry, 16, FTW_DEPTH | FTW_PHYS);
+  return rc;
+}

@@ -1,0 +1,27 @@
+#pragma once
+#include <string>
+#include <vector>
+
+// Every test process works on its own simulated instrument: main() points
+// DIAG_SIM_STATE and DIAG_SIM_TRACE at files in a fresh directory, which the
+// programs a test starts inherit.
+const std::string& testDir();
+std::string testPath(const std::string& name);
+std::string readFile(const std::string& path);
+void writeFile(const std::string& path, const std::string& text);
+
+// The simulator's control surface, in-process (same state as the started programs).
+std::string simctl(const std::vector<std::string>& args);
+
+// The lines that a trace file gained since mark().
+class Trace {
+public:
+  Trace() { mark(); }
+  void mark();
+  std::vector<std::string> lines() const;
+  // Lines that contain every one of the given texts.
+  std::vector<std::string> grep(const std::string& a, const std::string& b = "", const std::string& c = "") const;
+
+private:
+  size_t offset = 0;
+};

@@ -19,4 +19,9 @@ bool i2cAdapterExists(const SimState& s, int adapter);
 int i2cIoctl(SimState& s, I2cHandle& h, unsigned long request, void* arg);
 ssize_t i2cRead(SimState& s, I2cHandle& h, void* buf, size_t n);
 ssize_t i2cWrite(SimState& s, I2cHandle& h, const void* buf, size_t n);
+
+// The I2C chips' share of the all-okay line: true while none of them pulls it
+// (fan controller fault output, main-reference over-temperature output,
+// front-panel FPGA okay outputs).
+bool i2cSourcesOkay(SimState& s);
 }  // namespace sim

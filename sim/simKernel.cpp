@@ -54,6 +54,10 @@ int SimKernel::doOpen(const char* path, int flags) {
   int adapter;
   bool isDir = false;
   if (!strcmp(path, "/dev/z9fpga0")) {
+    if (!fpgaPresent(s)) {
+      trace("open %s -> ENOENT", path);
+      return fail(ENOENT, -1);
+    }
     f.kind = FPGA;
   } else if (parseAdapter(path, &adapter)) {
     if (!i2cAdapterExists(s, adapter)) {

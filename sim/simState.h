@@ -17,6 +17,7 @@ struct SimState {
   uint32_t layout;
   uint32_t size;
   uint32_t generation;  // bumped by every reset
+  uint64_t accesses;    // kernel-level operations served since the reset
   BoardConfig cfg;
   char revisionText[256];  // contents of the installed-diagnostics revision file
   FpgaState fpga;

@@ -34,10 +34,17 @@ SimStore& SimStore::get() {
   return store;
 }
 
-SimStore::SimStore() {
-  std::string path = statePath();
-  fd = ::open(path.c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
+// A forked child opens the file again: a lock belongs to an open file, which
+// parent and child would otherwise share and so not exclude each other.
+void SimStore::openFile() {
+  if (fd >= 0) ::close(fd);
+  fd = ::open(statePath().c_str(), O_RDWR | O_CREAT | O_CLOEXEC, 0666);
   if (fd < 0) fatal("cannot open the simulator state");
+  ownerPid = getpid();
+}
+
+SimStore::SimStore() {
+  openFile();
   if (flock(fd, LOCK_EX) != 0) fatal("cannot lock the simulator state");
   struct stat sb;
   if (fstat(fd, &sb) != 0) fatal("cannot read the simulator state");
@@ -53,6 +60,7 @@ SimStore::SimStore() {
 void SimStore::lock() {
   threadMutex.lock();
   if (depth++ == 0) {
+    if (getpid() != ownerPid) openFile();
     while (flock(fd, LOCK_EX) != 0 && errno == EINTR) {
     }
   }

@@ -1,4 +1,6 @@
 #pragma once
+#include <sys/types.h>
+
 #include <cstdint>
 #include <mutex>
 #include <string>
@@ -22,7 +24,9 @@ public:
 
 private:
   SimStore();
+  void openFile();
   int fd = -1;
+  pid_t ownerPid = 0;
   SimState* st = nullptr;
   std::recursive_mutex threadMutex;
   int depth = 0;
@@ -33,7 +37,10 @@ private:
 // kernel even when a process dies holding it.
 class SimLock {
 public:
-  SimLock() : store(SimStore::get()) { store.lock(); }
+  SimLock() : store(SimStore::get()) {
+    store.lock();
+    ++store.state().accesses;
+  }
   ~SimLock() { store.unlock(); }
   SimLock(const SimLock&) = delete;
   SimLock& operator=(const SimLock&) = delete;

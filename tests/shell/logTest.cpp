@@ -1,0 +1,64 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <string>
+
+#include "log.h"
+
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+
+TEST(LogFormat, SecondPassKeepsWhatCLeavesUndefined) {
+  EXPECT_EQ(fmtNoArgs("100%% done"), "100% done");
+  // A conversion with no argument to consume is printed as it stands.
+  EXPECT_EQ(fmtNoArgs("%s and %d and %5.2f and %lx"), "%s and %d and %5.2f and %lx");
+  EXPECT_EQ(fmtNoArgs("trailing %"), "trailing %");
+  EXPECT_EQ(fmtNoArgs("%n%%%"), "%n%%");
+  EXPECT_EQ(escPct("50% of %s"), "50%% of %%s");
+  EXPECT_EQ(fmtNoArgs(escPct("a%b%%c%").c_str()), "a%b%%c%");
+}
+
+TEST(LogOutput, PrintsOnceFormattedTextAndUserTextExactly) {
+  CaptureStdout();
+  log(LOG_TERM, "%d%% of %s\n", 50, escPct("file%s.txt").c_str());
+  logText(LOG_TERM, "answer 100%% %d\n");
+  log(LOG_SYS, "only to the system log\n");
+  std::string out = GetCapturedStdout();
+  EXPECT_EQ(out, "50% of file%s.txt\nanswer 100% %d\n");
+}
+
+TEST(LogOutput, LongMessagesArePrintedWhole) {
+  std::string msg(199, 'm');
+  CaptureStdout();
+  log(LOG_TERM, "%s", msg.c_str());
+  EXPECT_EQ(GetCapturedStdout(), msg);
+}
+
+TEST(LogOutput, ErrorPrefixNamesFileLineAndFunction) {
+  CaptureStdout();
+  int line = __LINE__ + 1;
+  LOGERR(LOG_TERM, "bad %s\n", "thing");
+  std::string expect = "file logTest, line " + std::to_string(line) + ", function TestBody - bad thing\n";
+  EXPECT_EQ(GetCapturedStdout(), expect);
+}
+
+TEST(LogTimeStamp, KeepsSecondsAndMicroseconds) {
+  char buf[300] = "hello";
+  int n = insertTS(buf);
+  // "SS.<usec> " : two digits, a point, 1 to 6 digits, a blank.
+  ASSERT_GE(n, 5);
+  ASSERT_LE(n, 10);
+  EXPECT_TRUE(isdigit(buf[0]) && isdigit(buf[1]));
+  EXPECT_EQ(buf[2], '.');
+  EXPECT_EQ(buf[n - 1], ' ');
+  EXPECT_STREQ(buf + n, "hello");
+}
+
+TEST(LogFlags, FlagWordOnlyKeepsTheSystemLogBit) {
+  setLogFlag(LOG_SYS | LOG_TERM, true);
+  EXPECT_EQ(getLogFlags(), LOG_SYS | LOG_TERM);
+  setLogFlag(LOG_TERM, false);
+  EXPECT_EQ(getLogFlags(), LOG_SYS);
+  setLogFlag(LOG_SYS, false);
+  EXPECT_EQ(getLogFlags(), 0u);
+}

@@ -1,0 +1,80 @@
+// "log all on" sends every later message to the system log: received here on
+// a real /dev/log socket, in a private mount namespace so that the machine's
+// own /dev is untouched.
+#include <gtest/gtest.h>
+
+#include <poll.h>
+#include <sched.h>
+#include <sys/mount.h>
+#include <sys/socket.h>
+#include <sys/un.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <regex>
+#include <string>
+
+#include "programs.h"
+#include "testEnv.h"
+
+namespace {
+// In the child: /dev becomes an empty tmpfs holding only our log socket.
+int bindDevLog() {
+  if (unshare(CLONE_NEWNS) != 0) return -1;
+  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return -1;
+  if (mount("none", "/dev", "tmpfs", 0, nullptr) != 0) return -1;
+  int s = socket(AF_UNIX, SOCK_DGRAM, 0);
+  struct sockaddr_un addr = {};
+  addr.sun_family = AF_UNIX;
+  snprintf(addr.sun_path, sizeof addr.sun_path, "/dev/log");
+  if (s < 0 || bind(s, reinterpret_cast<sockaddr*>(&addr), sizeof addr) != 0) return -1;
+  return s;
+}
+
+// Runs the script with /dev/log bound and writes every datagram received, one per line, to out.
+void captureSyslog(const std::string& script, const std::string& out) {
+  int s = bindDevLog();
+  if (s < 0) _exit(3);
+  RunResult r = runSim({"file", script});
+  std::string got;
+  char buf[2048];
+  struct pollfd p = {s, POLLIN, 0};
+  while (poll(&p, 1, 200) > 0) {
+    ssize_t n = recv(s, buf, sizeof buf, 0);
+    if (n <= 0) break;
+    got.append(buf, static_cast<size_t>(n));
+    if (got.back() != '\n') got += '\n';
+  }
+  writeFile(out, got);
+  writeFile(out + ".term", r.out);
+  _exit(r.exitCode == 0 ? 0 : 4);
+}
+}  // namespace
+
+TEST(Syslog, LogAllOnSendsLaterMessagesWithTimeStamp) {
+  if (geteuid() != 0) GTEST_SKIP() << "needs root for a private mount namespace";
+  writeFile(testPath("sl.txt"), "ec -cd Time\nlog all on\nec -cd Scan\nlog all off\nec -cd SD\n");
+  pid_t pid = fork();
+  if (pid == 0) captureSyslog(testPath("sl.txt"), testPath("sl.out"));
+  int status = 0;
+  waitpid(pid, &status, 0);
+  ASSERT_TRUE(WIFEXITED(status));
+  ASSERT_EQ(WEXITSTATUS(status), 0) << "namespace or run failed";
+
+  std::string got = readFile(testPath("sl.out"));
+  // Priority 141: facility local1, severity notice; identity diag with its pid;
+  // the text after the seconds.microseconds prefix.
+  std::regex scan(R"(<141>.{15} diag\[[0-9]+\]: [0-9]{2}\.[0-9]{1,6} !1729\n)");
+  EXPECT_TRUE(std::regex_search(got, scan)) << got;
+  // The log command's own traces: its exit after switching on, its category line before switching off.
+  EXPECT_NE(got.find("function cmdLog - exit"), std::string::npos);
+  EXPECT_EQ(got.find("category= 3, on= 1"), std::string::npos);
+  EXPECT_NE(got.find("category= 3, on= 0"), std::string::npos);
+  EXPECT_EQ(got.find("!172A"), std::string::npos);  // before "log all on"
+  EXPECT_EQ(got.find("!1723"), std::string::npos);  // after "log all off"
+  // The terminal still shows everything.
+  std::string term = readFile(testPath("sl.out.term"));
+  EXPECT_NE(term.find("!172A\n"), std::string::npos);
+  EXPECT_NE(term.find("!1729\n"), std::string::npos);
+  EXPECT_NE(term.find("!1723\n"), std::string::npos);
+}

@@ -1,0 +1,122 @@
+#include <gtest/gtest.h>
+
+#include <fcntl.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <string>
+
+#include "kernel.h"
+#include "programs.h"
+#include "simStore.h"
+#include "testEnv.h"
+
+namespace {
+const std::string ADAPTER2 = "/sys/devices/platform/omap/omap_i2c.2/i2c-2";
+
+std::string sysName(int addr) {
+  char path[128], buf[32];
+  snprintf(path, sizeof path, "%s/2-%04x/name", ADAPTER2.c_str(), addr);
+  return kernel().readFile(path, buf, sizeof buf) < 0 ? "<none>" : buf;
+}
+
+uint64_t accesses() {
+  sim::SimLock lk;
+  return lk.state().accesses;
+}
+}  // namespace
+
+TEST(SimState, TwoProcessesLoseNoUpdate) {
+  constexpr int ROUNDS = 20000;
+  uint64_t before = accesses();
+  pid_t kids[2];
+  for (pid_t& k : kids) {
+    k = fork();
+    if (k == 0) {
+      char buf[16];
+      for (int i = 0; i < ROUNDS; ++i)
+        if (kernel().readFile("/vesta/diags/boardrev.txt", buf, sizeof buf) != 2) _exit(1);
+      _exit(0);
+    }
+  }
+  for (pid_t k : kids) {
+    int status;
+    waitpid(k, &status, 0);
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0);
+  }
+  // Every open and every read counts once, under the lock, whoever served it.
+  EXPECT_EQ(accesses() - before, 2u * 2u * ROUNDS + 1u);
+}
+
+TEST(SimState, SysfsFollowsTheBoardConfiguration) {
+  simctl({"reset"});
+  EXPECT_TRUE(kernel().canOpen((ADAPTER2 + "/2-0056").c_str()));
+  EXPECT_TRUE(kernel().canOpen("/sys/bus/i2c/devices/2-0071"));
+  EXPECT_EQ(sysName(0x71), "pca9545APW\n");
+  EXPECT_EQ(sysName(0x72), "pca9545APW\n");
+
+  simctl({"set", "switch", "host", "pca9545"});
+  EXPECT_EQ(sysName(0x71), "<none>");
+  EXPECT_EQ(sysName(0x69), "pca9545\n");
+  EXPECT_FALSE(kernel().canOpen("/sys/bus/i2c/devices/2-0071"));
+
+  simctl({"set", "rev", "2"});
+  EXPECT_EQ(sysName(0x69), "<none>");
+  char buf[8];
+  kernel().readFile("/vesta/diags/boardrev.txt", buf, sizeof buf);
+  EXPECT_STREQ(buf, "2\n");
+
+  simctl({"set", "board", "signal"});
+  EXPECT_FALSE(kernel().canOpen((ADAPTER2 + "/2-0056").c_str()));
+  simctl({"set", "rev", "3"});
+  EXPECT_EQ(sysName(0x70), "pca9545APW\n");
+
+  simctl({"set", "board", "fp"});
+  EXPECT_EQ(sysName(0x53), "24c512_fp\n");
+  simctl({"set", "board", "mref"});
+  EXPECT_EQ(sysName(0x50), "24c512_ref\n");
+  EXPECT_EQ(kernel().open("/dev/z9fpga0", O_RDWR), -1);
+
+  simctl({"reset"});
+  EXPECT_NE(simctl({"show"}).find("board main\nrev 3\n"), std::string::npos);
+}
+
+TEST(SimKernel, FailsLikeTheKernelAndCountsCalls) {
+  Kernel& k = kernel();
+  Kernel::Counts before = k.counts();
+  errno = 0;
+  EXPECT_EQ(k.open("/dev/i2c-9", O_RDWR), -1);
+  EXPECT_EQ(errno, ENOENT);
+  EXPECT_EQ(k.open("/etc/passwd", O_RDONLY), -1);  // nothing of the real machine leaks in
+  EXPECT_EQ(k.close(12345), -1);
+  EXPECT_EQ(errno, EBADF);
+  int fd = k.open(ADAPTER2.c_str(), O_RDONLY);
+  ASSERT_GE(fd, 0);
+  char c;
+  EXPECT_EQ(k.read(fd, &c, 1), -1);
+  EXPECT_EQ(errno, EISDIR);
+  EXPECT_EQ(k.ioctl(fd, 0x0706, nullptr), -1);
+  EXPECT_EQ(k.close(fd), 0);
+  Kernel::Counts after = k.counts();
+  EXPECT_EQ(after.open - before.open, 3u);
+  EXPECT_EQ(after.close - before.close, 2u);
+  EXPECT_EQ(after.read - before.read, 1u);
+  EXPECT_EQ(after.ioctl - before.ioctl, 1u);
+}
+
+TEST(SimCtl, ResetsAStateFileOfAnotherLayoutAndRejectsBadCommands) {
+  std::string path = testPath("other.state");
+  writeFile(path, std::string(64, 'x'));
+  std::vector<std::string> argv = {"/usr/bin/env", "DIAG_SIM_STATE=" + path};
+  for (const std::string& a : programArgv(simctlBin(), {"show"})) argv.push_back(a);
+  RunResult r = runProgram(argv);
+  EXPECT_EQ(r.exitCode, 0);
+  EXPECT_NE(r.out.find("board main\nrev 3\n"), std::string::npos) << r.out;
+
+  r = runProgram(programArgv(simctlBin(), {"set", "board", "moon"}));
+  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_NE(r.out.find("usage: diag-simctl"), std::string::npos);
+  EXPECT_EQ(runProgram(programArgv(simctlBin(), {"frobnicate"})).exitCode, 2);
+  EXPECT_EQ(runProgram(programArgv(simctlBin(), {"revision", testPath("nope")})).exitCode, 2);
+}

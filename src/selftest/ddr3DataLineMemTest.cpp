@@ -1,0 +1,55 @@
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "log.h"
+#include "memTest.h"
+
+volatile unsigned int arbitraryMemLocation;
+
+DDR3DataLineMemTest::DDR3DataLineMemTest(std::string nm, std::string helpString, volatile unsigned int* word,
+                                         unsigned int sz, bool rprt, bool contOnErr)
+    : DataLineMemTest(std::move(nm), std::move(helpString),
+                      static_cast<unsigned int>(reinterpret_cast<uintptr_t>(word)), sz, rprt, contOnErr),
+      word(word) {}
+
+// A store and a load through the memory bus: volatile keeps both.
+void DDR3DataLineMemTest::wrrd() {
+  *word = wrDatum;
+  rdDatum = *word;
+}
+
+E_STATUS DDR3DataLineMemTest::runTest(int argc, char argv[][ARG_LEN]) {
+  E_STATUS status = SUCCESS;
+  unsigned long loops = 1;
+  for (int i = 2; i < argc; ++i) {
+    if (!strcmp(argv[i], "-l") && i + 1 < argc) {
+      loops = strtoul(argv[++i], nullptr, 0);
+    } else if (!strcmp(argv[i], "-h")) {
+      log(LOG_TERM, "-l <loops (0=>infinite)>\n");
+      return SUCCESS;
+    }
+  }
+  log(LOG_TERM, "%s - testing location 0x%08x\r\n", "runTest", startAddr);
+  log(LOG_TERM, "%s - looping %lu times\r\n", "runTest", loops);
+  // A count of 0 runs until the process is stopped.
+  for (unsigned long loop = 0; status == SUCCESS && (loops == 0 || loop < loops); ++loop) {
+    const unsigned int first[2] = {1u, 0xFFFFFFFEu};
+    for (int pass = 0; pass < 2 && status == SUCCESS; ++pass) {
+      wrDatum = first[pass];
+      ORValue = static_cast<unsigned int>(pass);
+      for (int step = 0; step < 32 && status == SUCCESS; ++step) {
+        wrrd();
+        if (rdDatum != wrDatum) {
+          status = FAILURE;
+          if (rprt)
+            log(LOG_TERM, "%s:  memory offset 0x%08x (loop %lu):  exp= 0x%08x, act= 0x%08x\r\n", "runTest",
+                startAddr, loop, wrDatum, rdDatum);
+        }
+        wrDatum = (wrDatum << 1) | ORValue;
+      }
+    }
+  }
+  log(LOG_TERM, status == SUCCESS ? "PASSED\r\n" : "FAILED\r\n");
+  return status;
+}

@@ -1,0 +1,40 @@
+#pragma once
+#include "test.h"
+
+// A test of an area of main memory.
+template <typename W>
+class MemTest : public Test {
+public:
+  MemTest(std::string nm, std::string helpString, unsigned int startAddr, unsigned int sz, bool rprt, bool contOnErr)
+      : Test(std::move(nm), std::move(helpString), ""), startAddr(startAddr), sz(sz), rprt(rprt), contOnErr(contOnErr) {}
+  W* pMem = nullptr;
+  unsigned int startAddr;
+  unsigned int sz;
+  bool rprt;
+  bool contOnErr;
+  W wrDatum = 0;
+  W rdDatum = 0;
+  W ORValue = 0;
+};
+
+// Tests the data lines of a memory bus through one word.
+class DataLineMemTest : public MemTest<unsigned int> {
+public:
+  using MemTest::MemTest;
+  virtual void wrrd() = 0;
+};
+
+// The data lines of the DDR3 main memory, through the word at pMem.
+class DDR3DataLineMemTest : public DataLineMemTest {
+public:
+  DDR3DataLineMemTest(std::string nm, std::string helpString, volatile unsigned int* word, unsigned int sz, bool rprt,
+                      bool contOnErr);
+  E_STATUS runTest(int argc, char argv[][ARG_LEN]) override;
+  void wrrd() override;
+
+private:
+  volatile unsigned int* word;
+};
+
+// The word of main memory that the DDR3 data-line test uses as its probe location.
+extern volatile unsigned int arbitraryMemLocation;

@@ -1,0 +1,109 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "memTest.h"
+#include "regTest.h"
+
+using testing::internal::CaptureStdout;
+using testing::internal::GetCapturedStdout;
+
+namespace {
+// A register in memory whose bits can be stuck, counting its accesses.
+template <typename T>
+class FakeRegTest : public RegTest<T> {
+public:
+  FakeRegTest(T mask, T initial) : RegTest<T>("fake", "a fake register", mask, true, false, 0x44), value(initial) {}
+  void rd(T* v) override { *v = value; }
+  void wr(T* v) override { value = static_cast<T>((*v | stuck1) & ~stuck0); }
+  void wrrd(T* w, T* r, T) override {
+    ++wrrds;
+    wr(w);
+    rd(r);
+  }
+  T value;
+  T stuck0 = 0, stuck1 = 0;
+  int wrrds = 0;
+};
+
+template <typename T>
+std::string run(RegTest<T>& t, std::vector<std::string> opts, E_STATUS* status = nullptr) {
+  char argv[MAX_ARGS][ARG_LEN] = {"runtest", "fake"};
+  int argc = 2;
+  for (const std::string& o : opts) snprintf(argv[argc++], ARG_LEN, "%s", o.c_str());
+  CaptureStdout();
+  E_STATUS s = t.runTest(argc, argv);
+  if (status) *status = s;
+  return GetCapturedStdout();
+}
+}  // namespace
+
+TEST(RegTest, HealthyRegisterPassesAndIsRestored) {
+  FakeRegTest<unsigned short> t(0xFFFF, 0xBEEF);
+  E_STATUS s;
+  std::string out = run(t, {"-l", "3"}, &s);
+  EXPECT_EQ(s, SUCCESS);
+  EXPECT_EQ(t.wrrds, 3 * 32);
+  EXPECT_EQ(t.value, 0xBEEF);
+  EXPECT_EQ(out,
+            "runTest - testing location 0x00000044\nrunTest - looping 3 times\r\n\riterations (wrrd) - 96\nPASSED\n");
+}
+
+TEST(RegTest, StuckBitFailsAtItsStepAndStopsStepping) {
+  FakeRegTest<unsigned short> t(0xFFFF, 0x1234);
+  t.stuck0 = 0x0008;
+  t.setErrCd(0x1729);
+  E_STATUS s;
+  std::string out = run(t, {}, &s);
+  EXPECT_EQ(s, FAILURE);
+  EXPECT_EQ(t.wrrds, 4);  // the fourth step of the walking one, and nothing after it
+  EXPECT_NE(out.find("walk:  offset 0x00000044 (loop 0):  exp= 0x00000008, act= 0x00000000\r\n"), std::string::npos);
+  EXPECT_NE(out.find("FAILED\n!1729\n"), std::string::npos);
+  EXPECT_EQ(t.value, 0x1234 & ~0x0008);  // restored as far as the register can hold it
+
+  // -coe keeps the loop count running but no further steps.
+  FakeRegTest<unsigned short> c(0xFFFF, 0);
+  c.stuck1 = 0x8000;
+  out = run(c, {"-coe", "-l", "3"}, &s);
+  EXPECT_EQ(s, FAILURE);
+  EXPECT_EQ(c.wrrds, 1 + 0);  // walking one fails at its first step, 0x0001 reads 0x8001
+  size_t walks = 0;
+  for (size_t p = out.find("walk:"); p != std::string::npos; p = out.find("walk:", p + 1)) ++walks;
+  EXPECT_EQ(walks, 1u);
+  EXPECT_NE(out.find("iterations (wrrd) - 96\n"), std::string::npos);
+}
+
+TEST(RegTest, MaskIgnoresBitsOutsideIt) {
+  FakeRegTest<unsigned short> t(0x00FF, 0);
+  t.stuck1 = 0xFF00;
+  t.stuck0 = 0x0000;
+  E_STATUS s;
+  run(t, {"-l", "2"}, &s);
+  EXPECT_EQ(s, SUCCESS);
+
+  FakeRegTest<unsigned char> b(0xFF, 0x5A);
+  b.stuck1 = 0x01;
+  std::string out = run(b, {}, &s);
+  EXPECT_EQ(s, FAILURE);
+  EXPECT_NE(out.find("exp= 0x00000002, act= 0x00000003"), std::string::npos);
+}
+
+TEST(RegTest, HelpAndProgressLine) {
+  FakeRegTest<unsigned char> t(0xFF, 0);
+  EXPECT_EQ(run(t, {"-h"}), "-l <loops (0=>infinite)>\n");
+  EXPECT_EQ(t.wrrds, 0);
+  std::string out = run(t, {"-l", "21"});
+  EXPECT_NE(out.find("\riterations (wrrd) - 160\riterations (wrrd) - 320\riterations (wrrd) - 336\nPASSED\n"),
+            std::string::npos);
+}
+
+TEST(MemTest, DataLinesThroughOneWord) {
+  DDR3DataLineMemTest t("ddr3dl", "Test the DDR3 Main Memory data lines", &arbitraryMemLocation, 0, true, false);
+  char argv[MAX_ARGS][ARG_LEN] = {"runtest", "ddr3dl", "-l", "5"};
+  CaptureStdout();
+  EXPECT_EQ(t.runTest(4, argv), SUCCESS);
+  std::string out = GetCapturedStdout();
+  EXPECT_NE(out.find("runTest - looping 5 times\r\nPASSED\r\n"), std::string::npos);
+  EXPECT_EQ(arbitraryMemLocation, 0x7FFFFFFFu);  // the last pattern of the walking zero
+}

@@ -37,9 +37,9 @@ std::vector<int> responders(const SimState& s, int adapter, int addr) {
   return ids;
 }
 
-bool writeAll(SimState& s, const std::vector<int>& ids, const I2cMsg& m) {
+bool writeAll(SimState& s, const std::vector<int>& ids, const I2cMsg& m, bool last) {
   bool ack = false;
-  for (int id : ids) ack |= chipModel(id).write(s, chipInfo(id).slot, s.i2c.fault[id], m.buf, m.len);
+  for (int id : ids) ack |= chipModel(id).write(s, chipInfo(id).slot, s.i2c.fault[id], m.buf, m.len, last);
   return ack;
 }
 
@@ -69,7 +69,7 @@ int i2cTransfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n) {
   std::vector<int> ids = responders(s, adapter, addr);
   if (ids.empty()) return -EREMOTEIO;
   for (size_t i = 0; i < n; ++i) {
-    int r = msgs[i].read ? readMsg(s, ids, msgs[i]) : (writeAll(s, ids, msgs[i]) ? 0 : -EREMOTEIO);
+    int r = msgs[i].read ? readMsg(s, ids, msgs[i]) : (writeAll(s, ids, msgs[i], i + 1 == n) ? 0 : -EREMOTEIO);
     if (r < 0) return r;
   }
   return 0;

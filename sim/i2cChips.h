@@ -10,12 +10,13 @@ struct SimState;
 
 // One chip model at the level of I2C messages: a write message of bytes, a
 // read message of n bytes, each after the chip acknowledged its address.
-// write and read return false where the chip does not acknowledge.
+// write and read return false where the chip does not acknowledge; last
+// tells a write that the transaction ends with it (a stop, not a repeated start).
 // peek and poke reach a register without bus traffic (for the control
 // surface); they return false with a reason in err.
 struct ChipModel {
   void (*reset)(SimState& s, int slot, int id);
-  bool (*write)(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n);
+  bool (*write)(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n, bool last);
   bool (*read)(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n);
   bool (*peek)(SimState& s, int slot, unsigned reg, unsigned page, unsigned* value, std::string& err);
   bool (*poke)(SimState& s, int slot, unsigned reg, unsigned page, unsigned value, std::string& err);

@@ -51,15 +51,15 @@ std::string list(SimState& s) {
 // "stuck NAME REG BIT 0|1": the bit reads and stores as the given level.
 int stuck(I2cChipFault& f, const Args& a, std::string& out) {
   unsigned long reg, bit;
-  if (a.size() != 5 || !parseNum(a[2], &reg) || reg > 0xFFFF || !parseNum(a[3], &bit) || bit > 15 ||
-      (a[4] != "0" && a[4] != "1"))
+  if (a.size() != 6 || !parseNum(a[3], &reg) || reg > 0xFFFF || !parseNum(a[4], &bit) || bit > 15 ||
+      (a[5] != "0" && a[5] != "1"))
     return bad(out, "usage: i2c stuck NAME REG BIT 0|1");
   if (f.stuckSet && f.stuckReg != reg) f.stuck0 = f.stuck1 = 0;  // one register a chip
   f.stuckSet = 1;
   f.stuckReg = static_cast<uint16_t>(reg);
   uint16_t m = static_cast<uint16_t>(1u << bit);
-  f.stuck0 = static_cast<uint16_t>(a[4] == "0" ? (f.stuck0 | m) : (f.stuck0 & ~m));
-  f.stuck1 = static_cast<uint16_t>(a[4] == "1" ? (f.stuck1 | m) : (f.stuck1 & ~m));
+  f.stuck0 = static_cast<uint16_t>(a[5] == "0" ? (f.stuck0 | m) : (f.stuck0 & ~m));
+  f.stuck1 = static_cast<uint16_t>(a[5] == "1" ? (f.stuck1 | m) : (f.stuck1 & ~m));
   return 0;
 }
 

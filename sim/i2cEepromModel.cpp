@@ -21,7 +21,7 @@ void reset(SimState& s, int slot, int id) {
 
 // Two address bytes, high first, then data written within the 32-byte page
 // (the address rolls over at the page end, as the part does).
-bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n) {
+bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n, bool) {
   EepromState& e = s.i2c.eeprom[slot];
   if (n < 2) return true;  // an address cut short leaves the pointer as it was
   unsigned addr = ((b[0] << 8) | b[1]) & ADDR_MASK;

@@ -190,7 +190,7 @@ bool store(SimState& s, const Command& c, const uint8_t* data, size_t n) {
 
 // A write message is the command byte and its data; an unknown command, a
 // wrong byte count or a read-only command is not acknowledged.
-bool write(SimState& s, int, const I2cChipFault&, const uint8_t* b, size_t n) {
+bool write(SimState& s, int, const I2cChipFault&, const uint8_t* b, size_t n, bool last) {
   FanCtlState& fc = s.i2c.fanCtl;
   if (n == 0) return true;
   const Command* c = find(b[0], fc.page);
@@ -201,7 +201,7 @@ bool write(SimState& s, int, const I2cChipFault&, const uint8_t* b, size_t n) {
   fc.cmd = b[0];
   if (c->access == SEND) {
     if (n != 1) return badData(s);
-    clearFaults(s);
+    if (last) clearFaults(s);  // a send byte; followed by a read it only names the command
     return true;
   }
   return n == 1 || store(s, *c, b + 1, n - 1);

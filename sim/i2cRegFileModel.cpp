@@ -22,7 +22,7 @@ void reset(SimState& s, int slot, int) {
 }
 
 // The first byte sets the register pointer; data bytes follow it, the pointer advancing.
-bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n) {
+bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n, bool) {
   RegFileState& r = s.i2c.regFile[slot];
   if (n == 0) return true;
   r.ptr = b[0];

@@ -19,10 +19,10 @@ bool writeMasked(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b,
   return true;
 }
 
-bool swWrite(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n) {
+bool swWrite(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n, bool) {
   return writeMasked(s, slot, f, b, n, PCA_MASK);
 }
-bool muxWrite(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n) {
+bool muxWrite(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n, bool) {
   return writeMasked(s, slot, f, b, n, MUX_MASK);
 }
 

@@ -76,7 +76,7 @@ void reset(SimState& s, int slot, int) {
 }
 
 // A lone byte sets the pointer; with data it writes the register the address stands for.
-bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n) {
+bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n, bool) {
   TempSensorState& t = s.i2c.temp[slot];
   if (n == 0) return true;
   t.ptr = b[0];

@@ -23,7 +23,7 @@ void usage() {
   log(LOG_TERM, " -o <reg/offset> - register (SMBus device) or memory offset (plain device, two bytes)\n");
   log(LOG_TERM, " -r <count> - read count bytes (SMBus: 1, 2 or a block of up to 32; plain: up to 256)\n");
   log(LOG_TERM, " -w <byte> [<byte>...] - write the bytes (SMBus: at most 2 after the register; plain: at most 32)\n");
-  log(LOG_TERM, " -dump - dump the device (SMBus: every register from -o; plain: 256 bytes from -o)\n");
+  log(LOG_TERM, " -dump - dump the device (SMBus: each register from -o; plain: 256 bytes from -o, else from where it is)\n");
 }
 
 struct Request {

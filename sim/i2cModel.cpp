@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <cstring>
+#include <string>
 #include <vector>
 
 #include "i2cBus.h"
@@ -44,20 +45,15 @@ int funcs(const I2cHandle& h, void* arg) {
 ssize_t plain(SimState& s, I2cHandle& h, uint8_t* buf, size_t n, bool read) {
   if (n > MAX_PLAIN) n = MAX_PLAIN;
   I2cMsg m{read, buf, n};
+  std::string what = read ? "read " + std::to_string(n) : "write " + hexBytes(buf, n);
   int rc = i2cTransfer(s, h.adapter, h.addr, &m, 1);
-  const char* dir = read ? "read" : "write";
-  if (rc < 0) {
-    if (read)
-      trace("i2c-%d 0x%02x read %zu -> %s", h.adapter, h.addr, n, errName(-rc));
-    else
-      trace("i2c-%d 0x%02x write %s -> %s", h.adapter, h.addr, hexBytes(buf, n).c_str(), errName(-rc));
-    return rc;
-  }
-  if (read)
-    trace("i2c-%d 0x%02x %s %zu -> %s", h.adapter, h.addr, dir, n, hexBytes(buf, n).c_str());
+  if (rc < 0)
+    trace("i2c-%d 0x%02x %s -> %s", h.adapter, h.addr, what.c_str(), errName(-rc));
+  else if (read)
+    trace("i2c-%d 0x%02x %s -> %s", h.adapter, h.addr, what.c_str(), hexBytes(buf, n).c_str());
   else
-    trace("i2c-%d 0x%02x %s %s", h.adapter, h.addr, dir, hexBytes(buf, n).c_str());
-  return static_cast<ssize_t>(n);
+    trace("i2c-%d 0x%02x %s", h.adapter, h.addr, what.c_str());
+  return rc < 0 ? rc : static_cast<ssize_t>(n);
 }
 }  // namespace
 

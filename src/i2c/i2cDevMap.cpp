@@ -39,15 +39,14 @@ const I2cBoardTable& boardTable() {
 // host switch, so it is done under the semaphore that guards the bus paths.
 int probeMrefSensor(int hostSwAddr) {
   sem_t* sem = nullptr;
-  bool heldBefore = false;
-  bool taken = getMutx(&sem) == SUCCESS && ((heldBefore = semHeldHere(sem)) || semTake(sem, true) == SUCCESS);
+  bool takenHere = getMutx(&sem) == SUCCESS && !semHeldHere(sem) && semTake(sem) == SUCCESS;
   int found = -1;
   int fd = kernel().open("/dev/i2c-2", O_RDWR);
   if (fd >= 0) {
     found = probe_I2cSensAddr(fd, hostSwAddr, MREF_CHANNEL_CODE, MREF_ADDR1, MREF_ADDR2, 0);
     kernel().close(fd);
   }
-  if (taken && !heldBefore) semGive(sem);
+  if (takenHere) semGive(sem);
   return found;
 }
 

@@ -40,10 +40,9 @@ public:
     bool notOnLaterRevs;
     bool scanIgnore;
   };
+private:
   // The fixed-column description: host board, bus and channels, board number, function, part.
   static std::string describe(const char* hostLabel, bool twoLevels, const Entry& e);
-
-private:
   void add(const char* hostLabel, bool twoLevels, const Entry& e, unsigned address);
   std::vector<std::unique_ptr<TstAxs>> tests;
   std::vector<std::unique_ptr<I2cDev>> devices;

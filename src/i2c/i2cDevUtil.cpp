@@ -22,7 +22,9 @@ E_STATUS I2cDevUtil::getI2CDevItr(std::string target, bool setMuxes, bool, bool 
   itr = devs.find(target);
   setup = 0;
   status = getMutx(&pMutex);
-  if (status == SUCCESS) status = semTake(pMutex, /*reentrant=*/true);
+  // A process never waits for the semaphore it holds itself (a failed lookup
+  // keeps it): it goes on, and this accessor's destructor gives it back.
+  if (status == SUCCESS && !semHeldHere(pMutex)) status = semTake(pMutex);
   // The lookup is checked before a missing entry's path is touched.
   bool found = itr != devs.end();
   if (status == SUCCESS && found && setMuxes) status = itr->second->pTstAxs->getPath().setMuxes(verbose);

@@ -2,7 +2,6 @@
 // failed lookup does to other processes and to this one.
 #include <fcntl.h>
 #include <signal.h>
-#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -53,9 +52,7 @@ constexpr int NEEDS_ROOT = 77;
 void runScenario(const char* which) {
   pid_t pid = fork();
   if (pid == 0) {
-    if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-        mount("tmpfs", "/dev/shm", "tmpfs", 0, nullptr) != 0)
-      _exit(NEEDS_ROOT);
+    if (!mountPrivateShm()) _exit(NEEDS_ROOT);
     setenv("DIAG_LOCK_SCENARIO", which, 1);
     std::vector<std::string> argv = programArgv(selfPath(), {"--gtest_filter=I2cAccessorLockScenario.Run"});
     std::vector<char*> a;

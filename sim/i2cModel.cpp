@@ -1,14 +1,105 @@
 #include "i2cModel.h"
 
-#include <cerrno>
+#include <linux/i2c-dev.h>
+#include <linux/i2c.h>
 
+#include <cerrno>
+#include <cstring>
+#include <string>
+#include <vector>
+
+#include "i2cBus.h"
+#include "i2cChips.h"
+#include "i2cSmbusXfer.h"
+#include "i2cText.h"
+#include "i2cTopology.h"
 #include "simState.h"
+#include "simTrace.h"
 
 namespace sim {
-void resetI2c(SimState&) {}
-bool i2cSourcesOkay(SimState&) { return true; }
-bool i2cAdapterExists(const SimState&, int adapter) { return adapter >= 0 && adapter <= 2; }
-int i2cIoctl(SimState&, I2cHandle&, unsigned long, void*) { return -ENOTTY; }
-ssize_t i2cRead(SimState&, I2cHandle&, void*, size_t) { return -EREMOTEIO; }
-ssize_t i2cWrite(SimState&, I2cHandle&, const void*, size_t) { return -EREMOTEIO; }
+
+namespace {
+constexpr int ADAPTERS = 3;        // the processor's adapters 0, 1 and 2
+constexpr size_t MAX_PLAIN = 8192;  // i2c-dev cuts plain transfers to this
+constexpr unsigned long MAX_7BIT = 0x7F;
+
+int setAddress(I2cHandle& h, unsigned long request, unsigned long addr) {
+  const char* what = request == I2C_SLAVE_FORCE ? "slave_force" : "slave";
+  if (addr > MAX_7BIT) {
+    trace("i2c-%d %s 0x%lx -> EINVAL", h.adapter, what, addr);
+    return -EINVAL;
+  }
+  h.addr = static_cast<int>(addr);
+  trace("i2c-%d %s 0x%02lx", h.adapter, what, addr);
+  return 0;
+}
+
+int funcs(const I2cHandle& h, void* arg) {
+  if (!arg) return -EFAULT;
+  *static_cast<unsigned long*>(arg) = I2C_FUNC_I2C | I2C_FUNC_SMBUS_EMUL;
+  trace("i2c-%d funcs -> 0x%lx", h.adapter, static_cast<unsigned long>(I2C_FUNC_I2C | I2C_FUNC_SMBUS_EMUL));
+  return 0;
+}
+
+// One plain read or write message to the handle's address.
+ssize_t plain(SimState& s, I2cHandle& h, uint8_t* buf, size_t n, bool read) {
+  if (n > MAX_PLAIN) n = MAX_PLAIN;
+  I2cMsg m{read, buf, n};
+  std::string what = read ? "read " + std::to_string(n) : "write " + hexBytes(buf, n);
+  int rc = i2cTransfer(s, h.adapter, h.addr, &m, 1);
+  if (rc < 0)
+    trace("i2c-%d 0x%02x %s -> %s", h.adapter, h.addr, what.c_str(), errName(-rc));
+  else if (read)
+    trace("i2c-%d 0x%02x %s -> %s", h.adapter, h.addr, what.c_str(), hexBytes(buf, n).c_str());
+  else
+    trace("i2c-%d 0x%02x %s", h.adapter, h.addr, what.c_str());
+  return rc < 0 ? rc : static_cast<ssize_t>(n);
+}
+}  // namespace
+
+// Power-on state of every chip. Injected faults describe the hardware, not
+// its state: they stay until cleared (a full reset clears the whole state first).
+void resetI2c(SimState& s) {
+  I2cChipFault faults[I2C_CHIPS];
+  uint8_t failed[FAN_COUNT];
+  memcpy(faults, s.i2c.fault, sizeof faults);
+  for (int f = 0; f < FAN_COUNT; ++f) failed[f] = s.i2c.fanCtl.fan[f].failed;
+  memset(&s.i2c, 0, sizeof s.i2c);
+  for (int id = 0; id < I2C_CHIPS; ++id) chipModel(id).reset(s, chipInfo(id).slot, id);
+  memcpy(s.i2c.fault, faults, sizeof faults);
+  for (int f = 0; f < FAN_COUNT; ++f) s.i2c.fanCtl.fan[f].failed = failed[f];
+}
+
+bool i2cAdapterExists(const SimState&, int adapter) { return adapter >= 0 && adapter < ADAPTERS; }
+
+int i2cIoctl(SimState& s, I2cHandle& h, unsigned long request, void* arg) {
+  switch (request) {
+    case I2C_SLAVE:
+    case I2C_SLAVE_FORCE: return setAddress(h, request, reinterpret_cast<unsigned long>(arg));
+    case I2C_FUNCS: return funcs(h, arg);
+    case I2C_SMBUS: return smbusXfer(s, h, static_cast<i2c_smbus_ioctl_data*>(arg));
+    case I2C_TIMEOUT:
+    case I2C_RETRIES: return 0;
+  }
+  trace("i2c-%d ioctl 0x%lx -> ENOTTY", h.adapter, request);
+  return -ENOTTY;
+}
+
+ssize_t i2cRead(SimState& s, I2cHandle& h, void* buf, size_t n) {
+  return plain(s, h, static_cast<uint8_t*>(buf), n, true);
+}
+
+ssize_t i2cWrite(SimState& s, I2cHandle& h, const void* buf, size_t n) {
+  std::vector<uint8_t> copy(static_cast<const uint8_t*>(buf), static_cast<const uint8_t*>(buf) + (n > MAX_PLAIN ? MAX_PLAIN : n));
+  return plain(s, h, copy.data(), copy.size(), false);
+}
+
+bool i2cSourcesOkay(SimState& s) {
+  const I2cChipFault* f = s.i2c.fault;
+  bool fanPulls = !f[CHIP_FCTL].absent && fanCtlFaultOut(s);
+  bool mrefPulls = !f[CHIP_MRTMP1].absent && tempAlertOut(s, chipInfo(CHIP_MRTMP1).slot);
+  bool fpPulls = !f[CHIP_FPFPGA].absent && !fpFpgaOkayOut(s, chipInfo(CHIP_FPFPGA).slot);
+  return !fanPulls && !mrefPulls && !fpPulls;
+}
+
 }  // namespace sim

@@ -18,7 +18,7 @@ const CmdRow cmdTable[] = {
     {"runtest", "Run the specified test\n", nullptr},  // PENDING testExec
     {"listtests", "List the available tests\n", nullptr},  // PENDING listTests
     {"version", "Show the version of these diagnostics\n", version},
-    {"i2c", "i2c utility\n", nullptr},  // PENDING i2c
+    {"i2c", "i2c utility\n", i2c},
     {"help", "Show the list of commands\n", help},
     {"ping", "Linux ping\n", nullptr},
     {"tmp", "Show Z9 core temperatures\n", nullptr},

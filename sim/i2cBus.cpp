@@ -1,0 +1,78 @@
+#include "i2cBus.h"
+
+#include <cerrno>
+#include <cstring>
+#include <vector>
+
+#include "i2cChips.h"
+#include "i2cTopology.h"
+#include "simState.h"
+
+namespace sim {
+
+const ChipModel& chipModel(int id) {
+  switch (chipInfo(id).kind) {
+    case KIND_SWITCH: return switchModel;
+    case KIND_MUX: return muxModel;
+    case KIND_EEPROM: return eepromModel;
+    case KIND_FANCTL: return fanCtlModel;
+    case KIND_TEMP: return tempModel;
+    case KIND_REGFILE: break;
+  }
+  return regFileModel;
+}
+
+namespace {
+constexpr size_t BLOCK_MAX = 32;
+
+// The chips that acknowledge addr now: fitted, routed to, not silenced.
+std::vector<int> responders(const SimState& s, int adapter, int addr) {
+  std::vector<int> ids;
+  std::vector<ChipSite> sites = topology(s.cfg);
+  for (const ChipSite& site : sites) {
+    const I2cChipFault& f = s.i2c.fault[site.id];
+    if (site.adapter == adapter && site.addr == addr && !f.absent && !f.nack && routed(s, sites, site))
+      ids.push_back(site.id);
+  }
+  return ids;
+}
+
+bool writeAll(SimState& s, const std::vector<int>& ids, const I2cMsg& m, bool last) {
+  bool ack = false;
+  for (int id : ids) ack |= chipModel(id).write(s, chipInfo(id).slot, s.i2c.fault[id], m.buf, m.len, last);
+  return ack;
+}
+
+bool readAll(SimState& s, const std::vector<int>& ids, uint8_t* buf, size_t len) {
+  bool ack = false;
+  std::vector<uint8_t> one(len);
+  if (len) memset(buf, 0xFF, len);
+  for (int id : ids) {
+    if (!chipModel(id).read(s, chipInfo(id).slot, s.i2c.fault[id], one.data(), len)) continue;
+    ack = true;
+    for (size_t k = 0; k < len; ++k) buf[k] &= one[k];  // open-drain bus: a 0 wins
+  }
+  return ack;
+}
+
+int readMsg(SimState& s, const std::vector<int>& ids, I2cMsg& m) {
+  if (!m.recvLen) return readAll(s, ids, m.buf, m.len) ? 0 : -EREMOTEIO;
+  if (!readAll(s, ids, m.buf, 1)) return -EREMOTEIO;
+  size_t count = m.buf[0];
+  if (count == 0 || count > BLOCK_MAX) return -EPROTO;
+  m.len = 1 + count;
+  return readAll(s, ids, m.buf + 1, count) ? 0 : -EREMOTEIO;
+}
+}  // namespace
+
+int i2cTransfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n) {
+  std::vector<int> ids = responders(s, adapter, addr);
+  if (ids.empty()) return -EREMOTEIO;
+  for (size_t i = 0; i < n; ++i) {
+    int r = msgs[i].read ? readMsg(s, ids, msgs[i]) : (writeAll(s, ids, msgs[i], i + 1 == n) ? 0 : -EREMOTEIO);
+    if (r < 0) return r;
+  }
+  return 0;
+}
+
+}  // namespace sim

@@ -1,0 +1,105 @@
+#include "i2cDevMap.h"
+
+#include <fcntl.h>
+
+#include "diagMutex.h"
+#include "i2cBoardTables.h"
+#include "i2cHostDetect.h"
+#include "kernel.h"
+#include "rev.h"
+
+namespace {
+constexpr int FIRST_SWITCH_REV = 3;
+// The multiplexer trees and every named device hang on adapter 2.
+constexpr int SWITCH_BUS = 2;
+// The main-reference sensor behind channel 2 of the host switch answers at one of two addresses.
+constexpr int MREF_CHANNEL_CODE = 0x04;
+constexpr int MREF_ADDR1 = 0x48;
+constexpr int MREF_ADDR2 = 0x4D;
+
+struct SwitchSearch {
+  const char* devName;
+  I2cAddrSearchInfo_t info;
+};
+
+const SwitchSearch switchSearches[] = {
+    {"hostsw", {SWITCH_BUS, {{0x71, "pca9545APW"}, {0x69, "pca9545"}}}},
+    {"fpsw", {SWITCH_BUS, {{0x72, "pca9545APW"}, {0x6a, "pca9545"}}}},
+    {"shostsw", {SWITCH_BUS, {{0x70, "pca9545APW"}, {0x68, "pca9545"}}}},
+};
+
+const I2cBoardTable& boardTable() {
+  if (isMainHost()) return MAIN_HOST_TABLE;
+  if (isFrontPanel()) return FRONT_PANEL_TABLE;
+  if (isMainRef()) return MAIN_REF_TABLE;
+  return SIGNAL_HOST_TABLE;
+}
+
+// Where the main-reference sensor answers. Probing selects and deselects the
+// host switch, so it is done under the semaphore that guards the bus paths.
+int probeMrefSensor(int hostSwAddr) {
+  sem_t* sem = nullptr;
+  bool takenHere = getMutx(&sem) == SUCCESS && !semHeldHere(sem) && semTake(sem) == SUCCESS;
+  int found = -1;
+  int fd = kernel().open("/dev/i2c-2", O_RDWR);
+  if (fd >= 0) {
+    found = probe_I2cSensAddr(fd, hostSwAddr, MREF_CHANNEL_CODE, MREF_ADDR1, MREF_ADDR2, 0);
+    kernel().close(fd);
+  }
+  if (takenHere) semGive(sem);
+  return found;
+}
+
+// Addresses that the board shows in sysfs or answers at, by device name.
+std::map<std::string, unsigned> detectedAddresses(bool mainHost) {
+  std::map<std::string, unsigned> found;
+  int rev = 0;
+  Rev().getRev(&rev);
+  if (rev < FIRST_SWITCH_REV) return found;
+  for (const SwitchSearch& s : switchSearches) {
+    char hwname[20];
+    int addr = searchForI2cMuxSwAddr(&s.info, hwname);
+    if (addr >= 0) found[s.devName] = static_cast<unsigned>(addr);
+  }
+  auto host = found.find("hostsw");
+  if (mainHost && host != found.end()) {
+    int addr = probeMrefSensor(static_cast<int>(host->second));
+    if (addr >= 0) found["mrtmp1"] = static_cast<unsigned>(addr);
+  }
+  return found;
+}
+}  // namespace
+
+I2cDevMap* I2cDevMap::getI2cDevMap() {
+  static I2cDevMap* pMap = new I2cDevMap();
+  return pMap;
+}
+
+I2cDevMap::I2cDevMap() {
+  const I2cBoardTable& t = boardTable();
+  boardLabel = t.label;
+  std::map<std::string, unsigned> addrs = detectedAddresses(&t == &MAIN_HOST_TABLE);
+  for (size_t i = 0; i < t.count; ++i) {
+    const Entry& e = t.entries[i];
+    auto a = addrs.find(e.name);
+    add(t.label, t.twoLevels, e, a == addrs.end() ? e.address : a->second);
+  }
+}
+
+void I2cDevMap::add(const char* hostLabel, bool twoLevels, const Entry& e, unsigned address) {
+  tests.push_back(std::make_unique<TstAxs>(I2CPath(e.name, e.host, e.hostMux, e.localMux, 0)));
+  devices.push_back(std::make_unique<I2cDev>(e.name, SWITCH_BUS, address, e.host, e.hostMux, e.localMux, e.smbus,
+                                             false, tests.back().get(), describe(hostLabel, twoLevels, e), e.post,
+                                             e.notOnLaterRevs, e.scanIgnore));
+  map.emplace(e.name, devices.back().get());
+}
+
+std::string I2cDevMap::describe(const char* hostLabel, bool twoLevels, const Entry& e) {
+  auto channel = [](unsigned c) { return c == NO_MUX ? std::string(" ") : std::to_string(c); };
+  // The bus column numbers the processor's bus as the board drawings do: adapter 2 is bus 1.
+  std::string d = std::string(hostLabel) + " 1 " + channel(e.hostMux);
+  if (twoLevels) d += " " + channel(e.localMux);
+  d += std::string(" ") + e.boardNo + " " + e.function;
+  if (e.part[0]) d += std::string(" ") + e.part;
+  return d;
+}

@@ -1,0 +1,38 @@
+#include "i2cDevUtil.h"
+
+#include "diagMutex.h"
+
+I2cDevUtil::I2cDevUtil(std::string target, bool callrInfo, bool) : callrInfo(callrInfo) {
+  status = getI2CDevItr(std::move(target), true, true, false);
+}
+
+I2cDevUtil::I2cDevUtil(std::string target, std::string file, int line, std::string fxn, bool callrInfo, bool)
+    : file(std::move(file)), line(line), fxn(std::move(fxn)), callrInfo(callrInfo) {
+  status = getI2CDevItr(std::move(target), true, true, false);
+}
+
+I2cDevUtil::~I2cDevUtil() {
+  if (!setup) return;
+  status = itr->second->tearDown();
+  semGive(pMutex);
+}
+
+E_STATUS I2cDevUtil::getI2CDevItr(std::string target, bool setMuxes, bool, bool verbose) {
+  I2cDevNameMap& devs = I2cDevMap::getI2cDevMap()->map;
+  itr = devs.find(target);
+  setup = 0;
+  status = getMutx(&pMutex);
+  // A process never waits for the semaphore it holds itself (a failed lookup
+  // keeps it): it goes on, and this accessor's destructor gives it back.
+  if (status == SUCCESS && !semHeldHere(pMutex)) status = semTake(pMutex);
+  // The lookup is checked before a missing entry's path is touched.
+  bool found = itr != devs.end();
+  if (status == SUCCESS && found && setMuxes) status = itr->second->pTstAxs->getPath().setMuxes(verbose);
+  if (status == SUCCESS && found) {
+    status = itr->second->setUp();
+    if (status == SUCCESS) setup = 1;
+  } else {
+    status = ENTRY_NOT_FOUND;
+  }
+  return status;
+}

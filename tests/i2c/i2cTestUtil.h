@@ -1,0 +1,54 @@
+#pragma once
+#include <fcntl.h>
+#include <linux/i2c-dev.h>
+
+#include <string>
+#include <vector>
+
+#include "i2cModel.h"
+#include "i2cSmbus.h"
+#include "kernel.h"
+#include "simStore.h"
+#include "testEnv.h"
+
+// An open adapter of the simulated instrument, through the kernel seam, as
+// the program sees it.
+struct Bus {
+  int fd;
+  explicit Bus(int adapter = 2) : fd(kernel().open(("/dev/i2c-" + std::to_string(adapter)).c_str(), O_RDWR)) {}
+  ~Bus() {
+    if (fd >= 0) kernel().close(fd);
+  }
+  bool to(int addr) { return kernel().ioctlVal(fd, I2C_SLAVE_FORCE, static_cast<unsigned long>(addr)) == 0; }
+  bool put(const std::vector<unsigned char>& bytes) {
+    return kernel().write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
+  }
+  std::vector<unsigned char> get(size_t n) {
+    std::vector<unsigned char> b(n);
+    ssize_t r = kernel().read(fd, b.data(), n);
+    b.resize(r < 0 ? 0 : static_cast<size_t>(r));
+    return b;
+  }
+  // Selects channels of a switch (or writes an old mux's control byte).
+  bool select(int swAddr, unsigned char control) { return to(swAddr) && put({control}); }
+};
+
+// The I2C chips' share of the all-okay line, now.
+inline bool sourcesOkay() {
+  sim::SimLock lk;
+  return sim::i2cSourcesOkay(lk.state());
+}
+
+// Mounts a /dev/shm of this process's own (and of the programs it starts), so
+// that the named semaphores are private: false where that needs root and is refused.
+bool mountPrivateShm();
+// Does so once per test process, before any semaphore is opened. The tests of
+// a 32-bit cross build run beside 64-bit programs on one machine, and a glibc
+// semaphore that one of them created reads as taken to the other.
+bool privateSemaphores();
+
+// A fresh power-on instrument with the default configuration, and private semaphores.
+inline void resetSim() {
+  privateSemaphores();
+  simctl({"reset"});
+}

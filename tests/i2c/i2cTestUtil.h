@@ -39,16 +39,5 @@ inline bool sourcesOkay() {
   return sim::i2cSourcesOkay(lk.state());
 }
 
-// Mounts a /dev/shm of this process's own (and of the programs it starts), so
-// that the named semaphores are private: false where that needs root and is refused.
-bool mountPrivateShm();
-// Does so once per test process, before any semaphore is opened. The tests of
-// a 32-bit cross build run beside 64-bit programs on one machine, and a glibc
-// semaphore that one of them created reads as taken to the other.
-bool privateSemaphores();
-
-// A fresh power-on instrument with the default configuration, and private semaphores.
-inline void resetSim() {
-  privateSemaphores();
-  simctl({"reset"});
-}
+// A fresh power-on instrument with the default configuration.
+inline void resetSim() { simctl({"reset"}); }

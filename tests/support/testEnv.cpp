@@ -1,6 +1,8 @@
 #include "testEnv.h"
 
 #include <ftw.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <stdlib.h>
 #include <unistd.h>
 
@@ -22,6 +24,11 @@ int removeEntry(const char* path, const struct stat*, int, struct FTW*) { return
 }  // namespace
 
 const std::string& testDir() { return dirRef(); }
+
+bool mountPrivateShm() {
+  return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
+         mount("tmpfs", "/dev/shm", "tmpfs", 0, "mode=1777") == 0;
+}
 std::string testPath(const std::string& name) { return testDir() + "/" + name; }
 
 std::string readFile(const std::string& path) {
@@ -67,6 +74,8 @@ int main(int argc, char** argv) {
   dirRef() = tmpl;
   setenv("DIAG_SIM_STATE", testPath("sim.state").c_str(), 1);
   setenv("DIAG_SIM_TRACE", testPath("sim.trace").c_str(), 1);
+  if (!mountPrivateShm())
+    fprintf(stderr, "note: no private /dev/shm (needs root): named semaphores are shared with the machine's\n");
   ::testing::InitGoogleTest(&argc, argv);
   int rc = RUN_ALL_TESTS();
   if (!getenv("DIAG_KEEP_TEST_DIR")) nftw(tmpl, removeEntry, 16, FTW_DEPTH | FTW_PHYS);

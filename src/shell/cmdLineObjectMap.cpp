@@ -41,7 +41,7 @@ const CmdRow cmdTable[] = {
     {"fptmpwr", "Write Z9 front panel temp sensor regs\n", nullptr},
     {"enet", "Ethernet probe\n", nullptr},
     {"pinctrl", "Access Core Processor PINCTRLx regs\n", nullptr},
-    {"fan", "Access controller (MAX31785) on Fan Controller board\n", nullptr},  // PENDING fan
+    {"fan", "Access controller (MAX31785) on Fan Controller board\n", fan},
     {"meas", "Measurement CPLD etc. access\n", nullptr},
     {"allok", "Check the all okay signal sources\n", nullptr},  // PENDING allok
     {"comp", "Configure component map\n", nullptr},

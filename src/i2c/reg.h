@@ -1,0 +1,27 @@
+#pragma once
+#include <string>
+#include <vector>
+
+// Access kind of a register: read-write, read-only, write-only, or described by its bit fields.
+enum E_ACCESS { RW = 0, RO = 1, WO = 2, BF = 3 };
+
+// One bit field of a register.
+struct RegFld {
+  std::string name;
+  unsigned int msb;
+  unsigned int lsb;
+  E_ACCESS access;
+};
+
+// A register description: name, command code or offset, width, the last value
+// read, display colour flag, page, access kind and bit fields.
+struct Reg {
+  const char* pName;
+  unsigned int offset;
+  unsigned int width;
+  unsigned int regContents;
+  bool prRedOrGreen;
+  unsigned int page;
+  E_ACCESS access;
+  std::vector<RegFld> fields;
+};

@@ -1,0 +1,211 @@
+#include "fanCtlr.h"
+
+#include <unistd.h>
+
+#include <cstring>
+#include <string>
+
+#include "i2cDevUtil.h"
+#include "log.h"
+
+namespace {
+constexpr useconds_t PMBUS_GAP_US = 2000;  // the controller needs a pause between transfers
+const unsigned char FAN_PAGES[] = {0, 1, 2, 3, 4, 5};
+
+struct RegRow {
+  const char* name;
+  unsigned char cmd;
+  unsigned int width;
+  int pages;  // -1: one entry on each fan page 0..5, else the one page
+};
+
+// In table order; the seven page-0 manufacturer fan registers appear twice on
+// purpose, and the later copy is the one the page map reaches.
+const RegRow rows[] = {
+    {"FANCTLR_PAGE", 0x00, 8, -1},
+    {"FANCTLR_FAN_CONFIG_1_2", 0x3A, 8, -1},
+    {"FANCTLR_FAN_COMMAND_1", 0x3B, 16, -1},
+    {"FANCTLR_READ_FAN_SPEED_1", 0x90, 16, -1},
+    {"FANCTLR_MFR_FAULT_RESPONSE", 0xD9, 8, -1},
+    {"FANCTLR_MFR_FAN_CONFIG", 0xF1, 16, -1},
+    {"FANCTLR_MFR_READ_FAN_PWM", 0xF3, 16, -1},
+    {"FANCTLR_MFR_FAN_FAULT_LIMIT", 0xF5, 16, -1},
+    {"FANCTLR_MFR_FAN_WARN_LIMIT", 0xF6, 16, -1},
+    {"FANCTLR_MFR_FAN_RUN_TIME", 0xF7, 16, -1},
+    {"FANCTLR_MFR_FAN_PWM_AVG", 0xF8, 16, -1},
+    {"FANCTLR_WRITE_PROTECT", 0x10, 8, 0},
+    {"FANCTLR_CAPABILITY", 0x19, 8, 0},
+    {"FANCTLR_VOUT_MODE", 0x20, 8, 0},
+    {"FANCTLR_STATUS_BYTE", 0x78, 8, 0},
+    {"FANCTLR_STATUS_WORD", 0x79, 16, 0},
+    {"FANCTLR_STATUS_CML", 0x7E, 8, 0},
+    {"FANCTLR_STATUS_FANS_1_2", 0x81, 8, 0},
+    {"FANCTLR_PMBUS_REVISION", 0x98, 8, 0},
+    {"FANCTLR_MFR_ID", 0x99, 8, 0},
+    {"FANCTLR_MFR_MODEL", 0x9A, 8, 0},
+    {"FANCTLR_MFR_REVISION", 0x9B, 16, 0},
+    {"FANCTLR_MFR_MODE", 0xD1, 16, 0},
+    {"FANCTLR_MFR_FAULT_RESPONSE", 0xD9, 8, 0},
+    {"FANCTLR_MFR_FAN_CONFIG", 0xF1, 16, 0},
+    {"FANCTLR_MFR_READ_FAN_PWM", 0xF3, 16, 0},
+    {"FANCTLR_MFR_FAN_FAULT_LIMIT", 0xF5, 16, 0},
+    {"FANCTLR_MFR_FAN_WARN_LIMIT", 0xF6, 16, 0},
+    {"FANCTLR_MFR_FAN_RUN_TIME", 0xF7, 16, 0},
+    {"FANCTLR_MFR_FAN_PWM_AVG", 0xF8, 16, 0},
+    {"FANCTLR_OT_FAULT_LIMIT", 0x4F, 16, 6},
+    {"FANCTLR_OT_WARN_LIMIT", 0x51, 16, 6},
+    {"FANCTLR_STATUS_MFR_SPECIFIC", 0x80, 8, 6},
+    {"FANCTLR_READ_TEMPERATURE_1", 0x8D, 16, 6},
+    {"FANCTLR_MFR_TEMPERATURE_PEAK", 0xD6, 16, 6},
+    {"FANCTLR_MFR_TEMP_SENSOR_CONFIG", 0xF0, 16, 6},
+    {"FANCTLR_VOUT_SCALE_MONITOR", 0x2A, 16, 20},
+    {"FANCTLR_VOUT_OV_FAULT_LIMIT", 0x40, 16, 20},
+    {"FANCTLR_VOUT_OV_WARN_LIMIT", 0x42, 16, 20},
+    {"FANCTLR_VOUT_UV_WARN_LIMIT", 0x43, 16, 20},
+    {"FANCTLR_VOUT_UV_FAULT_LIMIT", 0x44, 16, 20},
+    {"FANCTLR_STATUS_VOUT", 0x7A, 16, 20},
+    {"FANCTLR_READ_VOUT", 0x8B, 16, 20},
+    {"FANCTLR_MFR_VOUT_PEAK", 0xD4, 16, 20},
+    {"FANCTLR_MFR_VOUT_MIN", 0xD7, 16, 20},
+};
+const unsigned char ALL_PAGES[] = {0, 1, 2, 3, 4, 5, 6, 20};
+}  // namespace
+
+FanCtlr::FanCtlr() {
+  for (unsigned char p : ALL_PAGES) pageMap[p] = std::make_unique<FanCtlrCmdMap>();
+  regVec.reserve(100);
+  int ndx = 0;
+  auto add = [&](const RegRow& r, unsigned char page) {
+    (*pageMap[page])[r.cmd] = S_FANCTLR_MAP_ELEMENT{0, ndx++};
+    regVec.push_back(Reg{r.name, r.cmd, r.width, 0, false, page, BF, {}});
+  };
+  for (const RegRow& r : rows) {
+    if (r.pages < 0)
+      for (unsigned char p : FAN_PAGES) add(r, p);
+    else
+      add(r, static_cast<unsigned char>(r.pages));
+  }
+}
+
+const Reg* FanCtlr::find(unsigned char page, unsigned char offset) const {
+  auto pg = pageMap.find(page);
+  if (pg == pageMap.end()) return nullptr;
+  auto cmd = pg->second->find(offset);
+  return cmd == pg->second->end() ? nullptr : &regVec[cmd->second.regVecNdx];
+}
+
+E_STATUS FanCtlr::selectPage(I2cDevItr itr, unsigned char page, bool prefixed) {
+  char buf[3] = {static_cast<char>(FC_PAGE), static_cast<char>(page), 0};
+  int cnt = 0;
+  E_STATUS st = itr->second->wrBytes(buf, 1, &cnt, 0);
+  if (st != SUCCESS) return st;
+  if (cnt != 1) {
+    if (prefixed)
+      LOGERR_FN(LOG_TERM, "lclRdFanCtlrReg", "I2C write failed, numBytesToWrite= %d, byteCnt= %d\n", 1, cnt);
+    else
+      log(LOG_TERM, "I2C write failed, numBytesToWrite= %d, byteCnt= %d\n", 1, cnt);
+    return FAILURE;
+  }
+  return SUCCESS;
+}
+
+E_STATUS FanCtlr::lclRdFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned char offset,
+                                  unsigned long numBytesToRead, unsigned short* pDatum) {
+  E_STATUS st = selectPage(itr, page, true);
+  if (st != SUCCESS) return st;
+  usleep(PMBUS_GAP_US);
+  char buf[3] = {static_cast<char>(offset), 0, 0};
+  int cnt = 0;
+  st = itr->second->rdBytes(buf, numBytesToRead, &cnt, 1, true, true);
+  if (st == SUCCESS && cnt == static_cast<int>(numBytesToRead)) {
+    *pDatum = static_cast<unsigned char>(buf[0]);
+    if (numBytesToRead > 1) *pDatum |= static_cast<unsigned short>(static_cast<unsigned char>(buf[1]) << 8);
+  } else if (cnt != static_cast<int>(numBytesToRead)) {
+    log(LOG_TERM, "I2C read failed, numBytesToRead= %d, byteCnt= %d\n", static_cast<int>(numBytesToRead), cnt);
+    st = FAILURE;
+  }
+  usleep(PMBUS_GAP_US);
+  return st;
+}
+
+E_STATUS FanCtlr::lclWrFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned char offset,
+                                  unsigned long numBytesToWrite, unsigned short* pDatum) {
+  if (numBytesToWrite > 2) {
+    LOGERR(LOG_TERM, "a fan controller command takes at most 2 data bytes, not %lu\n", numBytesToWrite);
+    return BAD_PARAMETER;
+  }
+  E_STATUS st = selectPage(itr, page, false);
+  if (st != SUCCESS) return st;
+  usleep(PMBUS_GAP_US);
+  char buf[3] = {static_cast<char>(offset), static_cast<char>(*pDatum & 0xFF), static_cast<char>(*pDatum >> 8)};
+  int cnt = 0;
+  st = itr->second->wrBytes(buf, numBytesToWrite, &cnt, 0);
+  usleep(PMBUS_GAP_US);
+  if (st == SUCCESS && cnt != static_cast<int>(numBytesToWrite)) {
+    log(LOG_TERM, "I2C write failed, numBytesToWrite= %d, byteCnt= %d\n", static_cast<int>(numBytesToWrite), cnt);
+    return FAILURE;
+  }
+  return st;
+}
+
+E_STATUS FanCtlr::rdFanCtlrReg(unsigned char page, unsigned char offset, unsigned short* pDatum) {
+  // A page and command the controller does not have never reach the bus.
+  const Reg* reg = find(page, offset);
+  if (!reg) return ENTRY_NOT_FOUND;
+  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, false, false);
+  if (util.stat() != SUCCESS) return util.stat();
+  return lclRdFanCtlrReg(util.getItr(), page, offset, reg->width / 8, pDatum);
+}
+
+E_STATUS FanCtlr::wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsigned char offset, unsigned short datum) {
+  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, false, false);
+  if (util.stat() != SUCCESS) return util.stat();
+  return lclWrFanCtlrReg(util.getItr(), page, offset, numBytes, &datum);
+}
+
+E_STATUS FanCtlr::rdFanCtlrRegs() {
+  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, false, false);
+  E_STATUS st = util.stat();
+  if (st != SUCCESS) return st;
+  for (auto& [page, cmds] : pageMap) {
+    for (auto& [cmd, elem] : *cmds) {
+      Reg& reg = regVec[elem.regVecNdx];
+      unsigned short datum = 0;
+      st = lclRdFanCtlrReg(util.getItr(), page, cmd, reg.width / 8, &datum);
+      if (st == SUCCESS) reg.regContents = (reg.regContents & 0xFFFF0000u) | datum;
+    }
+  }
+  return st;
+}
+
+E_STATUS FanCtlr::dispFanCtlrRegs() {
+  for (const Reg& reg : regVec) {
+    if (reg.offset == 0) continue;
+    char pgCmd[20];
+    snprintf(pgCmd, sizeof pgCmd, "(%02d:0x%02x)", reg.page, reg.offset);
+    size_t nameLen = strlen(reg.pName);
+    std::string dots(nameLen < 40 ? 40 - nameLen : 0, '.');
+    log(LOG_TERM, "%s %s%s0x%04x\n", reg.pName, pgCmd, dots.c_str(), reg.regContents & 0xFFFF);
+  }
+  return SUCCESS;
+}
+
+E_STATUS FanCtlr::regWrWithRdBack(I2cDevItr itr, unsigned char page, unsigned char offset,
+                                  unsigned long numBytesToWrite, unsigned short* pDatum) {
+  E_STATUS st = lclWrFanCtlrReg(itr, page, offset, numBytesToWrite, pDatum);
+  if (st != SUCCESS) return st;
+  unsigned short rd = 0;
+  st = lclRdFanCtlrReg(itr, page, offset, numBytesToWrite, &rd);
+  if (st != SUCCESS) return st;
+  if (rd != *pDatum) {
+    log(sysLoggingOn ? LOG_TERM | LOG_SYS : LOG_TERM, "I2C readback failed - reg= 0x%02x, written= 0x%04x, read= 0x%04x\n",
+        offset, *pDatum, rd);
+    return FAILURE;
+  }
+  return SUCCESS;
+}
+
+E_STATUS tstAxs2FctlrRegs() {
+  FanCtlr fc;
+  return fc.rdFanCtlrRegs();
+}

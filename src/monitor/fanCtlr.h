@@ -1,0 +1,55 @@
+#pragma once
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "diagStatus.h"
+#include "i2cDevMap.h"
+#include "reg.h"
+
+typedef I2cDevNameMap::iterator I2cDevItr;
+
+struct S_FANCTLR_MAP_ELEMENT {
+  unsigned short datum;
+  int regVecNdx;
+};
+typedef std::map<unsigned char, S_FANCTLR_MAP_ELEMENT> FanCtlrCmdMap;
+
+// The MAX31785 fan controller "fctl": its PMBus commands as a table of
+// registers grouped by page, paged reads and writes, the table's dump.
+// Built afresh for every operation; nothing persists between operations.
+class FanCtlr : public DiagObject {
+public:
+  FanCtlr();
+  E_STATUS rdFanCtlrReg(unsigned char page, unsigned char offset, unsigned short* pDatum);
+  E_STATUS wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsigned char offset, unsigned short datum);
+  E_STATUS rdFanCtlrRegs();
+  E_STATUS dispFanCtlrRegs();
+  E_STATUS regWrWithRdBack(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToWrite,
+                           unsigned short* pDatum);
+  E_STATUS lclRdFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToRead,
+                           unsigned short* pDatum);
+  E_STATUS lclWrFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToWrite,
+                           unsigned short* pDatum);
+  void fanCtlrLogging(bool on) { sysLoggingOn = on; }
+
+  std::vector<Reg> regVec;
+  std::map<unsigned char, std::unique_ptr<FanCtlrCmdMap>> pageMap;
+  unsigned char fanCtlrBytes[20] = {};
+  bool sysLoggingOn = false;
+
+private:
+  const Reg* find(unsigned char page, unsigned char offset) const;
+  E_STATUS selectPage(I2cDevItr itr, unsigned char page, bool prefixed);
+};
+
+// For the test framework: reads the whole table once.
+E_STATUS tstAxs2FctlrRegs();
+
+// PMBus commands the program uses by name.
+constexpr unsigned char FC_PAGE = 0x00;
+constexpr unsigned char FC_CLEAR_FAULTS = 0x03;
+constexpr unsigned char FC_FAN_COMMAND_1 = 0x3B;
+constexpr unsigned char FC_STATUS_FANS_1_2 = 0x81;
+constexpr unsigned char FC_READ_FAN_SPEED_1 = 0x90;
+constexpr unsigned char FC_MFR_FAN_FAULT_LIMIT = 0xF5;

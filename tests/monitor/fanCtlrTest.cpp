@@ -1,0 +1,148 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "cmdRun.h"
+#include "commands.h"
+#include "fanCtlr.h"
+#include "i2cDevUtil.h"
+#include "programs.h"
+#include "testEnv.h"
+
+namespace {
+std::vector<std::string> lines(const std::string& text) {
+  std::vector<std::string> out;
+  size_t start = 0;
+  for (size_t nl; (nl = text.find('\n', start)) != std::string::npos; start = nl + 1)
+    out.push_back(text.substr(start, nl - start));
+  return out;
+}
+
+// The fan controller's own transfers (the path selection goes to the switches).
+std::vector<std::string> fctlTraffic(const Trace& t) { return t.grep("i2c-2 0x52 "); }
+
+struct FanCtlrTest : testing::Test {
+  void SetUp() override { simctl({"reset"}); }
+};
+}  // namespace
+
+TEST_F(FanCtlrTest, TableHasItsHundredEntriesAndTheLaterDuplicatesWin) {
+  FanCtlr fc;
+  ASSERT_EQ(fc.regVec.size(), 100u);
+  EXPECT_STREQ(fc.regVec[42].pName, "FANCTLR_MFR_FAN_FAULT_LIMIT");
+  EXPECT_EQ(fc.regVec[42].page, 0u);
+  EXPECT_EQ(fc.regVec[99].offset, 0xD7u);
+  EXPECT_EQ(fc.regVec[99].page, 20u);
+  EXPECT_EQ(fc.pageMap.size(), 8u);
+  EXPECT_EQ((*fc.pageMap[0])[0xF5].regVecNdx, 81);
+  EXPECT_EQ((*fc.pageMap[1])[0xF5].regVecNdx, 43);
+  EXPECT_EQ(fc.pageMap[6]->count(0x00), 0u);  // no PAGE entry on the sensor pages
+}
+
+TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndPrintsNinetyFourLines) {
+  Trace t;
+  CmdResult r = runCmd(fan, "fan -r");
+  std::vector<std::string> out = lines(r.out);
+  ASSERT_EQ(out.size(), 94u);
+  EXPECT_EQ(out[0], "FANCTLR_FAN_CONFIG_1_2 (00:0x3a)..................0x00d0");
+  // The first copy of a duplicated page-0 register is reached by no page entry.
+  EXPECT_EQ(out[36], "FANCTLR_MFR_FAN_FAULT_LIMIT (00:0xf5).............0x0000");
+  EXPECT_EQ(out[75], "FANCTLR_MFR_FAN_FAULT_LIMIT (00:0xf5).............0x0168");
+  EXPECT_EQ(out[93], "FANCTLR_MFR_VOUT_MIN (20:0xd7)....................0x2ee0");
+  std::vector<std::string> bus = fctlTraffic(t);
+  ASSERT_EQ(bus.size(), 2u * 93u);  // a page select before each of the 93 commands
+  EXPECT_EQ(bus[0], "i2c-2 0x52 smbus write byte_data cmd 0x00 data 00");
+  EXPECT_EQ(bus[1], "i2c-2 0x52 smbus read byte_data cmd 0x00 -> 00");
+  EXPECT_EQ(bus.back(), "i2c-2 0x52 smbus read word_data cmd 0xd7 -> 2ee0");
+}
+
+TEST_F(FanCtlrTest, SpeedWritesGoToThePageGiven) {
+  struct Case {
+    const char* line;
+    const char* page;
+    const char* word;
+  } cases[] = {{"fan -ss 100 -p 2", "02", "17c0"}, {"fan -ss 50", "00", "0be0"}, {"fan -p 5 -ss 0", "05", "0000"},
+               {"fan -ss 33 -p 0x1", "01", "07d6"}};
+  for (const Case& c : cases) {
+    Trace t;
+    EXPECT_EQ(runCmd(fan, c.line).status, SUCCESS) << c.line;
+    std::vector<std::string> bus = fctlTraffic(t);
+    ASSERT_EQ(bus.size(), 2u) << c.line;
+    EXPECT_EQ(bus[0], std::string("i2c-2 0x52 smbus write byte_data cmd 0x00 data ") + c.page);
+    EXPECT_EQ(bus[1], std::string("i2c-2 0x52 smbus write word_data cmd 0x3b data ") + c.word);
+  }
+}
+
+TEST_F(FanCtlrTest, RawWritesReadsAndTheirOrder) {
+  Trace t;
+  EXPECT_EQ(runCmd(fan, "fan -w 0 -o 3").status, SUCCESS);
+  std::vector<std::string> bus = fctlTraffic(t);
+  ASSERT_EQ(bus.size(), 2u);
+  EXPECT_EQ(bus[1], "i2c-2 0x52 smbus write byte cmd 0x03");
+
+  // -w then -rr, whatever their order on the line; the read uses the table's width.
+  t.mark();
+  CmdResult r = runCmd(fan, "fan -rr -o 0xf6 -d 0x1234 -w 2 -p 4");
+  EXPECT_EQ(r.status, SUCCESS);
+  EXPECT_EQ(r.out, "0x1234\n");
+  bus = fctlTraffic(t);
+  ASSERT_EQ(bus.size(), 4u);
+  EXPECT_EQ(bus[1], "i2c-2 0x52 smbus write word_data cmd 0xf6 data 1234");
+  EXPECT_EQ(bus[3], "i2c-2 0x52 smbus read word_data cmd 0xf6 -> 1234");
+
+  EXPECT_EQ(runCmd(fan, "fan -rr -p 1 -o 0x90").out, "0x0be0\n");
+
+  // A page and command the controller does not have never reach the bus.
+  t.mark();
+  r = runCmd(fan, "fan -rr -p 7 -o 0x90");
+  EXPECT_EQ(r.status, ENTRY_NOT_FOUND);
+  EXPECT_EQ(r.out, "0x0000\n");
+  EXPECT_TRUE(t.grep("i2c-2").empty());
+
+  // More data bytes than a command takes are refused, not read past the buffer.
+  r = runCmd(fan, "fan -w 40 -o 0x3b");
+  EXPECT_EQ(r.status, BAD_PARAMETER);
+  EXPECT_NE(r.out.find("at most 2 data bytes"), std::string::npos);
+}
+
+TEST_F(FanCtlrTest, HelpComesAloneAndFailuresAreReported) {
+  Trace t;
+  CmdResult r = runCmd(fan, "fan -h -r");
+  EXPECT_EQ(lines(r.out).size(), 9u);
+  EXPECT_EQ(lines(r.out)[7], "-ss <0-100> - set fan speed 0-100%");
+  EXPECT_TRUE(t.grep("i2c-2").empty());
+
+  simctl({"i2c", "nack", "fctl", "on"});
+  r = runCmd(fan, "fan -rr -o 0x90");
+  EXPECT_EQ(r.status, FAILURE);
+  EXPECT_NE(r.out.find("failed to write device fctl(0x52)"), std::string::npos) << r.out;
+}
+
+TEST_F(FanCtlrTest, ReadBackCatchesAStuckBit) {
+  simctl({"i2c", "stuck", "fctl", "0xf6", "3", "0"});
+  I2cDevUtil util("fctl", false, false);
+  ASSERT_EQ(util.stat(), SUCCESS);
+  FanCtlr fc;
+  unsigned short v = 0x00FF;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 2, &v), FAILURE);
+  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+            "I2C readback failed - reg= 0xf6, written= 0x00ff, read= 0x00f7\n");
+  v = 0x00F0;
+  EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 2, &v), SUCCESS);
+}
+
+// Two one-shot runs see one instrument: the speed set by the first shows in the second.
+TEST(FanOneShot, SpeedsFollowWhatWasSet) {
+  simctl({"reset"});
+  simctl({"i2c", "fan-settle", "100"});
+  ASSERT_EQ(runSim({"fan", "-ss", "30"}).exitCode, 0);
+  std::string out;
+  for (int i = 0; i < 100; ++i) {
+    out = runSim({"fan", "-ds"}).out;
+    if (out.rfind("1824(0x0720) rpm\n", 0) == 0) break;
+  }
+  EXPECT_EQ(out, "1824(0x0720) rpm\n3040(0x0be0) rpm\n3040(0x0be0) rpm\n"
+                 "3040(0x0be0) rpm\n3040(0x0be0) rpm\n3040(0x0be0) rpm\n");
+}

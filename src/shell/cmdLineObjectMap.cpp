@@ -27,7 +27,7 @@ const CmdRow cmdTable[] = {
     {"ledwr", "Write LED driver regs\n", nullptr},
     {"ledshow", "LED show\n", nullptr},
     {"xfr", "USB file transfer\n", nullptr},
-    {"gpmc", "GPMC prober\n", nullptr},  // PENDING gpmc
+    {"gpmc", "GPMC prober\n", gpmc},
     {"spi", "SPI prober\n", nullptr},
     {"delay", "Delay\n", cmdDelay},
     {"system", "Execute external program\n", system},

@@ -34,7 +34,7 @@ const CmdRow cmdTable[] = {
     {"ramp", "Ramp waveform\n", nullptr},
     {"mtmp", "Show Z9 measurement board temperatures\n", nullptr},
     {"mtmpwr", "Write Z9 measurement board temp sensor regs\n", nullptr},
-    {"ta", "Timed Action test\n", nullptr},  // PENDING cmdTmdAct
+    {"ta", "Timed Action test\n", cmdTmdAct},
     {"log", "Turn syslogging on/off\n", cmdLog},
     {"fpfpga", "Access Front Panel FPGA\n", nullptr},
     {"fptmp", "Show Z9 front panel temperatures\n", nullptr},

@@ -1,0 +1,157 @@
+// Times on the timeline, the order and timing of timed actions, and the ta command.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <sstream>
+#include <vector>
+
+#include "programs.h"
+#include "timeLine.h"
+
+namespace {
+long long usec(const TimeLineTime& t) { return t.time.tv_sec * 1000000LL + t.time.tv_usec; }
+
+long long clockUsec() {
+  TimeLineTime t;
+  t.get();
+  return usec(t);
+}
+
+std::vector<std::pair<char, long long>> calls;
+void actionA() { calls.emplace_back('a', clockUsec()); }
+void actionB() { calls.emplace_back('b', clockUsec()); }
+void actionC() { calls.emplace_back('c', clockUsec()); }
+
+double cpuSeconds() {
+  struct timespec ts;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return ts.tv_sec + ts.tv_nsec / 1e9;
+}
+
+std::string printed(const TimeLineTime& t) {
+  std::ostringstream os;
+  os << t;
+  return os.str();
+}
+
+// Seconds since the epoch of a time printed as "%m-%d-%Y  %T." and microseconds.
+double parsePrinted(const std::string& s) {
+  struct tm tmv = {};
+  long us = 0;
+  if (sscanf(s.c_str(), "%d-%d-%d  %d:%d:%d.%ld", &tmv.tm_mon, &tmv.tm_mday, &tmv.tm_year, &tmv.tm_hour, &tmv.tm_min,
+             &tmv.tm_sec, &us) != 7)
+    return -1;
+  tmv.tm_mon -= 1;
+  tmv.tm_year -= 1900;
+  tmv.tm_isdst = -1;
+  return static_cast<double>(mktime(&tmv)) + us / 1e6;
+}
+}  // namespace
+
+TEST(TimeLineTime, SumsCarryAtAMillionMicrosecondsAndAreNow) {
+  TimeLineTime s = TimeLineTime(0, 600000) + TimeLineTime(0, 700000);
+  EXPECT_TRUE(s.now);
+  EXPECT_EQ(s.time.tv_sec, 1);
+  EXPECT_EQ(s.time.tv_usec, 300000);
+  s = TimeLineTime(0, 500000) + TimeLineTime(0, 500000);
+  EXPECT_EQ(s.time.tv_sec, 1);
+  EXPECT_EQ(s.time.tv_usec, 0);
+  s = TimeLineTime(2, 499999) + TimeLineTime(0, 500000);
+  EXPECT_EQ(s.time.tv_sec, 2);
+  EXPECT_EQ(s.time.tv_usec, 999999);
+  EXPECT_EQ(printed(s), "NOW");
+  TimeLineTime d = TimeLineTime(2, 100) - TimeLineTime(0, 200);
+  EXPECT_FALSE(d.now);
+  EXPECT_EQ(d.time.tv_sec, 1);
+  EXPECT_EQ(d.time.tv_usec, 999900);
+  d += TimeLineTime(0, 100);
+  EXPECT_FALSE(d.now);
+  EXPECT_EQ(d.time.tv_sec, 2);
+  EXPECT_EQ(d.time.tv_usec, 0);
+}
+
+TEST(TimeLineTime, ComparesSecondsThenMicrosecondsIgnoringNow) {
+  TimeLineTime a(5, 10), b(5, 20), c(6, 0), n = TimeLineTime(5, 0) + TimeLineTime(0, 10);
+  EXPECT_TRUE(b > a);
+  EXPECT_FALSE(a > b);
+  EXPECT_TRUE(c > b);
+  EXPECT_TRUE(n == a);
+  EXPECT_TRUE(a >= n);
+  EXPECT_FALSE(a >= b);
+  timeval tv = {7, 5};
+  setenv("TZ", "UTC", 1);
+  tzset();
+  EXPECT_EQ(printed(TimeLineTime(&tv)), "01-01-1970  00:00:07.5");  // microseconds not padded
+  EXPECT_EQ(printed(TimeLineTime()), "NOW");
+}
+
+TEST(TimeLine, RunsInNameOrderAndOnlyANowFirstActionStartsIt) {
+  calls.clear();
+  TimedAction b("b", TimeLineTime(0, 80000), actionB);
+  TimedAction a("a", TimeLineTime(0, 50000), actionA);
+  TimedAction again("b", TimeLineTime(), actionC);
+  TimeLine line;
+  line.addTimedAction(&b);
+  line.addTimedAction(&a);
+  line.addTimedAction(&again);  // the name is taken: not added
+  ASSERT_EQ(line.map.size(), 2u);
+  long long start = clockUsec();
+  ::testing::internal::CaptureStdout();
+  line.execTimeLine();
+  std::string out = ::testing::internal::GetCapturedStdout();
+  // a comes first by name and, with an offset instead of "now", never runs.
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_EQ(calls[0].first, 'b');
+  EXPECT_GE(calls[0].second - start, 80000);
+  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1);
+
+  calls.clear();
+  TimedAction first("1", TimeLineTime(), actionA), second("2", TimeLineTime(0, 30000), actionB);
+  TimeLine now;
+  now.addTimedAction(&second);
+  now.addTimedAction(&first);
+  ::testing::internal::CaptureStdout();
+  now.execTimeLine();
+  ::testing::internal::GetCapturedStdout();
+  ASSERT_EQ(calls.size(), 2u);
+  EXPECT_EQ(calls[0].first, 'a');
+  EXPECT_GE(calls[1].second - calls[0].second, 30000);
+}
+
+// The wait sleeps until just before its time and watches the clock only for
+// the last stretch: it ends at or after the time, using little processor time.
+TEST(TimeLine, WaitEndsAtItsTimeWithoutTakingAProcessor) {
+  TimeLineTime target;
+  target.get();
+  target = target + TimeLineTime(0, 300000);
+  target.now = false;
+  double cpu0 = cpuSeconds();
+  TimeLineTime reached;
+  ASSERT_EQ(target.waitFor(&reached), SUCCESS);
+  double cpu = cpuSeconds() - cpu0;
+  EXPECT_TRUE(reached >= target);
+  EXPECT_FALSE(reached.now);
+  EXPECT_LT(cpu, 0.1) << "a wait of 0.3 s used " << cpu << " s of processor time";
+}
+
+TEST(TaCommand, ActionsRunAboutOneAndTwoSecondsApart) {
+  RunResult r = runSim({"ta"});
+  ASSERT_EQ(r.exitCode, 0) << r.out;
+  std::vector<std::string> lines;
+  std::istringstream in(r.out);
+  for (std::string l; std::getline(in, l);) lines.push_back(l);
+  ASSERT_EQ(lines.size(), 9u) << r.out;
+  EXPECT_EQ(lines[0], "NOW");
+  EXPECT_NE(lines[1].find(":01.0"), std::string::npos) << lines[1];  // one second, zero microseconds
+  EXPECT_EQ(lines[2], "NOW");  // a sum of two times is "now"
+  EXPECT_EQ(lines[3], "I am timed action 1");
+  EXPECT_EQ(lines[5], "I am timed action 2");
+  EXPECT_EQ(lines[7], "I am timed action 3");
+  double t1 = parsePrinted(lines[4]), t2 = parsePrinted(lines[6]), t3 = parsePrinted(lines[8]);
+  EXPECT_GE(t2 - t1, 1.0);
+  EXPECT_LT(t2 - t1, 1.2);
+  EXPECT_GE(t3 - t2, 2.0);
+  EXPECT_LT(t3 - t2, 2.2);
+}

@@ -154,13 +154,16 @@ TEST(NamedSemaphores, TwoProcessesShareTheFpgaWordByWord) {
   }
   Trace trace;
   RUN_ISOLATED(report, [] {
-    pid_t a = startQuiet(programArgv(diagSimBin(), {"file", testPath("share-a")}));
-    pid_t b = startQuiet(programArgv(diagSimBin(), {"file", testPath("share-b")}));
-    int sa = waitChild(a, 120000), sb = waitChild(b, 120000);
-    return "exits " + std::to_string(sa) + " " + std::to_string(sb) + " value " +
-           std::to_string(semValue("diagGPMCSem"));
+    std::string both;
+    for (const char* who : {"a", "b"}) {
+      for (const std::string& word : programArgv(diagSimBin(), {"file", testPath(std::string("share-") + who)}))
+        both += word + " ";
+      both += std::string(">/dev/null & ") + who + "=$!; ";
+    }
+    RunResult r = runProgram({"/bin/sh", "-c", both + "wait $a; ra=$?; wait $b; echo exits $ra $?"}, "", 120000);
+    return r.out + "value " + std::to_string(semValue("diagGPMCSem"));
   });
-  EXPECT_EQ(report, "exits 0 0 value 1");
+  EXPECT_EQ(report, "exits 0 0\nvalue 1");
   std::vector<std::string> reads = trace.grep("fpga rd reg 0x0004 -> ");
   EXPECT_EQ(reads.size(), 2u * ROUNDS);
   EXPECT_EQ(trace.grep("fpga wr reg 0x0004").size(), 2u * ROUNDS);

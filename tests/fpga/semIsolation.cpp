@@ -123,17 +123,6 @@ bool waitForLine(int fd, const std::string& text, int timeoutMs, std::string* go
   return true;
 }
 
-pid_t startQuiet(const std::vector<std::string>& argv) {
-  pid_t pid = fork();
-  if (pid == 0) {
-    int null = open("/dev/null", O_WRONLY);
-    dup2(null, 1);
-    dup2(null, 2);
-    execArgv(argv);
-  }
-  return pid;
-}
-
 int waitChild(pid_t pid, int timeoutMs) {
   long long deadline = monoMs() + timeoutMs;
   int status = 0;

@@ -24,8 +24,6 @@ struct Helper {
 Helper startHelper(const std::string& mode);
 // Waits for a line containing text on fd; the lines read so far go to got.
 bool waitForLine(int fd, const std::string& text, int timeoutMs, std::string* got);
-// Starts a program with its output thrown away.
-pid_t startQuiet(const std::vector<std::string>& argv);
 // Waits for a child to end within timeoutMs (killing it after); its wait status, or -1.
 int waitChild(pid_t pid, int timeoutMs);
 // The value of a named semaphore as a fresh opener sees it; -1 when it does not exist.

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <pthread.h>
+#include <sys/file.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
@@ -14,6 +15,7 @@
 #include <cstring>
 #include <ctime>
 #include <mutex>
+#include <string>
 
 #include "log.h"
 
@@ -115,29 +117,45 @@ void installReleaseOnExit() {
   }
 }
 
-HolderRec* openRecord(const char* recName) {
-  int fd = shm_open(recName, O_CREAT | O_RDWR, 0666);
+// Maps the record and ends the lock on it: explicitly, since the mapping
+// keeps the descriptor's file, and with it a lock, alive after close().
+HolderRec* mapRecord(int fd) {
   if (fd < 0) return nullptr;
   fchmod(fd, 0666);
-  if (ftruncate(fd, sizeof(HolderRec)) != 0) {
-    close(fd);
-    return nullptr;
-  }
-  void* p = mmap(nullptr, sizeof(HolderRec), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  void* p = MAP_FAILED;
+  if (ftruncate(fd, sizeof(HolderRec)) == 0)
+    p = mmap(nullptr, sizeof(HolderRec), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  flock(fd, LOCK_UN);
   close(fd);
   return p == MAP_FAILED ? nullptr : static_cast<HolderRec*>(p);
+}
+
+// A semaphore left by a build whose sem_t has another size (a 64-bit and a
+// 32-bit build of this program on one development machine) cannot be shared:
+// each reads the other's counter wrongly, and a 32-bit process finds it taken
+// for ever. Such a one is replaced.
+void replaceForeign(const char* name) {
+  std::string path = std::string("/dev/shm/sem.") + name;
+  struct stat st;
+  if (stat(path.c_str(), &st) != 0 || st.st_size == static_cast<off_t>(sizeof(sem_t))) return;
+  sem_unlink(name);
+  log(LOG_SYS, "replaced semaphore %s, left by a build with another semaphore layout\n", name);
 }
 
 E_STATUS openSem(NamedSem& n, sem_t** ppMutex) {
   std::lock_guard<std::mutex> lock(openMutex);
   if (!n.sem) {
+    // The holder record's lock keeps two processes from replacing the semaphore at once.
+    int recFd = shm_open(n.recName, O_CREAT | O_RDWR, 0666);
+    if (recFd >= 0) flock(recFd, LOCK_EX);
+    replaceForeign(n.name);
     sem_t* s = sem_open(n.name, O_CREAT, 0666, 1);
+    n.rec = mapRecord(recFd);
     if (s == SEM_FAILED) {
       perror("semaphore initilization failed");
       *ppMutex = nullptr;
       return FAILURE;
     }
-    n.rec = openRecord(n.recName);
     n.sem = s;
     installReleaseOnExit();
   }

@@ -6,6 +6,7 @@
 
 #include <cstdlib>
 #include <random>
+#include <semaphore.h>
 #include <sstream>
 
 #include "programs.h"
@@ -100,6 +101,19 @@ TEST(NamedSemaphores, InterruptedOrExitingHolderReleasesOnItsWayOut) {
   EXPECT_TRUE(contains(report, "exit-holding: 0 value 1\n")) << report;
   EXPECT_FALSE(contains(report, "recovered")) << report;
   EXPECT_TRUE(contains(report, "next process: exit 0")) << report;
+}
+
+// A semaphore file of another build's layout (here twice this build's size,
+// all zero: taken) is replaced rather than waited on for ever.
+TEST(NamedSemaphores, SemaphoreOfAnotherLayoutIsReplaced) {
+  RUN_ISOLATED(report, [] {
+    writeFile("/dev/shm/sem.diagGPMCSem", std::string(2 * sizeof(sem_t), '\0'));
+    std::string r = nextFpgaAccess();
+    return r + "value " + std::to_string(semValue("diagGPMCSem"));
+  });
+  EXPECT_TRUE(contains(report, "next process: exit 0")) << report;
+  EXPECT_FALSE(contains(report, "waiting for semaphore")) << report;
+  EXPECT_TRUE(contains(report, "value 1")) << report;
 }
 
 // A stopping signal can land at any instruction of a take or a give; the

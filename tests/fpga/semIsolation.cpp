@@ -2,10 +2,8 @@
 
 #include <fcntl.h>
 #include <poll.h>
-#include <sched.h>
 #include <semaphore.h>
 #include <signal.h>
-#include <sys/mount.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -14,18 +12,10 @@
 #include <cstring>
 
 #include "programs.h"
+#include "testEnv.h"
 
 namespace {
 constexpr char SKIP = '\x01';
-
-std::string privateShm() {
-  if (unshare(CLONE_NEWNS) != 0) return std::string("unshare(CLONE_NEWNS): ") + strerror(errno);
-  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
-    return std::string("making / private: ") + strerror(errno);
-  if (mount("tmpfs", "/dev/shm", "tmpfs", 0, "mode=1777") != 0)
-    return std::string("tmpfs on /dev/shm: ") + strerror(errno);
-  return "";
-}
 
 void writeAll(int fd, const std::string& s) {
   for (size_t done = 0; done < s.size();) {
@@ -62,7 +52,7 @@ Isolated runIsolated(const std::function<std::string()>& fn, int timeoutMs) {
   pid_t pid = fork();
   if (pid == 0) {
     close(p[0]);
-    std::string why = privateShm();
+    std::string why = usePrivateShm();
     writeAll(p[1], why.empty() ? fn() : SKIP + why);
     _exit(0);
   }

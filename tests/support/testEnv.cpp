@@ -1,9 +1,13 @@
 #include "testEnv.h"
 
 #include <ftw.h>
+#include <sched.h>
+#include <sys/mount.h>
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -34,6 +38,15 @@ std::string readFile(const std::string& path) {
 void writeFile(const std::string& path, const std::string& text) {
   std::ofstream out(path, std::ios::binary);
   out << text;
+}
+
+std::string usePrivateShm() {
+  if (unshare(CLONE_NEWNS) != 0) return std::string("unshare(CLONE_NEWNS): ") + strerror(errno);
+  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+    return std::string("making / private: ") + strerror(errno);
+  if (mount("tmpfs", "/dev/shm", "tmpfs", 0, "mode=1777") != 0)
+    return std::string("tmpfs on /dev/shm: ") + strerror(errno);
+  return "";
 }
 
 std::string simctl(const std::vector<std::string>& args) {
@@ -67,6 +80,7 @@ int main(int argc, char** argv) {
   dirRef() = tmpl;
   setenv("DIAG_SIM_STATE", testPath("sim.state").c_str(), 1);
   setenv("DIAG_SIM_TRACE", testPath("sim.trace").c_str(), 1);
+  usePrivateShm();  // where it cannot, the tests share the system's /dev/shm
   ::testing::InitGoogleTest(&argc, argv);
   int rc = RUN_ALL_TESTS();
   if (!getenv("DIAG_KEEP_TEST_DIR")) nftw(tmpl, removeEntry, 16, FTW_DEPTH | FTW_PHYS);

@@ -10,6 +10,12 @@ std::string testPath(const std::string& name);
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& text);
 
+// Gives this process (and the programs it starts) a /dev/shm of its own: a
+// private mount namespace with a fresh tmpfs. The named semaphores are
+// system-wide, and builds of other word sizes or other worktrees on the same
+// machine must not meet the tests' ones. Returns why it could not ("" when done).
+std::string usePrivateShm();
+
 // The simulator's control surface, in-process (same state as the started programs).
 std::string simctl(const std::vector<std::string>& args);
 

@@ -112,9 +112,11 @@ private:
     if (!text) return BAD_PARAMETER;
     return gpmcParseNum(text, v) ? SUCCESS : gpmcBadNumber(opt, text);
   }
-  E_STATUS count(const char* opt, unsigned long* v) {
+  // -w and -r: the option asks for the transfer, its count is optional.
+  E_STATUS transfer(const char* opt, bool* asked, unsigned long* count) {
+    *asked = true;
     const char* text = optional();
-    return text ? number(opt, text, v) : SUCCESS;
+    return text ? number(opt, text, count) : SUCCESS;
   }
   E_STATUS file(const char* opt, E_GPMC_DUMP kind) {
     a.outName = value(opt);
@@ -144,8 +146,8 @@ E_STATUS Scanner::option(const char* w, bool* done) {
   std::string o = w;
   if (o == "-l") a.list = true;
   else if (o == "-m") return (a.devName = value(w)) ? SUCCESS : BAD_PARAMETER;
-  else if (o == "-w") return a.doWrite = true, count(w, &a.nWr);
-  else if (o == "-r") return a.doRead = true, count(w, &a.nRd);
+  else if (o == "-w") return transfer(w, &a.doWrite, &a.nWr);
+  else if (o == "-r") return transfer(w, &a.doRead, &a.nRd);
   else if (o == "-d") return number(w, value(w), &a.data);
   else if (o == "-o") return (a.offsetText = value(w)) ? SUCCESS : BAD_PARAMETER;
   else if (o == "-f") return file(w, GPMC_DUMP_DEC);

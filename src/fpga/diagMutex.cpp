@@ -230,7 +230,10 @@ E_STATUS waitSlow(NamedSem& n) {
     if (holderGone(holder) && recover(n, holder)) return SUCCESS;
     if (!reported && waitedMs >= REPORT_AFTER_MS) {
       reported = true;
-      log(LOG_TERM, "waiting for semaphore %s, held by process %d\n", n.name, static_cast<int>(holder));
+      if (holder > 0)
+        log(LOG_TERM, "waiting for semaphore %s, held by process %d\n", n.name, static_cast<int>(holder));
+      else
+        log(LOG_TERM, "waiting for semaphore %s, which has no recorded holder\n", n.name);
     }
   }
 }

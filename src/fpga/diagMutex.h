@@ -15,6 +15,8 @@ E_STATUS getMutx(sem_t** ppMutex);
 //   takes effect right after it);
 // - a waiter that finds the recorded holder gone (ended, or ended and not yet
 //   collected by its parent) takes the semaphore over and says so.
+// A semaphore left by a build whose sem_t has another size (64-bit and 32-bit
+// builds on one machine) is replaced when opened: the two cannot share one.
 // A process killed outright in the few instructions between taking the
 // semaphore and recording itself as holder leaves no record: that one case is
 // not recovered.

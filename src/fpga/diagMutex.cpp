@@ -1,16 +1,21 @@
 #include "diagMutex.h"
 
 #include <fcntl.h>
+#include <pthread.h>
+#include <sys/file.h>
 #include <signal.h>
 #include <sys/mman.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
+#include <cstring>
 #include <ctime>
 #include <mutex>
+#include <string>
 
 #include "log.h"
 
@@ -26,6 +31,8 @@ struct NamedSem {
   sem_t* sem = nullptr;
   HolderRec* rec = nullptr;
   volatile sig_atomic_t heldHere = 0;
+  pthread_t owner{};  // the thread of this process that holds it
+  int depth = 0;  // reentrant takes by the owner
 };
 
 NamedSem sems[] = {{"diagGPMCSem", "/diagGPMCSem.holder"}, {"diagSem", "/diagSem.holder"}};
@@ -33,22 +40,59 @@ std::mutex openMutex;
 constexpr int WAIT_SLICE_MS = 200;
 constexpr int REPORT_AFTER_MS = 5000;
 
+// A signal that ends the process may arrive while a thread is between taking
+// or giving a semaphore and recording that it did. Such signals wait until the
+// step is complete, so that what the process holds is always known and released.
+std::atomic<int> inStep{0};
+volatile sig_atomic_t deferredSig = 0;
+const int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGPIPE};
+
+bool canDefer(int sig) { return sig == SIGINT || sig == SIGTERM || sig == SIGHUP || sig == SIGQUIT; }
+
+class Step {
+public:
+  Step() { inStep.fetch_add(1); }
+  ~Step() {
+    if (inStep.fetch_sub(1) == 1 && deferredSig) {
+      int sig = deferredSig;
+      deferredSig = 0;
+      raise(sig);
+    }
+  }
+  Step(const Step&) = delete;
+  Step& operator=(const Step&) = delete;
+};
+
 NamedSem* find(sem_t* s) {
   for (NamedSem& n : sems)
     if (n.sem == s) return &n;
   return nullptr;
 }
 
-void releaseAll() {
-  for (NamedSem& n : sems) {
-    if (!n.heldHere) continue;
-    n.heldHere = 0;
-    if (n.rec) n.rec->holder = 0;
-    sem_post(n.sem);
-  }
+void clearHolder(NamedSem& n) {
+  pid_t self = getpid();
+  if (n.rec) __atomic_compare_exchange_n(&n.rec->holder, &self, 0, false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST);
 }
 
-void onFatalSignal(int sig) {
+// Posted before the holder record is cleared: a process that dies between the
+// two leaves a free semaphore, never a taken one without a holder.
+void release(NamedSem& n) {
+  n.heldHere = 0;
+  n.depth = 0;
+  sem_post(n.sem);
+  clearHolder(n);
+}
+
+void releaseAll() {
+  for (NamedSem& n : sems)
+    if (n.heldHere) release(n);
+}
+
+void onEndingSignal(int sig) {
+  if (canDefer(sig) && inStep.load() > 0) {
+    deferredSig = sig;
+    return;
+  }
   releaseAll();
   signal(sig, SIG_DFL);
   raise(sig);
@@ -59,37 +103,59 @@ void installReleaseOnExit() {
   if (installed) return;
   installed = true;
   atexit(releaseAll);
-  for (int sig : {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGPIPE}) {
+  for (int sig : endingSignals) {
     struct sigaction old;
     sigaction(sig, nullptr, &old);
     // Leave alone what the process chose to ignore or handle itself.
-    if (old.sa_handler == SIG_DFL) signal(sig, onFatalSignal);
+    if (old.sa_handler != SIG_DFL) continue;
+    struct sigaction sa;
+    memset(&sa, 0, sizeof sa);
+    sa.sa_handler = onEndingSignal;
+    sigemptyset(&sa.sa_mask);
+    sa.sa_flags = SA_RESTART;
+    sigaction(sig, &sa, nullptr);
   }
 }
 
-HolderRec* openRecord(const char* recName) {
-  int fd = shm_open(recName, O_CREAT | O_RDWR, 0666);
+// Maps the record and ends the lock on it: explicitly, since the mapping
+// keeps the descriptor's file, and with it a lock, alive after close().
+HolderRec* mapRecord(int fd) {
   if (fd < 0) return nullptr;
   fchmod(fd, 0666);
-  if (ftruncate(fd, sizeof(HolderRec)) != 0) {
-    close(fd);
-    return nullptr;
-  }
-  void* p = mmap(nullptr, sizeof(HolderRec), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  void* p = MAP_FAILED;
+  if (ftruncate(fd, sizeof(HolderRec)) == 0)
+    p = mmap(nullptr, sizeof(HolderRec), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+  flock(fd, LOCK_UN);
   close(fd);
   return p == MAP_FAILED ? nullptr : static_cast<HolderRec*>(p);
+}
+
+// A semaphore left by a build whose sem_t has another size (a 64-bit and a
+// 32-bit build of this program on one development machine) cannot be shared:
+// each reads the other's counter wrongly, and a 32-bit process finds it taken
+// for ever. Such a one is replaced.
+void replaceForeign(const char* name) {
+  std::string path = std::string("/dev/shm/sem.") + name;
+  struct stat st;
+  if (stat(path.c_str(), &st) != 0 || st.st_size == static_cast<off_t>(sizeof(sem_t))) return;
+  sem_unlink(name);
+  log(LOG_SYS, "replaced semaphore %s, left by a build with another semaphore layout\n", name);
 }
 
 E_STATUS openSem(NamedSem& n, sem_t** ppMutex) {
   std::lock_guard<std::mutex> lock(openMutex);
   if (!n.sem) {
+    // The holder record's lock keeps two processes from replacing the semaphore at once.
+    int recFd = shm_open(n.recName, O_CREAT | O_RDWR, 0666);
+    if (recFd >= 0) flock(recFd, LOCK_EX);
+    replaceForeign(n.name);
     sem_t* s = sem_open(n.name, O_CREAT, 0666, 1);
+    n.rec = mapRecord(recFd);
     if (s == SEM_FAILED) {
       perror("semaphore initilization failed");
       *ppMutex = nullptr;
       return FAILURE;
     }
-    n.rec = openRecord(n.recName);
     n.sem = s;
     installReleaseOnExit();
   }
@@ -97,19 +163,46 @@ E_STATUS openSem(NamedSem& n, sem_t** ppMutex) {
   return SUCCESS;
 }
 
-bool holderGone(pid_t pid) { return pid > 0 && pid != getpid() && kill(pid, 0) != 0 && errno == ESRCH; }
+// A process that has ended but was not yet collected by its parent still
+// answers kill(): its state in /proc tells.
+bool isZombie(pid_t pid) {
+  char path[32];
+  snprintf(path, sizeof path, "/proc/%d/stat", static_cast<int>(pid));
+  FILE* f = fopen(path, "r");
+  if (!f) return false;
+  char stat[512];
+  size_t n = fread(stat, 1, sizeof stat - 1, f);
+  fclose(f);
+  stat[n] = '\0';
+  const char* end = strrchr(stat, ')');  // the command name may hold blanks and parentheses
+  return end && end[1] == ' ' && end[2] == 'Z';
+}
+
+bool holderGone(pid_t pid) {
+  if (pid <= 0 || pid == getpid()) return false;
+  if (kill(pid, 0) != 0) return errno == ESRCH;
+  return isZombie(pid);
+}
 
 void markHeld(NamedSem& n) {
   n.heldHere = 1;
+  n.owner = pthread_self();
+  n.depth = 1;
   if (n.rec) n.rec->holder = getpid();
 }
 
 // Takes the semaphore over from a holder that has ended, if it still is the holder.
 bool recover(NamedSem& n, pid_t dead) {
+  Step step;
+  // Posted by the holder just before it ended: an ordinary take.
+  if (sem_trywait(n.sem) == 0) {
+    markHeld(n);
+    return true;
+  }
   pid_t expected = dead;
   if (!__atomic_compare_exchange_n(&n.rec->holder, &expected, getpid(), false, __ATOMIC_SEQ_CST, __ATOMIC_SEQ_CST))
     return false;
-  n.heldHere = 1;
+  markHeld(n);
   log(LOG_TERM | LOG_SYS, "recovered semaphore %s from process %d, which ended while holding it\n", n.name,
       static_cast<int>(dead));
   return true;
@@ -124,9 +217,12 @@ E_STATUS waitSlow(NamedSem& n) {
     deadline.tv_nsec += WAIT_SLICE_MS * 1000000L;
     deadline.tv_sec += deadline.tv_nsec / 1000000000L;
     deadline.tv_nsec %= 1000000000L;
-    if (sem_timedwait(n.sem, &deadline) == 0) {
-      markHeld(n);
-      return SUCCESS;
+    {
+      Step step;
+      if (sem_timedwait(n.sem, &deadline) == 0) {
+        markHeld(n);
+        return SUCCESS;
+      }
     }
     if (errno != ETIMEDOUT && errno != EINTR) return FAILURE;
     waitedMs += WAIT_SLICE_MS;
@@ -134,7 +230,10 @@ E_STATUS waitSlow(NamedSem& n) {
     if (holderGone(holder) && recover(n, holder)) return SUCCESS;
     if (!reported && waitedMs >= REPORT_AFTER_MS) {
       reported = true;
-      log(LOG_TERM, "waiting for semaphore %s, held by process %d\n", n.name, static_cast<int>(holder));
+      if (holder > 0)
+        log(LOG_TERM, "waiting for semaphore %s, held by process %d\n", n.name, static_cast<int>(holder));
+      else
+        log(LOG_TERM, "waiting for semaphore %s, which has no recorded holder\n", n.name);
     }
   }
 }
@@ -146,22 +245,30 @@ E_STATUS getMutx(sem_t** ppMutex) { return openSem(sems[1], ppMutex); }
 E_STATUS semTake(sem_t* pMutex, bool reentrant) {
   NamedSem* n = find(pMutex);
   if (!n) return sem_wait(pMutex) == 0 ? SUCCESS : FAILURE;
-  if (n->heldHere && reentrant) return SUCCESS;
-  if (sem_trywait(pMutex) == 0) {
-    markHeld(*n);
+  if (reentrant && n->heldHere && pthread_equal(n->owner, pthread_self())) {
+    ++n->depth;
     return SUCCESS;
+  }
+  {
+    Step step;
+    if (sem_trywait(pMutex) == 0) {
+      markHeld(*n);
+      return SUCCESS;
+    }
   }
   return waitSlow(*n);
 }
 
 void semGive(sem_t* pMutex) {
   NamedSem* n = find(pMutex);
-  if (n) {
-    if (!n->heldHere) return;
-    n->heldHere = 0;
-    if (n->rec) n->rec->holder = 0;
+  if (!n) {
+    sem_post(pMutex);
+    return;
   }
-  sem_post(pMutex);
+  Step step;
+  if (!n->heldHere) return;
+  if (--n->depth > 0) return;  // an inner reentrant take: the outer one still holds it
+  release(*n);
 }
 
 bool semHeldHere(sem_t* pMutex) {

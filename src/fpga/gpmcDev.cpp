@@ -1,2 +1,292 @@
 #include "gpmcDev.h"
+
+#include <fcntl.h>
+
+#include <cerrno>
+
+#include "diagMutex.h"
+#include "gpmcDevMap.h"
+#include "kernel.h"
+#include "log.h"
+
 bool GpmcDev::sysLoggingOn = false;
+int GpmcDev::adapterFD = 0;
+
+namespace {
+const char* const GPMC_ADAPTER = "/dev/z9fpga0";
+constexpr int OBUF_DEVTYPE = FPGA_OUTPUT_BUFFER + 1;
+
+// The console dump of the read loops: eight words a line, the first after its
+// byte offset, the words run together, then the line's bytes as text (low
+// byte of each word first, unprintable bytes as '.').
+class WordDump {
+public:
+  void add(unsigned long offset, unsigned short word) {
+    if (n == 0)
+      log(LOG_TERM, "%04lx: %04x", offset, word);
+    else if (n < 7)
+      log(LOG_TERM, "%04x", word);
+    words[n++] = word;
+    if (n < 8) return;
+    char text[17];
+    for (int i = 0; i < 16; ++i) {
+      unsigned char c = static_cast<unsigned char>(i % 2 ? words[i / 2] >> 8 : words[i / 2] & 0xff);
+      text[i] = c < 0x20 || c > 0x7e ? '.' : static_cast<char>(c);
+    }
+    text[16] = '\0';
+    log(LOG_TERM, "%04x %s\n", word, escPct(text).c_str());
+    n = 0;
+  }
+  void finish() { log(LOG_TERM, "\n"); }
+
+private:
+  unsigned short words[8] = {};
+  int n = 0;
+};
+
+struct ShRegAddr {
+  unsigned short S_GPMC_FPGA_REGS::*field;
+  unsigned long addr;
+};
+using R = S_GPMC_FPGA_REGS;
+// Read order and addresses; lnSyncCurrPlsLim has no address and is not read.
+const ShRegAddr shRegTable[] = {
+    {&R::devId, 0x00}, {&R::rev, 0x02}, {&R::scr, 0x04}, {&R::clkSel, 0x06}, {&R::dds1Freq, 0x08},
+    {&R::dds2Freq, 0x0a}, {&R::dds3PhaseNCtl, 0x0c}, {&R::a2dCtl, 0x0e}, {&R::a2dSmplWrAddr, 0x10},
+    {&R::a2dStat, 0x12}, {&R::wfCtl, 0x14}, {&R::miscCtlStat, 0x16}, {&R::wfCycleLen, 0x18}, {&R::wfSmplCnt, 0x1a},
+    {&R::wfCycCnt, 0x1c}, {&R::wfAmpLim, 0x1e}, {&R::wfAmpStepVal, 0x20}, {&R::wfAmpUpdateRate, 0x22},
+    {&R::wfAmpCurVal, 0x24}, {&R::wfAmpManSetVal, 0x26}, {&R::wfAmpTmrSetVal, 0x28}, {&R::sysIdWd1, 0x2a},
+    {&R::sysIdWd2, 0x2c}, {&R::sysIdWd3, 0x2e}, {&R::wfRampCtl, 0x30}, {&R::wfAmpSDVal, 0x32},
+    {&R::SCLKFreqEstLSW, 0x34}, {&R::SCLKFreqEstMSW, 0x36}, {&R::wfOffsetReq, 0x38}, {&R::wfOffsetAct, 0x3a},
+    {&R::wfHardLimit, 0x40}, {&R::PSOCNumbits, 0x42}, {&R::allOKStatCtl, 0x44}, {&R::notOKEvntAdr, 0x46},
+    {&R::lnSyncCtlStat, 0x4a}, {&R::lnSyncPerHi, 0x4c}, {&R::lnSyncPerLo, 0x4e}, {&R::lnSyncSimPer, 0x50},
+    {&R::mClkCtrStartVal, 0x56}, {&R::wClkCtrStartVal, 0x58}, {&R::lnSyncTrkrOSThresh, 0x5a},
+    {&R::lnSyncCurrOS, 0x5c}, {&R::lnSyncCurrDlta, 0x5e}, {&R::lnSyncCorrPlsLim, 0x60},
+    {&R::lnSyncCorrPlsStat, 0x62}};
+
+using M = S_GPMC_MH_FPGA_REGS;
+unsigned short M::*const mhRegTable[] = {&M::devId,    &M::rev,      &M::scr,      &M::miscCtl,      &M::miscStat,
+                                               &M::sysIdWd1, &M::sysIdWd2, &M::sysIdWd3, &M::allOKStatCtl, &M::notOKEvntAdr};
+}  // namespace
+
+unsigned long GpmcDev::errFlags() { return sysLoggingOn ? LOG_TERM | LOG_SYS : LOG_TERM; }
+
+GpmcDev::GpmcDev(E_GPMC_FPGA_TGT tgt) : target(tgt) {
+  if (adapterFD != 0) return;
+  adapterFD = kernel().open(GPMC_ADAPTER, O_RDWR);
+  if (adapterFD < 0) {
+    int err = errno;
+    LOGERR(errFlags(), "failed to open GPMC adapter %s\n", GPMC_ADAPTER);
+    logErrno(errFlags(), err);
+  }
+}
+
+GpmcDev* GpmcDev::getGpmcDev(E_GPMC_FPGA_TGT tgt) {
+  for (auto& entry : GpmcDevMap::getGpmcDevMap()->map)
+    if (entry.second->target == tgt) return entry.second;
+  return nullptr;
+}
+
+int GpmcDev::xfer(unsigned long request, int devtype, unsigned long offset, unsigned* val) {
+  S_FPGA_CMD cmd = {devtype, static_cast<int32_t>(offset), val ? *val : 0u, 0u};
+  int r = kernel().ioctl(adapterFD, request, &cmd);
+  if (r >= 0 && val) *val = cmd.val;
+  return r;
+}
+
+int GpmcDev::lockedXfer(unsigned long request, int devtype, unsigned long offset, unsigned* val) {
+  sem_t* sem = nullptr;
+  if (getGPMCMutx(&sem) != SUCCESS || semTake(sem) != SUCCESS) {
+    errno = ENOLCK;
+    return -1;
+  }
+  int r = xfer(request, devtype, offset, val);
+  int err = errno;
+  semGive(sem);
+  errno = err;
+  return r;
+}
+
+E_STATUS GpmcDev::read(unsigned short* buf, unsigned long offset, unsigned long nWords, unsigned long* nRead,
+                       unsigned long silent) {
+  if (target == FPGA_OUTPUT_BUFFER) return rdLoopForOBuf(buf, offset, nWords, nRead, silent);
+  return rdLoop(buf, offset, nWords, nRead, silent);
+}
+
+E_STATUS GpmcDev::write(unsigned short* buf, unsigned long offset, unsigned long nWords, unsigned long* nWritten) {
+  if (target == FPGA_OUTPUT_BUFFER) return wrLoopForOBuf(buf, offset, nWords, nWritten);
+  return wrLoop(buf, offset, nWords, nWritten);
+}
+
+E_STATUS GpmcDev::rdLoop(unsigned short* buf, unsigned long offset, unsigned long nWords, unsigned long* nRead,
+                         unsigned long silent) {
+  WordDump dump;
+  E_STATUS status = SUCCESS;
+  unsigned long i = 0;
+  for (; i < nWords; ++i) {
+    unsigned long off = offset + 2 * i;
+    unsigned val = 0;
+    if (lockedXfer(GPMC_IOCTL_RD, devType(), off, &val) < 0) {
+      int err = errno;
+      LOGERR(errFlags(), "failed to read device %d(0x%02lx), byteCnt= %lu\n", devType(), off, i);
+      logErrno(errFlags(), err);
+      status = FAILURE;
+      break;
+    }
+    buf[i] = static_cast<unsigned short>(val);
+    if (!silent) dump.add(off, buf[i]);
+  }
+  if (!silent) dump.finish();
+  if (nRead) *nRead = i;
+  return status;
+}
+
+E_STATUS GpmcDev::wrLoop(unsigned short* buf, unsigned long offset, unsigned long nWords, unsigned long* nWritten) {
+  E_STATUS status = SUCCESS;
+  unsigned long i = 0;
+  // One byte per word: multi-word writes to register space step by one.
+  for (; i < nWords; ++i) {
+    unsigned val = buf[i];
+    if (lockedXfer(GPMC_IOCTL_WR, devType(), offset + i, &val) < 0) {
+      int err = errno;
+      unsigned short first[4] = {};
+      for (unsigned long k = 0; k < 4 && k < nWords; ++k) first[k] = buf[k];
+      LOGERR(errFlags(), "failed to write device %d(0x%02lx), buf[0]= 0x%04x, buf[1]= 0x%04x, buf[2]= 0x%04x, buf[3]= 0x%04x\n",
+             devType(), offset + i, first[0], first[1], first[2], first[3]);
+      logErrno(errFlags(), err);
+      status = FAILURE;
+      break;
+    }
+  }
+  if (nWritten) *nWritten = i;
+  return status;
+}
+
+// The output buffer answers a read with the word its previous read fetched:
+// each location is accessed twice, and of a read the second answer kept.
+int GpmcDev::oBufTwice(unsigned long request, unsigned long offset, unsigned* val) {
+  for (int k = 0; k < 2; ++k)
+    if (xfer(request, OBUF_DEVTYPE, offset, val) < 0) return -1;
+  return 0;
+}
+
+E_STATUS GpmcDev::oBufRd(unsigned long offset, unsigned short* val, unsigned long wordsSoFar) {
+  unsigned v = 0;
+  if (oBufTwice(GPMC_IOCTL_RD, offset, &v) < 0) {
+    int err = errno;
+    LOGERR(errFlags(), "failed to read device %d(0x%02lx), byteCnt= %lu\n", OBUF_DEVTYPE, offset, wordsSoFar);
+    logErrno(errFlags(), err);
+    return FAILURE;
+  }
+  *val = static_cast<unsigned short>(v);
+  return SUCCESS;
+}
+
+E_STATUS GpmcDev::rdOBufLoc(unsigned long offset, unsigned short* val) { return oBufRd(offset, val, 0); }
+
+E_STATUS GpmcDev::wrOBufLoc(unsigned long offset, unsigned short val) {
+  unsigned v = val;
+  if (oBufTwice(GPMC_IOCTL_WR, offset, &v) < 0) {
+    int err = errno;
+    LOGERR(errFlags(), "failed to write device %d(0x%02lx), datum= 0x%04x\n", OBUF_DEVTYPE, offset, val);
+    logErrno(errFlags(), err);
+    return FAILURE;
+  }
+  return SUCCESS;
+}
+
+E_STATUS GpmcDev::rdLoopForOBuf(unsigned short* buf, unsigned long offset, unsigned long nWords,
+                                unsigned long* nRead, unsigned long silent) {
+  WordDump dump;
+  E_STATUS status = SUCCESS;
+  unsigned long i = 0;
+  for (; i < nWords; ++i) {
+    status = oBufRd(offset + 2 * i, &buf[i], i);
+    if (status != SUCCESS) break;
+    if (!silent) dump.add(offset + 2 * i, buf[i]);
+  }
+  if (!silent) dump.finish();
+  if (nRead) *nRead = i;
+  return status;
+}
+
+E_STATUS GpmcDev::wrLoopForOBuf(unsigned short* buf, unsigned long offset, unsigned long nWords,
+                                unsigned long* nWritten) {
+  E_STATUS status = SUCCESS;
+  unsigned long i = 0;
+  for (; i < nWords; ++i) {
+    status = wrOBufLoc(offset + 2 * i, buf[i]);
+    if (status != SUCCESS) break;
+  }
+  if (nWritten) *nWritten = i;
+  return status;
+}
+
+E_STATUS GpmcDev::regRd(unsigned short* val, unsigned long offset) {
+  unsigned long n;
+  return read(val, offset, 1, &n, 1);
+}
+
+E_STATUS GpmcDev::regWrWithRdBack(unsigned short val, unsigned long offset, bool rdBack) {
+  unsigned long n;
+  E_STATUS status = write(&val, offset, 1, &n);
+  if (status != SUCCESS || !rdBack) return status;
+  unsigned short back;
+  status = regRd(&back, offset);
+  if (status != SUCCESS) return status;
+  return back == val ? SUCCESS : FAILURE;
+}
+
+E_STATUS GpmcDev::setResetBits(unsigned long regOffset, unsigned long bits, bool set) {
+  unsigned short v;
+  if (regRd(&v, regOffset) != SUCCESS) {
+    LOGERR(errFlags(), "failed to read FPGA\n");
+    return FAILURE;
+  }
+  v = static_cast<unsigned short>(set ? v | bits : v & ~bits);
+  if (regWrWithRdBack(v, regOffset, false) != SUCCESS) {
+    LOGERR(errFlags(), "failed to write FPGA\n");
+    return FAILURE;
+  }
+  if (regRd(&v, regOffset) != SUCCESS) {
+    LOGERR(errFlags(), "failed to read FPGA\n");
+    return FAILURE;
+  }
+  unsigned long expected = set ? bits : 0;
+  if ((v & bits) != expected) {
+    LOGERR(errFlags(), "bits read back not as expected, bits= 0x%04lx act= 0x%04x\n", bits, v);
+    return FAILURE;
+  }
+  return SUCCESS;
+}
+
+E_STATUS GpmcDev::setField(unsigned long offset, unsigned char mask, unsigned char value) {
+  unsigned short v;
+  if (regRd(&v, offset) != SUCCESS) {
+    LOGERR(errFlags(), "failed to read FPGA\n");
+    return FAILURE;
+  }
+  v = static_cast<unsigned short>((v & ~mask) | value);
+  return regWrWithRdBack(v, offset, true);
+}
+
+E_STATUS GpmcDev::rdFPGARegs(S_GPMC_FPGA_REGS* regs) {
+  for (const ShRegAddr& r : shRegTable) {
+    E_STATUS status = regRd(&(regs->*r.field), r.addr);
+    if (status != SUCCESS) return status;
+  }
+  return SUCCESS;
+}
+
+E_STATUS GpmcDev::rdFPGARegs(S_GPMC_MH_FPGA_REGS* regs) {
+  unsigned long addr = 0;
+  for (auto field : mhRegTable) {
+    E_STATUS status = regRd(&(regs->*field), addr);
+    if (status != SUCCESS) return status;
+    addr += 2;
+  }
+  return SUCCESS;
+}
+
+E_STATUS GpmcDev::ampsToStrmVal(float, unsigned short*) { return SUCCESS; }
+E_STATUS GpmcDev::strmValToAmps(unsigned short, float*) { return SUCCESS; }

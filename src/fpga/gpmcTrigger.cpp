@@ -1,5 +1,10 @@
 #include "gpmcTrigger.h"
 
-#include "log.h"
+#include "gpmcDevMap.h"
 
-void pulseFpgaTrigger() { log(LOG_TERM, "FPGA trigger not available in this build\n"); }
+void pulseFpgaTrigger() {
+  GpmcDev* reg = GpmcDevMap::find("reg");
+  if (!reg) return;
+  reg->GPMCEnPrimarySrc();
+  reg->GPMCDisPrimarySrc();
+}

@@ -27,14 +27,14 @@ const CmdRow cmdTable[] = {
     {"ledwr", "Write LED driver regs\n", nullptr},
     {"ledshow", "LED show\n", nullptr},
     {"xfr", "USB file transfer\n", nullptr},
-    {"gpmc", "GPMC prober\n", nullptr},  // PENDING gpmc
+    {"gpmc", "GPMC prober\n", gpmc},
     {"spi", "SPI prober\n", nullptr},
     {"delay", "Delay\n", cmdDelay},
     {"system", "Execute external program\n", system},
     {"ramp", "Ramp waveform\n", nullptr},
     {"mtmp", "Show Z9 measurement board temperatures\n", nullptr},
     {"mtmpwr", "Write Z9 measurement board temp sensor regs\n", nullptr},
-    {"ta", "Timed Action test\n", nullptr},  // PENDING cmdTmdAct
+    {"ta", "Timed Action test\n", cmdTmdAct},
     {"log", "Turn syslogging on/off\n", cmdLog},
     {"fpfpga", "Access Front Panel FPGA\n", nullptr},
     {"fptmp", "Show Z9 front panel temperatures\n", nullptr},

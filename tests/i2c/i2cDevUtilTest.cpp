@@ -52,7 +52,7 @@ constexpr int NEEDS_ROOT = 77;
 void runScenario(const char* which) {
   pid_t pid = fork();
   if (pid == 0) {
-    if (!mountPrivateShm()) _exit(NEEDS_ROOT);
+    if (!usePrivateShm().empty()) _exit(NEEDS_ROOT);
     setenv("DIAG_LOCK_SCENARIO", which, 1);
     std::vector<std::string> argv = programArgv(selfPath(), {"--gtest_also_run_disabled_tests", "--gtest_filter=I2cAccessorLockScenario.DISABLED_Run"});
     std::vector<char*> a;

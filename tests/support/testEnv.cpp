@@ -6,6 +6,8 @@
 #include <stdlib.h>
 #include <unistd.h>
 
+#include <cerrno>
+#include <cstring>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -25,10 +27,6 @@ int removeEntry(const char* path, const struct stat*, int, struct FTW*) { return
 
 const std::string& testDir() { return dirRef(); }
 
-bool mountPrivateShm() {
-  return unshare(CLONE_NEWNS) == 0 && mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) == 0 &&
-         mount("tmpfs", "/dev/shm", "tmpfs", 0, "mode=1777") == 0;
-}
 std::string testPath(const std::string& name) { return testDir() + "/" + name; }
 
 std::string readFile(const std::string& path) {
@@ -41,6 +39,15 @@ std::string readFile(const std::string& path) {
 void writeFile(const std::string& path, const std::string& text) {
   std::ofstream out(path, std::ios::binary);
   out << text;
+}
+
+std::string usePrivateShm() {
+  if (unshare(CLONE_NEWNS) != 0) return std::string("unshare(CLONE_NEWNS): ") + strerror(errno);
+  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+    return std::string("making / private: ") + strerror(errno);
+  if (mount("tmpfs", "/dev/shm", "tmpfs", 0, "mode=1777") != 0)
+    return std::string("tmpfs on /dev/shm: ") + strerror(errno);
+  return "";
 }
 
 std::string simctl(const std::vector<std::string>& args) {
@@ -74,8 +81,8 @@ int main(int argc, char** argv) {
   dirRef() = tmpl;
   setenv("DIAG_SIM_STATE", testPath("sim.state").c_str(), 1);
   setenv("DIAG_SIM_TRACE", testPath("sim.trace").c_str(), 1);
-  if (!mountPrivateShm())
-    fprintf(stderr, "note: no private /dev/shm (needs root): named semaphores are shared with the machine's\n");
+  std::string why = usePrivateShm();
+  if (!why.empty()) fprintf(stderr, "note: tests share the system's /dev/shm (%s)\n", why.c_str());
   ::testing::InitGoogleTest(&argc, argv);
   int rc = RUN_ALL_TESTS();
   if (!getenv("DIAG_KEEP_TEST_DIR")) nftw(tmpl, removeEntry, 16, FTW_DEPTH | FTW_PHYS);

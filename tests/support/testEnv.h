@@ -10,13 +10,12 @@ std::string testPath(const std::string& name);
 std::string readFile(const std::string& path);
 void writeFile(const std::string& path, const std::string& text);
 
-// Mounts a /dev/shm of this process's own (and of the programs it starts), so
-// that the named semaphores are private to it; false where that is refused
-// (it needs root). main() does it for every test process: tests may hold or
-// leak a semaphore, and the tests of the 32-bit cross build run beside 64-bit
-// programs on one machine, where a glibc semaphore that one of them created
-// reads as taken to the other.
-bool mountPrivateShm();
+// Gives this process (and the programs it starts) a /dev/shm of its own: a
+// private mount namespace with a fresh tmpfs. The named semaphores are
+// system-wide, and builds of other word sizes or other worktrees on the same
+// machine must not meet the tests' ones. Returns why it could not ("" when done). main() does it for every test
+// process, so tests that hold, leak or kill a holder of one disturb no other.
+std::string usePrivateShm();
 
 // The simulator's control surface, in-process (same state as the started programs).
 std::string simctl(const std::vector<std::string>& args);

@@ -1,0 +1,189 @@
+// The gpmc command in the built diag-sim, with the FPGA traffic read from the trace.
+#include <cmath>
+#include <sstream>
+
+#include "fpgaEngine.h"
+#include "gpmcTestUtil.h"
+#include "programs.h"
+
+namespace {
+class GpmcCmd : public GpmcTest {
+protected:
+  std::string run(const std::vector<std::string>& args, const std::string& input = "") {
+    std::vector<std::string> a = {"gpmc"};
+    a.insert(a.end(), args.begin(), args.end());
+    RunResult r = runSim(a, input);
+    EXPECT_EQ(r.exitCode, 0) << r.out;
+    return r.out;
+  }
+  static std::vector<std::string> lines(const std::string& text) {
+    std::vector<std::string> out;
+    std::istringstream in(text);
+    for (std::string l; std::getline(in, l);) out.push_back(l);
+    return out;
+  }
+};
+
+std::string hex4(unsigned v) {
+  char b[16];
+  snprintf(b, sizeof b, "%04x", v);
+  return b;
+}
+}  // namespace
+
+TEST_F(GpmcCmd, ReadsInBlocksOf256WordsAndWritesStepByOneByte) {
+  run({"-m", "reg", "-r", "300", "-s"});
+  std::vector<std::string> reads = trace.grep("fpga rd reg");
+  ASSERT_EQ(reads.size(), 300u);
+  EXPECT_TRUE(contains(reads[0], "reg 0x0000 ->"));
+  EXPECT_TRUE(contains(reads[255], "reg 0x01fe ->"));
+  EXPECT_TRUE(contains(reads[256], "reg 0x0200 ->"));
+  EXPECT_TRUE(contains(reads[299], "reg 0x0256 ->"));
+  trace.mark();
+  run({"-m", "reg", "-w", "3", "-o", "0x10", "-d", "0x56781234"});
+  EXPECT_EQ(trace.grep("fpga wr"), (std::vector<std::string>{"fpga wr reg 0x0010 0x1234", "fpga wr reg 0x0011 0x5678",
+                                                            "fpga wr reg 0x0012 0x0000"}));
+  // A missing count is one word.
+  trace.mark();
+  std::string out = run({"-m", "reg", "-r", "-o", "4"});
+  EXPECT_EQ(trace.grep("fpga rd reg").size(), 1u);
+  EXPECT_TRUE(contains(out, "reading reg:\n0004: 0000\n"));
+  trace.mark();
+  run({"-m", "reg", "-o", "012", "-w"});
+  EXPECT_EQ(trace.grep("fpga wr"), (std::vector<std::string>{"fpga wr reg 0x000a 0x0000"}));  // octal 012
+}
+
+TEST_F(GpmcCmd, OneWordFillsTheWholeOutputBuffer) {
+  run({"-m", "obuf", "-w", "1", "-d", "0x1234"});
+  std::vector<std::string> writes = trace.grep("fpga wr obuf");
+  ASSERT_EQ(writes.size(), 2u * 8192u);
+  for (size_t i = 0; i < writes.size(); ++i)
+    ASSERT_EQ(writes[i], "fpga wr obuf 0x" + hex4(static_cast<unsigned>(i / 2 * 2)) + " 0x1234");
+  std::vector<std::string> ctl = trace.grep("fpga wr reg 0x0014");
+  EXPECT_EQ(ctl, (std::vector<std::string>{"fpga wr reg 0x0014 0x0200", "fpga wr reg 0x0014 0x0000"}));
+  EXPECT_EQ(peek("obuf", "0"), 0x1234);
+  EXPECT_EQ(peek("obuf", "0x3ffe"), 0x1234);
+}
+
+TEST_F(GpmcCmd, InputFileWritesOneWordPerLine) {
+  std::string in = testPath("in.txt");
+  writeFile(in, "10\n-1\n65535\n");
+  run({"-m", "obuf", "-w", "-o", "0x100", "-fi", in});
+  EXPECT_EQ(peek("obuf", "0x100"), 10);
+  EXPECT_EQ(peek("obuf", "0x102"), 0xffff);
+  EXPECT_EQ(peek("obuf", "0x104"), 0xffff);
+  EXPECT_EQ(trace.grep("fpga wr obuf").size(), 6u);
+  writeFile(in, "7\nseven\n");
+  std::string out = run({"-m", "reg", "-w", "-o", "0x20", "-fi", in});
+  EXPECT_TRUE(contains(out, "line 2 of the input file is not a number"));
+  EXPECT_EQ(peek("reg", "0x20"), 7);
+}
+
+TEST_F(GpmcCmd, ReadDataDumpsToFilesInEachFormat) {
+  for (int i = 0; i < 8; ++i)  // line-sync registers, which hold what is written
+    simctl({"fpga", "poke", "reg", std::to_string(0x4a + 2 * i), std::to_string(0x1000 * i + 0x41)});
+  std::string dec = testPath("d.txt"), hex = testPath("h.txt"), bin = testPath("b.bin");
+  run({"-m", "reg", "-o", "0x4a", "-r", "8", "-s", "-f", dec});
+  EXPECT_EQ(readFile(dec), "65\n4161\n8257\n12353\n16449\n20545\n24641\n28737\n");
+  run({"-m", "reg", "-o", "0x4a", "-r", "8", "-s", "-fh", hex});
+  EXPECT_EQ(readFile(hex),
+            "0041 1041  2041 3041\n    4264001 541143105     0x00411041 0x20413041 \n"
+            "4041 5041  6041 7041\n    1078022209 1614901313     0x40415041 0x60417041 \n");
+  run({"-m", "reg", "-o", "0x4a", "-r", "8", "-s", "-scf", "-fh", hex});
+  EXPECT_EQ(readFile(hex), "0041 1041  2041 3041\n4041 5041  6041 7041\n");
+  run({"-m", "reg", "-o", "0x4a", "-r", "3", "-s", "-fb", bin});
+  std::string raw = readFile(bin);
+  ASSERT_EQ(raw.size(), 6u);
+  unsigned short w[3];
+  memcpy(w, raw.data(), 6);
+  EXPECT_EQ(w[2], 0x2041);
+}
+
+TEST_F(GpmcCmd, ChannelOneSamplesDecodeToTheSignalTheA2DHolds) {
+  std::string out = testPath("s1.txt");
+  run({"-m", "ibuf", "-r", "512", "-s", "-fs1", out});
+  std::vector<std::string> samples = lines(readFile(out));
+  ASSERT_EQ(samples.size(), 128u);  // two channel-1 samples in each group of eight words
+  for (size_t i = 0; i < samples.size(); ++i)
+    ASSERT_EQ(std::stol(samples[i]), sim::a2dSample(0, static_cast<uint32_t>(i), false)) << i;
+  // Inverted channel 1 reads back negated; un-inverting restores it.
+  run({"-inv", "0", "1"});
+  EXPECT_EQ(peek("reg", "0x0e") & 3, 1);
+  run({"-m", "ibuf", "-o", "0x10", "-r", "8", "-s", "-fs1", out});
+  EXPECT_EQ(std::stol(lines(readFile(out))[0]), -sim::a2dSample(0, 2, false));
+  run({"-inv", "1", "1"});
+  EXPECT_EQ(peek("reg", "0x0e") & 3, 0);
+}
+
+TEST_F(GpmcCmd, CollectionsAndMeasurementResets) {
+  std::string out = run({"-col", "100"});
+  EXPECT_EQ(trace.grep("fpga wr reg 0x000e"),
+            (std::vector<std::string>{"fpga wr reg 0x000e 0x3040", "fpga wr reg 0x000e 0x0000"}));
+  EXPECT_GT(peek("reg", "0x10"), 100);
+  out = run({"-m", "reg", "-col", "100"});
+  EXPECT_TRUE(contains(out, "wrong number of arguments"));
+  out = run({"-col", "70000"});
+  EXPECT_TRUE(contains(out, "-col: 70000 samples is more than the collection can count"));
+  run({"-fmr"});
+  run({"-fr"});
+  EXPECT_TRUE(contains(simctl({"fpga", "status"}), "forced resets 2"));
+  std::string ctf = testPath("ctf.txt");
+  run({"-ctf", ctf, "3"});
+  EXPECT_EQ(lines(readFile(ctf)).size(), 12u);
+  trace.mark();
+  run({"-caon"});
+  EXPECT_TRUE(contains(simctl({"fpga", "status"}), "a2d: continuous"));
+  run({"-caoff"});
+  EXPECT_EQ(trace.grep("fpga ioctl"),
+            (std::vector<std::string>{"fpga ioctl 0x11abc6 devtype 3", "fpga ioctl 0x11abca devtype 3"}));
+}
+
+TEST_F(GpmcCmd, SyncSourceAndTransmitFrequency) {
+  EXPECT_TRUE(contains(run({"-si"}), "using internal MCLK (not from other signal host)\n"));
+  simctl({"fpga", "poke", "reg", "0x06", "0x10"});
+  EXPECT_TRUE(contains(run({"-si"}), "using external MCLK from other signal host\n"));
+  EXPECT_TRUE(contains(run({"-t"}), "transmitting approx. 0 cycles per second\n"));
+  simctl({"fpga", "poke", "reg", "0x14", "0"});
+  dev("reg")->GPMCStartWaveForm();  // 60 cycles a second
+  std::string out = run({"-t"});
+  size_t at = out.find("transmitting approx. ");
+  ASSERT_NE(at, std::string::npos) << out;
+  int cycles = std::stoi(out.substr(at + 21));
+  EXPECT_GE(cycles, 45);
+  EXPECT_LE(cycles, 100);
+}
+
+TEST_F(GpmcCmd, ListUsageAndContinuousReadUntilQ) {
+  EXPECT_EQ(run({"-l"}), "fgen\nibuf\nobuf\noled\npsocbuf\nreg\n");
+  std::vector<std::string> usage = lines(run({"-h"}));
+  ASSERT_EQ(usage.size(), 21u);
+  EXPECT_EQ(usage[0], "-l - list device names (for -m) from table");
+  EXPECT_EQ(usage[14], "-col [num_samples] - collect num_samples (default = 256) samples");
+  EXPECT_EQ(usage[20], "-ctf <file_name> <num_samples> - collects data to file");
+  EXPECT_EQ(runSim({"gpmc"}).out, "Try gpmc -h\n");
+  std::string out = run({"-m", "reg", "-rc", "-s"}, "q");
+  EXPECT_TRUE(contains(out, "continuously reading reg (type q to quit):\n"));
+  EXPECT_EQ(trace.grep("fpga rd reg").size(), 256u);
+  // At the end of the input no q can come: the read stops as well.
+  trace.mark();
+  run({"-m", "reg", "-rc", "-s"});
+  EXPECT_EQ(trace.grep("fpga rd reg").size(), 256u);
+}
+
+TEST_F(GpmcCmd, BadInputGetsAClearMessage) {
+  EXPECT_TRUE(contains(run({"-m", "nope", "-r", "1"}), "Device nope not found\r\n"));
+  EXPECT_TRUE(contains(run({"-m", "reg", "-r", "1", "-f", "/nonexistent/dir/out.txt"}),
+                       "unable to open file /nonexistent/dir/out.txt\n"));
+  EXPECT_TRUE(contains(run({"-m", "reg", "-w", "300"}), "-w: 300 words do not fit the transfer buffer of 257 words"));
+  EXPECT_TRUE(contains(run({"-m", "reg", "-r", "12abc"}), "-r: 12abc is not a number"));
+  EXPECT_TRUE(contains(run({"-m", "reg", "-r", "1", "-o", "zz"}), "-o: zz is not a number"));
+  EXPECT_TRUE(contains(run({"-m"}), "-m needs a value"));
+  EXPECT_TRUE(contains(run({"-r", "1"}), "no device selected"));
+  EXPECT_TRUE(contains(run({"-m", "%s%n%x", "-r", "1"}), "Device %s%n%x not found"));
+  EXPECT_TRUE(trace.grep("fpga wr").empty());
+  EXPECT_TRUE(contains(run({"-m", "reg", "-r", "2", "-o", "0xffe", "-s"}), "failed to read device 4(0x1000), byteCnt= 1"));
+  // A file name is kept to its first 60 characters.
+  std::string longName = testPath(std::string(80, 'n'));
+  run({"-m", "reg", "-r", "1", "-s", "-f", longName});
+  EXPECT_TRUE(readFile(longName.substr(0, 60)).size() > 0);
+}

@@ -1,0 +1,78 @@
+// When started with DIAG_SEM_HELPER set, the test program is not a test run
+// but a small user of the named semaphores that other tests start, stop and
+// kill: it acts before main and ends there.
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <ctime>
+
+#include "diagMutex.h"
+
+namespace {
+constexpr int HOLD_LIMIT_S = 30;
+
+void say(const char* fmt, int a = 0, int b = 0) {
+  printf(fmt, a, b);
+  fflush(stdout);
+}
+
+sem_t* gpmcSem() {
+  sem_t* s = nullptr;
+  return getGPMCMutx(&s) == SUCCESS ? s : nullptr;
+}
+
+// Takes "diagGPMCSem" and keeps it until killed, or ends at once holding it.
+int hold(bool exitAtOnce) {
+  sem_t* s = gpmcSem();
+  if (!s || semTake(s) != SUCCESS) return 2;
+  say("held %d\n", static_cast<int>(getpid()));
+  if (exitAtOnce) return 0;
+  for (int i = 0; i < HOLD_LIMIT_S * 10; ++i) usleep(100000);
+  return 0;
+}
+
+// Takes and gives "diagGPMCSem" as fast as it can until stopped.
+int churn() {
+  sem_t* s = gpmcSem();
+  if (!s) return 2;
+  say("ready\n");
+  time_t end = time(nullptr) + HOLD_LIMIT_S;
+  for (long i = 0; i % 4096 != 0 || time(nullptr) < end; ++i) {
+    if (semTake(s) != SUCCESS) return 3;
+    semGive(s);
+  }
+  return 0;
+}
+
+// Reentrant takes by one thread: only the outermost give posts.
+int nested() {
+  sem_t* s = nullptr;
+  if (getMutx(&s) != SUCCESS) return 2;
+  int v = -1;
+  semTake(s, true);
+  semTake(s, true);
+  semGive(s);
+  sem_getvalue(s, &v);
+  say("inner given: held=%d value=%d\n", semHeldHere(s), v);
+  semGive(s);
+  sem_getvalue(s, &v);
+  say("outer given: held=%d value=%d\n", semHeldHere(s), v);
+  return 0;
+}
+
+int helperIfAsked() {
+  const char* mode = getenv("DIAG_SEM_HELPER");
+  if (!mode) return 0;
+  int rc = 1;
+  if (!strcmp(mode, "hold")) rc = hold(false);
+  else if (!strcmp(mode, "exit-holding")) rc = hold(true);
+  else if (!strcmp(mode, "churn")) rc = churn();
+  else if (!strcmp(mode, "nested")) rc = nested();
+  exit(rc);  // exit, not _exit: what the process holds is released on the way out
+}
+
+[[maybe_unused]] const int helperRan = helperIfAsked();
+}  // namespace

@@ -1,0 +1,137 @@
+#include "semIsolation.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <semaphore.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+
+#include "programs.h"
+#include "testEnv.h"
+
+namespace {
+constexpr char SKIP = '\x01';
+
+void writeAll(int fd, const std::string& s) {
+  for (size_t done = 0; done < s.size();) {
+    ssize_t n = write(fd, s.data() + done, s.size() - done);
+    if (n <= 0) return;
+    done += static_cast<size_t>(n);
+  }
+}
+
+std::string selfPath() {
+  char buf[4096];
+  ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
+  return n > 0 ? std::string(buf, static_cast<size_t>(n)) : "";
+}
+
+void execArgv(const std::vector<std::string>& argv) {
+  std::vector<char*> a;
+  for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
+  a.push_back(nullptr);
+  execv(a[0], a.data());
+  _exit(127);
+}
+}  // namespace
+
+long long monoMs() {
+  using namespace std::chrono;
+  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
+}
+
+Isolated runIsolated(const std::function<std::string()>& fn, int timeoutMs) {
+  Isolated r;
+  int p[2];
+  if (pipe(p) != 0) return {"", "no pipe"};
+  pid_t pid = fork();
+  if (pid == 0) {
+    close(p[0]);
+    std::string why = usePrivateShm();
+    writeAll(p[1], why.empty() ? fn() : SKIP + why);
+    _exit(0);
+  }
+  close(p[1]);
+  std::string got;
+  long long deadline = monoMs() + timeoutMs;
+  char buf[4096];
+  for (;;) {
+    struct pollfd pf = {p[0], POLLIN, 0};
+    long long left = deadline - monoMs();
+    if (left <= 0 || poll(&pf, 1, static_cast<int>(left)) <= 0) {
+      kill(pid, SIGKILL);
+      got += "\n(isolated run timed out)";
+      break;
+    }
+    ssize_t n = read(p[0], buf, sizeof buf);
+    if (n <= 0) break;
+    got.append(buf, static_cast<size_t>(n));
+  }
+  close(p[0]);
+  waitpid(pid, nullptr, 0);
+  if (!got.empty() && got[0] == SKIP)
+    r.skipReason = "no private /dev/shm here (" + got.substr(1) + ")";
+  else
+    r.report = got;
+  return r;
+}
+
+Helper startHelper(const std::string& mode) {
+  Helper h;
+  int p[2];
+  if (pipe(p) != 0) return h;
+  std::vector<std::string> argv = programArgv(selfPath(), {});
+  h.pid = fork();
+  if (h.pid == 0) {
+    dup2(p[1], 1);
+    close(p[0]);
+    close(p[1]);
+    setenv("DIAG_SEM_HELPER", mode.c_str(), 1);
+    execArgv(argv);
+  }
+  close(p[1]);
+  h.out = p[0];
+  return h;
+}
+
+bool waitForLine(int fd, const std::string& text, int timeoutMs, std::string* got) {
+  long long deadline = monoMs() + timeoutMs;
+  char buf[256];
+  while (got->find(text) == std::string::npos) {
+    struct pollfd pf = {fd, POLLIN, 0};
+    long long left = deadline - monoMs();
+    if (left <= 0 || poll(&pf, 1, static_cast<int>(left)) <= 0) return false;
+    ssize_t n = read(fd, buf, sizeof buf);
+    if (n <= 0) return false;
+    got->append(buf, static_cast<size_t>(n));
+  }
+  return true;
+}
+
+int waitChild(pid_t pid, int timeoutMs) {
+  long long deadline = monoMs() + timeoutMs;
+  int status = 0;
+  while (waitpid(pid, &status, WNOHANG) == 0) {
+    if (monoMs() > deadline) {
+      kill(pid, SIGKILL);
+      waitpid(pid, nullptr, 0);
+      return -1;
+    }
+    usleep(10000);
+  }
+  return status;
+}
+
+int semValue(const char* name) {
+  sem_t* s = sem_open(name, 0);
+  if (s == SEM_FAILED) return -1;
+  int v = -1;
+  sem_getvalue(s, &v);
+  sem_close(s);
+  return v;
+}

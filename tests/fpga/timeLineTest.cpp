@@ -1,0 +1,148 @@
+// Times on the timeline, the order and timing of timed actions, and the ta command.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <ctime>
+#include <sstream>
+#include <vector>
+
+#include "programs.h"
+#include "timeLine.h"
+
+namespace {
+long long usec(const TimeLineTime& t) { return t.time.tv_sec * 1000000LL + t.time.tv_usec; }
+
+long long clockUsec() {
+  TimeLineTime t;
+  t.get();
+  return usec(t);
+}
+
+std::vector<std::pair<char, long long>> calls;
+void actionA() { calls.emplace_back('a', clockUsec()); }
+void actionB() { calls.emplace_back('b', clockUsec()); }
+void actionC() { calls.emplace_back('c', clockUsec()); }
+
+double cpuSeconds() {
+  struct timespec ts;
+  clock_gettime(CLOCK_PROCESS_CPUTIME_ID, &ts);
+  return ts.tv_sec + ts.tv_nsec / 1e9;
+}
+
+std::string printed(const TimeLineTime& t) {
+  std::ostringstream os;
+  os << t;
+  return os.str();
+}
+
+// Microseconds since the epoch of a time printed as "%m-%d-%Y  %T." and microseconds.
+long long parsePrinted(const std::string& s) {
+  struct tm tmv = {};
+  long us = 0;
+  if (sscanf(s.c_str(), "%d-%d-%d  %d:%d:%d.%ld", &tmv.tm_mon, &tmv.tm_mday, &tmv.tm_year, &tmv.tm_hour, &tmv.tm_min,
+             &tmv.tm_sec, &us) != 7)
+    return -1;
+  tmv.tm_mon -= 1;
+  tmv.tm_year -= 1900;
+  tmv.tm_isdst = -1;
+  return mktime(&tmv) * 1000000LL + us;
+}
+}  // namespace
+
+TEST(TimeLineTime, SumsCarryAtAMillionMicrosecondsAndCompareIgnoringNow) {
+  TimeLineTime s = TimeLineTime(0, 600000) + TimeLineTime(0, 700000);
+  EXPECT_TRUE(s.now);
+  EXPECT_TRUE(s == TimeLineTime(1, 300000));
+  EXPECT_TRUE(TimeLineTime(0, 500000) + TimeLineTime(0, 500000) == TimeLineTime(1, 0));
+  EXPECT_TRUE(TimeLineTime(2, 499999) + TimeLineTime(0, 500000) == TimeLineTime(2, 999999));
+  TimeLineTime d = TimeLineTime(2, 100) - TimeLineTime(0, 200);
+  EXPECT_TRUE(d == TimeLineTime(1, 999900));
+  d += TimeLineTime(0, 100);
+  EXPECT_FALSE(d.now);
+  EXPECT_TRUE(d == TimeLineTime(2, 0));
+  TimeLineTime a(5, 10), b(5, 20);
+  EXPECT_TRUE(b > a && !(a > b) && TimeLineTime(6, 0) > b);
+  EXPECT_TRUE(a >= TimeLineTime(5, 0) + TimeLineTime(0, 10));
+  EXPECT_FALSE(a >= b);
+}
+
+TEST(TimeLineTime, PrintsNowOrTheLocalTimeWithPlainMicroseconds) {
+  timeval tv = {7, 5};
+  setenv("TZ", "UTC", 1);
+  tzset();
+  EXPECT_EQ(printed(TimeLineTime(&tv)), "01-01-1970  00:00:07.5");
+  EXPECT_EQ(printed(TimeLineTime(0, 1) + TimeLineTime(0, 1)), "NOW");
+}
+
+TEST(TimeLine, RunsInNameOrderAndOnlyANowFirstActionStartsIt) {
+  calls.clear();
+  TimedAction b("b", TimeLineTime(0, 80000), actionB);
+  TimedAction a("a", TimeLineTime(0, 50000), actionA);
+  TimedAction again("b", TimeLineTime(), actionC);
+  TimeLine line;
+  line.addTimedAction(&b);
+  line.addTimedAction(&a);
+  line.addTimedAction(&again);  // the name is taken: not added
+  ASSERT_EQ(line.map.size(), 2u);
+  long long start = clockUsec();
+  ::testing::internal::CaptureStdout();
+  line.execTimeLine();
+  std::string out = ::testing::internal::GetCapturedStdout();
+  // a comes first by name and, with an offset instead of "now", never runs.
+  ASSERT_EQ(calls.size(), 1u);
+  EXPECT_EQ(calls[0].first, 'b');
+  EXPECT_GE(calls[0].second - start, 80000);
+  EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1);
+
+  calls.clear();
+  TimedAction first("1", TimeLineTime(), actionA), second("2", TimeLineTime(0, 30000), actionB);
+  TimeLine now;
+  now.addTimedAction(&second);
+  now.addTimedAction(&first);
+  ::testing::internal::CaptureStdout();
+  now.execTimeLine();
+  std::istringstream times(::testing::internal::GetCapturedStdout());
+  ASSERT_EQ(calls.size(), 2u);
+  EXPECT_EQ(calls[0].first, 'a');
+  std::string t1, t2;
+  std::getline(times, t1);
+  std::getline(times, t2);
+  EXPECT_GE(parsePrinted(t2) - parsePrinted(t1), 30000) << t1 << " / " << t2;  // from when the first one ran
+}
+
+// The wait sleeps until just before its time and watches the clock only for
+// the last stretch: it ends at or after the time, using little processor time.
+TEST(TimeLine, WaitEndsAtItsTimeWithoutTakingAProcessor) {
+  TimeLineTime target;
+  target.get();
+  target = target + TimeLineTime(0, 300000);
+  target.now = false;
+  double cpu0 = cpuSeconds();
+  TimeLineTime reached;
+  ASSERT_EQ(target.waitFor(&reached), SUCCESS);
+  double cpu = cpuSeconds() - cpu0;
+  EXPECT_TRUE(reached >= target);
+  EXPECT_FALSE(reached.now);
+  EXPECT_LT(cpu, 0.1) << "a wait of 0.3 s used " << cpu << " s of processor time";
+}
+
+TEST(TaCommand, ActionsRunAboutOneAndTwoSecondsApart) {
+  RunResult r = runSim({"ta"});
+  ASSERT_EQ(r.exitCode, 0) << r.out;
+  std::vector<std::string> lines;
+  std::istringstream in(r.out);
+  for (std::string l; std::getline(in, l);) lines.push_back(l);
+  ASSERT_EQ(lines.size(), 9u) << r.out;
+  EXPECT_EQ(lines[0], "NOW");
+  EXPECT_NE(lines[1].find(":01.0"), std::string::npos) << lines[1];  // one second, zero microseconds
+  EXPECT_EQ(lines[2], "NOW");  // a sum of two times is "now"
+  EXPECT_EQ(lines[3], "I am timed action 1");
+  EXPECT_EQ(lines[5], "I am timed action 2");
+  EXPECT_EQ(lines[7], "I am timed action 3");
+  long long t1 = parsePrinted(lines[4]), t2 = parsePrinted(lines[6]), t3 = parsePrinted(lines[8]);
+  EXPECT_GE(t2 - t1, 1000000);
+  EXPECT_LT(t2 - t1, 1200000);
+  EXPECT_GE(t3 - t2, 2000000);
+  EXPECT_LT(t3 - t2, 2200000);
+}

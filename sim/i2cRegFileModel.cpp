@@ -1,6 +1,8 @@
 #include <cstring>
 
+#include "fpgaEngine.h"
 #include "i2cChips.h"
+#include "simStore.h"
 #include "i2cTopology.h"
 #include "simState.h"
 
@@ -11,6 +13,10 @@ namespace {
 constexpr uint8_t GPO_A = 0x10, GPO_A_OKAY = 0x11;
 constexpr uint8_t GPO_B = 0x11, GPO_B_OKAY = 0x0F;
 constexpr int FPFPGA_SLOT = 0;
+// Its input register: bit 0 is the system all-okay line as the front panel sees it.
+constexpr uint8_t FP_INPUTS = 0x12, FP_ALLOK_IN = 0x01;
+
+bool isInputReg(int slot, uint8_t reg) { return slot == FPFPGA_SLOT && reg == FP_INPUTS; }
 
 void reset(SimState& s, int slot, int) {
   RegFileState& r = s.i2c.regFile[slot];
@@ -27,7 +33,7 @@ bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_
   if (n == 0) return true;
   r.ptr = b[0];
   for (size_t k = 1; k < n; ++k) {
-    r.regs[r.ptr] = static_cast<uint8_t>(applyStuck(f, r.ptr, b[k]));
+    if (!isInputReg(slot, r.ptr)) r.regs[r.ptr] = static_cast<uint8_t>(applyStuck(f, r.ptr, b[k]));
     r.ptr = static_cast<uint8_t>(r.ptr + 1);
   }
   return true;
@@ -36,7 +42,9 @@ bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_
 bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n) {
   RegFileState& r = s.i2c.regFile[slot];
   for (size_t k = 0; k < n; ++k) {
-    b[k] = static_cast<uint8_t>(applyStuck(f, r.ptr, r.regs[r.ptr]));
+    unsigned v = r.regs[r.ptr];
+    if (isInputReg(slot, r.ptr)) v = (v & ~FP_ALLOK_IN) | (allOkayLine(s, nowNs()) ? FP_ALLOK_IN : 0);
+    b[k] = static_cast<uint8_t>(applyStuck(f, r.ptr, v));
     r.ptr = static_cast<uint8_t>(r.ptr + 1);
   }
   return true;

@@ -15,8 +15,8 @@ struct CmdRow {
 // Registration order. Commands whose handlers this build does not have are
 // listed without one, so help and completion still offer them.
 const CmdRow cmdTable[] = {
-    {"runtest", "Run the specified test\n", nullptr},  // PENDING testExec
-    {"listtests", "List the available tests\n", nullptr},  // PENDING listTests
+    {"runtest", "Run the specified test\n", testExec},
+    {"listtests", "List the available tests\n", listTests},
     {"version", "Show the version of these diagnostics\n", version},
     {"i2c", "i2c utility\n", i2c},
     {"help", "Show the list of commands\n", help},
@@ -43,7 +43,7 @@ const CmdRow cmdTable[] = {
     {"pinctrl", "Access Core Processor PINCTRLx regs\n", nullptr},
     {"fan", "Access controller (MAX31785) on Fan Controller board\n", fan},
     {"meas", "Measurement CPLD etc. access\n", nullptr},
-    {"allok", "Check the all okay signal sources\n", nullptr},  // PENDING allok
+    {"allok", "Check the all okay signal sources\n", allok},
     {"comp", "Configure component map\n", nullptr},
     {"psc", "PSC FPGA access\n", nullptr},
     {"im", "Processor internal memory access\n", nullptr},

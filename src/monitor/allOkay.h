@@ -1,0 +1,90 @@
+#pragma once
+#include <string>
+
+#include "diagStatus.h"
+#include "i2cPath.h"
+
+// One source of the instrument's all-okay fault line: its own okay output,
+// and the system all-okay input as it sees it. Operations a source does not
+// have answer FXN_NOT_SUPPORTED.
+class AllOkay : public DiagObject {
+public:
+  AllOkay(std::string name, E_HOST host) : name(std::move(name)), host(host) {}
+  virtual ~AllOkay() = default;
+  virtual E_STATUS chk4OkayOut(bool* pOk) { return FXN_NOT_SUPPORTED; }
+  virtual E_STATUS chk4AllOkayIn(bool* pOk) { return FXN_NOT_SUPPORTED; }
+  virtual E_STATUS setOkayOut(bool ok, bool oldWay) { return FXN_NOT_SUPPORTED; }
+
+  std::string name;
+  E_HOST host;
+};
+
+// The main host, through its FPGA.
+class MnAllOkay : public AllOkay {
+public:
+  MnAllOkay() : AllOkay("mnhost", MAIN) {}
+  E_STATUS chk4OkayOut(bool* pOk) override;
+  E_STATUS chk4AllOkayIn(bool* pOk) override;
+  E_STATUS setOkayOut(bool ok, bool oldWay) override;
+};
+
+// A signal host, through its FPGA.
+class ShAllOkay : public AllOkay {
+public:
+  using AllOkay::AllOkay;
+  E_STATUS chk4OkayOut(bool* pOk) override;
+  E_STATUS chk4AllOkayIn(bool* pOk) override;
+  E_STATUS setOkayOut(bool ok, bool oldWay) override;
+};
+
+class MsAllOkay : public ShAllOkay {
+public:
+  MsAllOkay() : ShAllOkay("mshost", MEAS) {}
+};
+
+class SrcAllOkay : public ShAllOkay {
+public:
+  SrcAllOkay() : ShAllOkay("srchost", SIGNAL) {}
+};
+
+// The front panel, through the general-purpose outputs of its FPGA.
+class FpAllOkay : public AllOkay {
+public:
+  FpAllOkay() : AllOkay("fp", MAIN) {}
+  E_STATUS chk4OkayOut(bool* pOk) override;
+  E_STATUS chk4AllOkayIn(bool* pOk) override;
+  E_STATUS setOkayOut(bool ok, bool oldWay) override;
+};
+
+// The power-supply controller FPGA of voltage source 14.
+class PscAllOkay : public AllOkay {
+public:
+  PscAllOkay() : AllOkay("psc", SIGNAL) {}
+  E_STATUS chk4OkayOut(bool* pOk) override;
+  E_STATUS chk4AllOkayIn(bool* pOk) override;
+  E_STATUS setOkayOut(bool ok, bool oldWay) override;
+};
+
+// The power-factor controller, through its status packets.
+class PfcAllOkay : public AllOkay {
+public:
+  PfcAllOkay() : AllOkay("pfc", MAIN) {}
+  E_STATUS chk4OkayOut(bool* pOk) override;
+  E_STATUS chk4AllOkayIn(bool* pOk) override;
+};
+
+// The main reference board: the over-temperature output of its sensor mrtmp1.
+class MrAllOkay : public AllOkay {
+public:
+  MrAllOkay() : AllOkay("mref", MAIN) {}
+  E_STATUS chk4OkayOut(bool* pOk) override;
+  E_STATUS setOkayOut(bool ok, bool oldWay) override;
+};
+
+// The fan controller board: the fault output of the fan controller, page 0.
+class FcAllOkay : public AllOkay {
+public:
+  FcAllOkay() : AllOkay("fctl", MAIN) {}
+  E_STATUS chk4OkayOut(bool* pOk) override;
+  E_STATUS setOkayOut(bool ok, bool oldWay) override;
+};

@@ -1,0 +1,177 @@
+// Self-tests that reach the I2C chips: the bus scan, fast access of one chip,
+// and the cable check through the chips on the connected boards.
+#include <linux/i2c.h>
+
+#include <algorithm>
+#include <cctype>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "deviceTests.h"
+#include "fanCtlr.h"
+#include "i2cDevMap.h"
+#include "i2cDevUtil.h"
+#include "i2cSmbus.h"
+#include "log.h"
+#include "terminal.h"
+
+namespace {
+constexpr unsigned short SCAN_FAILED_CODE = 0x1729;
+
+void verdict(E_STATUS st, unsigned short code) {
+  log(LOG_TERM, st == SUCCESS ? "PASSED\n" : "FAILED\n");
+  if (st != SUCCESS && code) log(LOG_TERM, "!%04X\n", code);
+}
+
+// Whether a set-up chip acknowledges: memories are read (a write could start
+// a write cycle), everything else gets an empty write.
+bool answers(I2cDev* dev) {
+  bool memory = dev->address >= 0x50 && dev->address <= 0x57;
+  union i2c_smbus_data data;
+  if (memory) return i2c_smbus_access(dev->adapterFD, I2C_SMBUS_READ, 0, I2C_SMBUS_BYTE, &data) >= 0;
+  return i2c_smbus_access(dev->adapterFD, I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr) >= 0;
+}
+
+// Sets the device's path up and probes it; false with the reason printed.
+bool probe(const std::string& name) {
+  I2cDevUtil util(name, __FILE__, __LINE__, __func__, false, false);
+  return util.stat() == SUCCESS && answers(util.getItr()->second);
+}
+
+bool parseHex(const std::string& hex, std::vector<unsigned char>* out) {
+  if (hex.empty() || hex.size() % 2) return false;
+  for (size_t i = 0; i < hex.size(); i += 2) {
+    if (!isxdigit(static_cast<unsigned char>(hex[i])) || !isxdigit(static_cast<unsigned char>(hex[i + 1]))) return false;
+    out->push_back(static_cast<unsigned char>(strtoul(hex.substr(i, 2).c_str(), nullptr, 16)));
+  }
+  return true;
+}
+
+unsigned long loopsOption(int argc, char argv[][ARG_LEN], bool* help) {
+  unsigned long loops = 1;
+  for (int i = 2; i < argc; ++i) {
+    if (!strcmp(argv[i], "-l") && i + 1 < argc) loops = strtoul(argv[++i], nullptr, 0);
+    if (!strcmp(argv[i], "-h")) *help = true;
+  }
+  return loops;
+}
+}  // namespace
+
+E_STATUS I2cScanTest::runTest(int argc, char argv[][ARG_LEN]) {
+  for (int i = 2; i < argc; ++i) {
+    if (!strcmp(argv[i], "-h")) {
+      log(LOG_TERM, "checks that every registered I2C device answers on its bus\n");
+      return SUCCESS;
+    }
+  }
+  E_STATUS st = SUCCESS;
+  int checked = 0;
+  for (const auto& [name, dev] : I2cDevMap::getI2cDevMap()->map) {
+    if (dev->scanTstIgnore) continue;
+    ++checked;
+    if (!probe(name)) {
+      log(LOG_TERM, "%s - %s (0x%02x) does not answer: %s\n", escPct(nm).c_str(), escPct(name).c_str(), dev->address,
+          escPct(dev->description).c_str());
+      st = FAILURE;
+    }
+  }
+  log(LOG_TERM, "%s - %d devices checked\n", escPct(nm).c_str(), checked);
+  verdict(st, SCAN_FAILED_CODE);
+  return st;
+}
+
+I2CFastRegAxsTest::I2CFastRegAxsTest(std::string nm, std::string help, std::string dev, std::string data,
+                                     unsigned int reg, bool, bool)
+    : Test(std::move(nm), std::move(help), ""), dev(std::move(dev)), dataHex(std::move(data)), reg(reg) {}
+
+namespace {
+// One round: the message as one write; where the data starts with the chip's own
+// register (register 0 in the test's row), the chip must give the rest back.
+E_STATUS fastRound(I2cDev* d, const std::vector<unsigned char>& msg, bool readBack) {
+  std::vector<char> buf(msg.begin(), msg.end());
+  int cnt = 0;
+  bool wasSmbus = d->smbus;
+  d->setBus(false);  // the data is the whole message, whatever the chip's usual mode
+  E_STATUS st = d->wrBytes(buf.data(), buf.size(), &cnt, 1);
+  if (st == SUCCESS && readBack) {
+    size_t n = msg.size() > 1 ? msg.size() - 1 : 1;
+    std::vector<char> rd(n);
+    if (msg.size() > 1) st = d->wrBytes(buf.data(), 1, &cnt, 1);
+    if (st == SUCCESS) st = d->rdBytes(rd.data(), n, &cnt, 1, true, true);
+    if (st == SUCCESS && memcmp(rd.data(), msg.data() + (msg.size() > 1 ? 1 : 0), n) != 0) st = FAILURE;
+  }
+  d->setBus(wasSmbus);
+  return st;
+}
+}  // namespace
+
+E_STATUS I2CFastRegAxsTest::runTest(int argc, char argv[][ARG_LEN]) {
+  bool help = false;
+  unsigned long loops = loopsOption(argc, argv, &help);
+  if (help) {
+    log(LOG_TERM, "-l <loops (0=>infinite)> - write %s to %s, register %u, that many times\n", dataHex.c_str(),
+        escPct(dev).c_str(), reg);
+    return SUCCESS;
+  }
+  std::vector<unsigned char> msg;
+  if (!parseHex(dataHex, &msg)) {
+    LOGERR(LOG_TERM, "bad data %s\n", escPct(dataHex).c_str());
+    return BAD_PARAMETER;
+  }
+  const bool readBack = reg == 0;
+  I2cDevUtil util(dev, __FILE__, __LINE__, __func__, false, false);
+  E_STATUS st = util.stat();
+  unsigned long done = 0, failures = 0;
+  while (st == SUCCESS && (loops == 0 ? !inputAvailable() : done < loops)) {
+    if (fastRound(util.getItr()->second, msg, readBack) != SUCCESS) ++failures;
+    ++done;
+  }
+  if (st == SUCCESS && failures) st = FAILURE;
+  log(LOG_TERM, "%s - %lu accesses of %s, %lu failed%s\n", escPct(nm).c_str(), done, escPct(dev).c_str(), failures,
+      readBack ? "" : " (write acknowledged; this chip gives no read-back)");
+  verdict(st, 0);
+  return st;
+}
+
+namespace {
+struct CableCheck {
+  const char* device;
+  const char* what;
+  unsigned short code;
+};
+// The chips at the far end of each cable, with the code that names the cable.
+const CableCheck cableChecks[] = {
+    {"fprlyEeprom", "front panel relay cable", 0x1721},
+    {"smcEeprom", "front panel SRC/MSMT connector cable", 0x1722},
+    {"bpEeprom", "back plane cable", 0x1713},
+    {"fcEeprom", "fan controller cable", 0x1711},
+};
+}  // namespace
+
+E_STATUS Z9CableConnTest::runTest(int argc, char argv[][ARG_LEN]) {
+  for (int i = 2; i < argc; ++i) {
+    if (!strcmp(argv[i], "-h")) {
+      log(LOG_TERM, "checks the cables to the connected boards through the chips on their far ends\n");
+      return SUCCESS;
+    }
+  }
+  E_STATUS st = SUCCESS;
+  std::vector<unsigned short> codes;
+  for (const CableCheck& c : cableChecks) {
+    if (I2cDevMap::getI2cDevMap()->map.count(c.device) && probe(c.device)) continue;
+    log(LOG_TERM, "%s - %s: %s does not answer\n", escPct(nm).c_str(), c.what, c.device);
+    codes.push_back(c.code);
+    st = FAILURE;
+  }
+  if (tstAxs2FctlrRegs() != SUCCESS) {
+    log(LOG_TERM, "%s - fan controller cable: the fan controller does not answer\n", escPct(nm).c_str());
+    if (std::find(codes.begin(), codes.end(), 0x1711) == codes.end()) codes.push_back(0x1711);
+    st = FAILURE;
+  }
+  log(LOG_TERM, "%s - power-supply controller cable not checked: the PSC FPGA is not reachable in this build\n",
+      escPct(nm).c_str());
+  log(LOG_TERM, st == SUCCESS ? "PASSED\n" : "FAILED\n");
+  for (unsigned short code : codes) log(LOG_TERM, "!%04X\n", code);
+  return st;
+}

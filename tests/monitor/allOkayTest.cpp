@@ -1,0 +1,156 @@
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+#include <vector>
+
+#include "allOkayMap.h"
+#include "cmdRun.h"
+#include "commands.h"
+#include "i2cDevMap.h"
+#include "programs.h"
+#include "testEnv.h"
+
+namespace {
+// Index of the first trace line that contains text, or -1.
+int firstLine(const std::vector<std::string>& lines, const std::string& text) {
+  for (size_t i = 0; i < lines.size(); ++i)
+    if (lines[i].find(text) != std::string::npos) return static_cast<int>(i);
+  return -1;
+}
+
+std::string scanM() { return runCmd(allok, "allok -scn M").out; }
+
+struct AllokTest : testing::Test {
+  void SetUp() override {
+    simctl({"reset"});
+    I2cDevMap::getI2cDevMap();  // its start-up probe is not part of what the tests look at
+  }
+};
+}  // namespace
+
+TEST_F(AllokTest, ScanShowsTheHostsSourcesInNameOrder) {
+  CmdResult r = runCmd(allok, "allok -scn M");
+  EXPECT_EQ(r.status, SUCCESS);
+  std::vector<std::string> rows;
+  for (const char* name : {"fctl   ", "fp     ", "mnhost ", "mref   ", "pfc    "}) {
+    size_t p = r.out.find(std::string("\n") + name);
+    ASSERT_NE(p, std::string::npos) << name;
+    rows.push_back(r.out.substr(p + 1, r.out.find('\n', p + 1) - p - 1));
+  }
+  EXPECT_EQ(r.out.rfind("ALL OKAY   OUT      IN\n", 0), 0u);
+  EXPECT_TRUE(std::is_sorted(rows.begin(), rows.end()));
+  EXPECT_EQ(rows[0], "fctl       true     NA");
+  EXPECT_EQ(rows[1], "fp         true     true");
+  EXPECT_EQ(rows[2], "mnhost     true     true");
+  EXPECT_EQ(rows[4], "pfc        false    false");  // the PFC link is not in this build
+  EXPECT_EQ(r.out.find("psc"), std::string::npos);
+
+  r = runCmd(allok, "allok -scn x");
+  EXPECT_EQ(r.status, BAD_PARAMETER);
+  EXPECT_NE(r.out.find("unknown host x"), std::string::npos);
+}
+
+TEST_F(AllokTest, FanControllerFaultIsForcedAndReleased) {
+  Trace t;
+  CmdResult r = runCmd(allok, "allok -fno fctl");
+  EXPECT_EQ(r.status, SUCCESS) << r.out;
+  EXPECT_FALSE(t.grep("smbus write word_data cmd 0xf5 data 7fff").empty());
+  EXPECT_NE(scanM().find("fctl       false    NA"), std::string::npos);
+  EXPECT_NE(scanM().find("mnhost     true     false"), std::string::npos);  // the line is pulled
+
+  t.mark();
+  r = runCmd(allok, "allok -set M fctl");
+  EXPECT_EQ(r.status, SUCCESS) << r.out;
+  std::vector<std::string> lines = t.lines();
+  int limit = firstLine(lines, "smbus write word_data cmd 0xf5 data 0168");
+  int clear = firstLine(lines, "smbus write byte cmd 0x03");
+  EXPECT_GE(limit, 0);
+  EXPECT_GT(clear, limit);
+  EXPECT_EQ(firstLine(lines, "i2c-2 0x40"), -1);  // only the named source
+  EXPECT_NE(scanM().find("mnhost     true     true"), std::string::npos);
+}
+
+TEST_F(AllokTest, SetActsOnTheHostsSourcesInNameOrder) {
+  Trace t;
+  CmdResult r = runCmd(allok, "allok -set M");
+  EXPECT_EQ(r.status, SUCCESS) << r.out;
+  std::vector<std::string> lines = t.lines();
+  int fctl = firstLine(lines, "i2c-2 0x52 smbus");
+  int fp = firstLine(lines, "i2c-2 0x40 smbus");
+  int mnhost = firstLine(lines, "fpga wr reg 0x0006");
+  int mref = firstLine(lines, "i2c-2 0x48 smbus");
+  EXPECT_GE(fctl, 0);
+  EXPECT_GT(fp, fctl);
+  EXPECT_GT(mnhost, fp);
+  EXPECT_GT(mref, mnhost);
+  EXPECT_NE(r.out.find("setOkayOut - done\nsetOkayOut - done\n"), std::string::npos);  // fp, then mnhost
+}
+
+TEST_F(AllokTest, MainReferenceAndFrontPanelFollowTheirOutputs) {
+  EXPECT_EQ(runCmd(allok, "allok -fno mref").status, SUCCESS);
+  EXPECT_NE(scanM().find("mref       false    NA"), std::string::npos);
+  EXPECT_EQ(runCmd(allok, "allok -set M mref").status, SUCCESS);
+  EXPECT_NE(scanM().find("mref       true     NA"), std::string::npos);
+
+  EXPECT_EQ(runCmd(allok, "allok -fno fp").status, SUCCESS);
+  EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "0x10"}), "0x0\n");
+  EXPECT_NE(scanM().find("fp         false    false"), std::string::npos);
+  EXPECT_EQ(runCmd(allok, "allok -set M fp").status, SUCCESS);
+  EXPECT_NE(scanM().find("fp         true     true"), std::string::npos);
+
+  // The front panel's old way goes through its own command, which this build does not connect.
+  CmdResult r = runCmd(allok, "allok -set M fp -fpow");
+  EXPECT_NE(r.out.find("fpfpga - command not connected to a function"), std::string::npos);
+
+  simctl({"i2c", "absent", "mrtmp1", "on"});
+  r = runCmd(allok, "allok -fno mref");
+  EXPECT_NE(r.status, SUCCESS);
+  r = runCmd(allok, "allok -fno nosuch");
+  EXPECT_EQ(r.status, ENTRY_NOT_FOUND);
+  EXPECT_NE(r.out.find("nosuch not found"), std::string::npos);
+}
+
+TEST_F(AllokTest, ListsHelpAndDisplay) {
+  EXPECT_EQ(runCmd(allok, "allok -l -d").out, "fctl\nfp\nmnhost\nmref\nmshost\npfc\npsc\nsrchost\n");
+  CmdResult r = runCmd(allok, "allok -h");
+  EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 10);
+  EXPECT_NE(r.out.find(" -fpow - only after -set M - front panel old way\n"), std::string::npos);
+
+  r = runCmd(allok, "allok -d");
+  EXPECT_EQ(r.out.rfind("SOURCE\tACCESSIBLE\tALLOKOUT\tALLOKIN\n", 0), 0u);
+  EXPECT_NE(r.out.find("\nfctl\tyes\t\ttrue\t\tNA\n"), std::string::npos);
+  EXPECT_NE(r.out.find("\npfc\tno\t"), std::string::npos);
+  EXPECT_NE(r.out.find("\npsc\tno\t\t?\t\t?\n"), std::string::npos);
+}
+
+// On a signal host both names of the signal host drive its one okay bit.
+TEST(AllokSignalHost, BothNamesSetTheSignalHostBit) {
+  simctl({"reset"});
+  simctl({"set", "board", "signal"});
+  Trace t;
+  runSim({"allok", "-snk", "mshost"});
+  EXPECT_FALSE(t.grep("fpga wr reg 0x0016 0x4000").empty());
+  t.mark();
+  runSim({"allok", "-sok", "srchost"});
+  // Bit 1 set; bit 14 reads the line, which was not okay while the bit was clear.
+  EXPECT_FALSE(t.grep("fpga wr reg 0x0016 0x0002").empty());
+  runSim({"allok", "-snk", "srchost"});
+  t.mark();
+  runSim({"allok", "-sok", "mshost"});
+  EXPECT_FALSE(t.grep("fpga wr reg 0x0016 0x0002").empty());
+  RunResult r = runSim({"allok", "-scn", "s"});
+  EXPECT_NE(r.out.find("srchost    true     true"), std::string::npos) << r.out;
+}
+
+// A fan that has stopped keeps its fault: releasing it runs out of attempts.
+TEST(AllokStuckFault, ReleaseTimesOut) {
+  simctl({"reset"});
+  simctl({"i2c", "fan-fail", "1", "on"});
+  AllOkayMap m;
+  testing::internal::CaptureStdout();
+  E_STATUS st = m.find("fctl")->setOkayOut(true, false);
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(st, TIMEOUT);
+  EXPECT_NE(out.find("function setOkayOut - timed out waiting for All-okay okay"), std::string::npos) << out;
+}

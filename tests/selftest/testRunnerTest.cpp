@@ -1,0 +1,136 @@
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "cmdRun.h"
+#include "commands.h"
+#include "programs.h"
+#include "ptySession.h"
+#include "testEnv.h"
+#include "testMap.h"
+
+namespace {
+size_t count(const std::string& s, const std::string& what) {
+  size_t n = 0;
+  for (size_t p = s.find(what); p != std::string::npos; p = s.find(what, p + what.size())) ++n;
+  return n;
+}
+
+std::string scratch() { return simctl({"fpga", "peek", "reg", "0x04"}); }
+
+struct SelfTest : testing::Test {
+  void SetUp() override { simctl({"reset"}); }
+};
+}  // namespace
+
+TEST_F(SelfTest, RegistryListsAndRunsByName) {
+  EXPECT_EQ(TestMap::getTestMap()->map.size(), 25u);
+  std::string out = runCmd(listTests, "listtests").out;
+  EXPECT_EQ(out.rfind("cableconn - Test cable connections.\n", 0), 0u);
+  const std::string last = "\ntmp3reg - Test a register in the TEMP3 sensor.\n";
+  EXPECT_EQ(out.substr(out.size() - last.size()), last);
+  EXPECT_EQ(count(out, "\n"), 25u);
+
+  const std::string usage = "usage:  runtest <-h|testname> [-h]\n         type listtests for a list of test names\n";
+  EXPECT_EQ(runCmd(testExec, "runtest").out, usage);
+  EXPECT_EQ(runCmd(testExec, "runtest -h").out, usage);
+  CmdResult r = runCmd(testExec, "runtest nosuch");
+  EXPECT_EQ(r.status, SUCCESS);
+  EXPECT_EQ(r.out, "command not found\r\n");
+  EXPECT_EQ(runCmd(testExec, "runtest gpmcreg -h").out, "-l <loops (0=>infinite)>\n");
+
+  // A test this build cannot run says so and gives no verdict.
+  r = runCmd(testExec, "runtest tmp0reg");
+  EXPECT_NE(r.out.find("not available in this build"), std::string::npos);
+  EXPECT_EQ(r.out.find("PASSED"), std::string::npos);
+  EXPECT_EQ(r.out.find("FAILED"), std::string::npos);
+}
+
+TEST_F(SelfTest, FpgaScratchRegisterPassesAndIsRestored) {
+  simctl({"fpga", "poke", "reg", "0x04", "0xbeef"});
+  Trace t;
+  CmdResult r = runCmd(testExec, "runtest gpmcreg -l 2");
+  EXPECT_NE(r.out.find("iterations (wrrd) - 64\nPASSED\n"), std::string::npos) << r.out;
+  EXPECT_EQ(scratch(), "0xbeef\n");
+  EXPECT_EQ(t.grep("fpga wr reg 0x0004").size(), 2u * 32u + 1u);  // the walk, then the restore
+  EXPECT_EQ(t.grep("fpga wr reg 0x0004 0xbeef").size(), 1u);
+}
+
+TEST_F(SelfTest, FpgaStuckBitFailsAtItsStep) {
+  simctl({"fpga", "fault", "stuck", "0x04", "3", "0"});
+  Trace t;
+  CmdResult r = runCmd(testExec, "runtest gpmcreg");
+  EXPECT_NE(r.out.find("walk:  offset 0x00000004 (loop 0):  exp= 0x00000008, act= 0x00000000\r\n"),
+            std::string::npos)
+      << r.out;
+  EXPECT_NE(r.out.find("FAILED\n"), std::string::npos);
+  EXPECT_EQ(t.grep("fpga wr reg 0x0004").size(), 4u + 1u);
+
+  // -coe keeps the loops going but no step runs after the first mismatch.
+  t.mark();
+  r = runCmd(testExec, "runtest gpmcreg -coe -l 3");
+  EXPECT_EQ(count(r.out, "walk:"), 1u);
+  EXPECT_NE(r.out.find("iterations (wrrd) - 96\nFAILED\n"), std::string::npos);
+  EXPECT_EQ(t.grep("fpga wr reg 0x0004").size(), 4u + 1u);
+}
+
+TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
+  CmdResult r = runCmd(testExec, "runtest fcreg");
+  EXPECT_NE(r.out.find("testing location 0x000000f5"), std::string::npos);
+  EXPECT_NE(r.out.find("PASSED\n"), std::string::npos) << r.out;
+  EXPECT_EQ(simctl({"i2c", "peek", "fctl", "0xf5"}), "0x168\n");
+
+  simctl({"i2c", "stuck", "mrtmp2", "0x05", "6", "1"});
+  r = runCmd(testExec, "runtest mrtmp2reg");
+  EXPECT_NE(r.out.find("exp= 0x00000001, act= 0x00000041"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("FAILED\n"), std::string::npos);
+  EXPECT_NE(runCmd(testExec, "runtest mrtmp1reg").out.find("PASSED\n"), std::string::npos);
+  EXPECT_NE(runCmd(testExec, "runtest fpfa -l 5").out.find("5 accesses of fpfpga, 0 failed\nPASSED\n"),
+            std::string::npos);
+  r = runCmd(testExec, "runtest shswfa");
+  EXPECT_NE(r.out.find("shostsw is not a device of this board"), std::string::npos);
+}
+
+TEST_F(SelfTest, ScanAndCablesNameWhatDoesNotAnswer) {
+  EXPECT_NE(runCmd(testExec, "runtest i2cscn").out.find("PASSED\n"), std::string::npos);
+  simctl({"i2c", "absent", "mr-eeprom", "on"});
+  CmdResult r = runCmd(testExec, "runtest i2cscn");
+  EXPECT_NE(r.out.find("mrEeprom (0x50) does not answer: Main Host 1 2   0989 Main Reference EEPROM 24LC32A"),
+            std::string::npos)
+      << r.out;
+  EXPECT_NE(r.out.find("FAILED\n!1729\n"), std::string::npos);
+
+  EXPECT_NE(runCmd(testExec, "runtest cableconn").out.find("PASSED\n"), std::string::npos);
+  // The relay memory shares its address with the back plane's, which still answers.
+  simctl({"i2c", "absent", "fprly-eeprom", "on"});
+  r = runCmd(testExec, "runtest cableconn");
+  EXPECT_NE(r.out.find("front panel relay cable: fprlyEeprom does not answer"), std::string::npos) << r.out;
+  EXPECT_NE(r.out.find("FAILED\n!1721\n"), std::string::npos);
+  simctl({"i2c", "absent", "fprly-eeprom", "off"});
+  simctl({"i2c", "absent", "bp-eeprom", "on"});
+  r = runCmd(testExec, "runtest cableconn");
+  EXPECT_NE(r.out.find("FAILED\n!1713\n"), std::string::npos) << r.out;
+}
+
+TEST_F(SelfTest, MemoryDataLines) {
+  CmdResult r = runCmd(testExec, "runtest ddr3dl -l 5");
+  EXPECT_NE(r.out.find("runTest - looping 5 times\r\nPASSED\r\n"), std::string::npos) << r.out;
+}
+
+// An endless register test stops at the operator's key and prints its total.
+TEST(SelfTestPty, EndlessLoopStopsAtAKey) {
+  simctl({"reset"});
+  PtySession sh(programArgv(diagSimBin(), {}));
+  ASSERT_TRUE(sh.waitFor("diag> "));
+  sh.type("runtest gpmcreg -l 0");
+  sh.mark();
+  sh.send(PtySession::ENTER);
+  ASSERT_TRUE(sh.waitFor("<CR> to quit"));
+  ASSERT_TRUE(sh.waitFor("iterations (wrrd) - 320"));  // it has looped at least ten times
+  sh.send(PtySession::ENTER);
+  ASSERT_TRUE(sh.waitFor("PASSED"));
+  std::string out = sh.since();
+  size_t total = out.find("\n", out.rfind("\riterations (wrrd) - "));
+  EXPECT_NE(total, std::string::npos);
+  EXPECT_TRUE(sh.waitFor("diag> "));
+}

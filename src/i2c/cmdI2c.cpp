@@ -216,10 +216,7 @@ E_STATUS run(const Request& rq) {
 }  // namespace
 
 E_STATUS i2c(int argc, char argv[][ARG_LEN]) {
-  LOGERR(LOG_TERM, "entry, argc= %d\n", argc);
   Request rq;
   E_STATUS st = scan(argc, argv, rq);
-  if (st == SUCCESS) st = run(rq);
-  LOGERR(LOG_TERM, "exit\n");
-  return st;
+  return st == SUCCESS ? run(rq) : st;
 }

@@ -28,6 +28,17 @@ constexpr unsigned char FP_INPUTS = 0x12, FP_ALLOK_IN = 0x01;
 
 void msleep(unsigned ms) { usleep(ms * 1000); }
 const char* okWord(bool ok) { return ok ? "okay" : "not okay"; }
+
+// The end of a series of attempts to set an okay output, reported as the setter's own.
+E_STATUS outcome(E_STATUS st, bool done, int attempts, bool ok) {
+  if (st != SUCCESS) return st;
+  if (!done) {
+    LOGERR_FN(LOG_TERM, "setOkayOut", "timed out waiting for All-okay %s\n", okWord(ok));
+    return TIMEOUT;
+  }
+  if (attempts > 1) LOGERR_FN(LOG_TERM, "setOkayOut", "retries required to set %s:  %d\n", okWord(ok), attempts - 1);
+  return SUCCESS;
+}
 }  // namespace
 
 E_STATUS FcAllOkay::chk4OkayOut(bool* pOk) {
@@ -64,16 +75,8 @@ E_STATUS FcAllOkay::setOkayOut(bool ok, bool) {
     if (st == SUCCESS) done = ok ? (status & FAN_FAULT_BITS) == 0 : (status & FAN_FAULT_BITS) != 0;
     if (st == SUCCESS && !done) msleep(500);
   }
-  if (st != SUCCESS) {
-    LOGERR(LOG_TERM, "bad status %d, while reading STATUS_FANS_1_2\n", st);
-    return st;
-  }
-  if (!done) {
-    LOGERR(LOG_TERM, "timed out waiting for All-okay %s\n", okWord(ok));
-    return TIMEOUT;
-  }
-  if (attempts > 1) LOGERR(LOG_TERM, "retries required to set %s:  %d\n", okWord(ok), attempts - 1);
-  return SUCCESS;
+  if (st != SUCCESS) LOGERR(LOG_TERM, "bad status %d, while reading STATUS_FANS_1_2\n", st);
+  return outcome(st, done, attempts, ok);
 }
 
 namespace {
@@ -125,16 +128,8 @@ E_STATUS MrAllOkay::setOkayOut(bool ok, bool) {
     // The sensor compares after its next conversion.
     if (st == SUCCESS && !done) msleep(100);
   }
-  if (st != SUCCESS) {
-    LOGERR(LOG_TERM, "FAILURE while trying to set All-okay out to %s\n", okWord(ok));
-    return st;
-  }
-  if (!done) {
-    LOGERR(LOG_TERM, "timed out waiting for All-okay %s\n", okWord(ok));
-    return TIMEOUT;
-  }
-  if (attempts > 1) LOGERR(LOG_TERM, "retries required to set %s:  %d\n", okWord(ok), attempts - 1);
-  return SUCCESS;
+  if (st != SUCCESS) LOGERR(LOG_TERM, "FAILURE while trying to set All-okay out to %s\n", okWord(ok));
+  return outcome(st, done, attempts, ok);
 }
 
 namespace {

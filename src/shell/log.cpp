@@ -21,7 +21,7 @@ unsigned long lclFlags = 0;
 std::recursive_mutex logMutex;
 
 size_t convSpecLen(const char* p) {
-  // p points at '%'; returns the length of a complete conversion specification, or 0.
+  // p points at '%'; returns the length of the whole conversion (flags, width, precision, letter), or 0.
   const char* q = p + 1;
   while (*q && strchr("-+ #0'", *q)) ++q;
   while (*q == '*' || (*q >= '0' && *q <= '9')) ++q;

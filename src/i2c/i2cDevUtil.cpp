@@ -1,6 +1,7 @@
 #include "i2cDevUtil.h"
 
 #include "diagMutex.h"
+#include "log.h"
 
 I2cDevUtil::I2cDevUtil(std::string target, bool callrInfo, bool) : callrInfo(callrInfo) {
   status = getI2CDevItr(std::move(target), true, true, false);
@@ -32,7 +33,15 @@ E_STATUS I2cDevUtil::getI2CDevItr(std::string target, bool setMuxes, bool, bool 
     status = itr->second->setUp();
     if (status == SUCCESS) setup = 1;
   } else {
+    if (!found) reportMissing(target);
     status = ENTRY_NOT_FOUND;
   }
   return status;
+}
+
+// Names the device that is not on this board, from where the caller asked for it when it said so.
+void I2cDevUtil::reportMissing(const std::string& target) const {
+  bool caller = callrInfo && !file.empty();
+  log(LOG_TERM, "file %s, line %d, function %s - I2C device %s not found\n", caller ? srcName(file.c_str()) : srcName(__FILE__),
+      caller ? line : __LINE__, caller ? escPct(fxn).c_str() : __func__, escPct(target).c_str());
 }

@@ -36,4 +36,7 @@ public:
   int line = 0;
   std::string fxn;
   bool callrInfo = false;
+
+private:
+  void reportMissing(const std::string& target) const;
 };

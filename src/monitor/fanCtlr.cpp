@@ -152,19 +152,19 @@ E_STATUS FanCtlr::rdFanCtlrReg(unsigned char page, unsigned char offset, unsigne
   // A page and command the controller does not have never reach the bus.
   const Reg* reg = find(page, offset);
   if (!reg) return ENTRY_NOT_FOUND;
-  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, false, false);
+  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
   if (util.stat() != SUCCESS) return util.stat();
   return lclRdFanCtlrReg(util.getItr(), page, offset, reg->width / 8, pDatum);
 }
 
 E_STATUS FanCtlr::wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsigned char offset, unsigned short datum) {
-  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, false, false);
+  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
   if (util.stat() != SUCCESS) return util.stat();
   return lclWrFanCtlrReg(util.getItr(), page, offset, numBytes, &datum);
 }
 
 E_STATUS FanCtlr::rdFanCtlrRegs() {
-  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, false, false);
+  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
   E_STATUS st = util.stat();
   if (st != SUCCESS) return st;
   for (auto& [page, cmds] : pageMap) {

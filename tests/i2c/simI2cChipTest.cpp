@@ -58,16 +58,6 @@ TEST_F(SimFanCtl, PageSelectsWhichFansRegistersAWordReadReturns) {
   EXPECT_EQ(rd(PAGE), 6);
 }
 
-TEST_F(SimFanCtl, UnknownReadOnlyAndWronglySizedCommandsAreNotAcknowledged) {
-  EXPECT_EQ(rd(0x55), -1);
-  EXPECT_EQ(rd(CLEAR_FAULTS), -1);  // a send-byte command has nothing to read
-  EXPECT_EQ(i2c_smbus_write_word_data(bus.fd, READ_FAN_SPEED_1, 1), -1);
-  EXPECT_EQ(i2c_smbus_write_byte_data(bus.fd, FAN_COMMAND_1, 1), -1);  // a word command written as a byte
-  EXPECT_EQ(rd(0x7E) & 0xC0, 0xC0);  // STATUS_CML: bad command, bad data
-  EXPECT_EQ(i2c_smbus_write_byte(bus.fd, CLEAR_FAULTS), 0);
-  EXPECT_EQ(rd(0x7E), 0);
-}
-
 TEST_F(SimFanCtl, SpeedFollowsTheCommandAfterSettling) {
   simctl({"i2c", "fan-settle", "60000"});  // slow enough to catch the fan on its way
   ASSERT_EQ(i2c_smbus_write_byte_data(bus.fd, PAGE, 1), 0);
@@ -126,18 +116,4 @@ TEST_F(SimTempSensor, OverTemperatureOutputFollowsTemperatureAgainstSetPoint) {
   ASSERT_EQ(i2c_smbus_write_byte_data(bus.fd, 0x09, 0x80), 0);  // configuration masks the output
   EXPECT_EQ(rd(0x03), 0x80);
   EXPECT_TRUE(sourcesOkay());
-}
-
-// Peek and poke themselves serve every other test.
-TEST(SimI2cCtl, RefusesWhatNoChipHasAndListsTheChipsOfTheBoard) {
-  resetSim();
-  EXPECT_THROW(simctl({"i2c", "poke", "fctl", "0x90", "1"}), std::runtime_error);  // a measured value
-  EXPECT_THROW(simctl({"i2c", "peek", "fpfpga", "0x100"}), std::runtime_error);
-  EXPECT_THROW(simctl({"i2c", "absent", "nosuch", "on"}), std::runtime_error);
-  EXPECT_THROW(simctl({"i2c", "ignore-ctl", "fctl", "on"}), std::runtime_error);
-  EXPECT_NE(simctl({"i2c", "list"}).find("hostsw.3 fpsw.1"), std::string::npos);
-  simctl({"set", "board", "signal"});
-  std::string list = simctl({"i2c", "list"});
-  EXPECT_NE(list.find("mc2i2cspi"), std::string::npos);
-  EXPECT_EQ(list.find("fctl"), std::string::npos);
 }

@@ -17,14 +17,6 @@
 
 namespace {
 constexpr char SKIP = '\x01';
-
-void execArgv(const std::vector<std::string>& argv) {
-  std::vector<char*> a;
-  for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
-  a.push_back(nullptr);
-  execv(a[0], a.data());
-  _exit(127);
-}
 }  // namespace
 
 std::string selfPath() {
@@ -63,7 +55,11 @@ Child spawn(const std::vector<std::string>& argv) {
     dup2(p[1], 2);
     close(p[0]);
     close(p[1]);
-    execArgv(argv);
+    std::vector<char*> a;
+    for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
+    a.push_back(nullptr);
+    execv(a[0], a.data());
+    _exit(127);
   }
   close(p[1]);
   c.out = p[0];

@@ -47,6 +47,7 @@ void runScenario(const char* which) {
   std::string out;
   waitForLine(c.out, "suite ran.", 240000, &out);
   int status = waitChild(c.pid, 10000);
+  close(c.out);
   if (out.find("share the system's /dev/shm") != std::string::npos) GTEST_SKIP() << "no private /dev/shm here";
   EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 0 && out.find("[  PASSED  ]") != std::string::npos) << out;
 }
@@ -60,6 +61,7 @@ void expectOtherWaitsFor(void (*release)()) {
   std::string got;
   EXPECT_TRUE(waitForLine(other.out, "0x4d", 60000, &got)) << got;
   waitChild(other.pid, 10000);
+  close(other.out);
 }
 
 int toHolder[2];
@@ -72,7 +74,7 @@ TEST(I2cAccessorLock, FailedLookupKeepsOthersWaitingUntilThisProcessEnds) { runS
 // Not a test of its own: the body of the lock tests above, run in their copy.
 TEST(I2cAccessorLockScenario, DISABLED_Run) {
   const char* which = getenv("DIAG_LOCK_SCENARIO");
-  if (!which) GTEST_SKIP() << "part of the I2cAccessorLock tests, run there";
+  if (!which) GTEST_SKIP() << "belongs to the I2cAccessorLock tests, which run it";
   if (std::string(which) == "succeed") {
     I2cDevUtil bad("nosuch", false, false);
     EXPECT_EQ(bad.stat(), ENTRY_NOT_FOUND);

@@ -9,111 +9,81 @@
 #include <semaphore.h>
 #include <sstream>
 
+#include "diagMutex.h"
 #include "programs.h"
 #include "semIsolation.h"
 #include "testEnv.h"
-
-#include <gtest/gtest.h>
+#include "textUtil.h"
 
 namespace {
-bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
-
-// Runs the function with a private /dev/shm; its report is named by the first argument.
-#define RUN_ISOLATED(report, ...)                                            \
-  Isolated isolated_ = runIsolated(__VA_ARGS__);                             \
-  if (!isolated_.skipReason.empty()) GTEST_SKIP() << isolated_.skipReason; \
-  const std::string& report = isolated_.report
-
-// Starts a holder of "diagGPMCSem" and ends it with sig; collects it unless
-// told not to. The report names the holder ("held <pid>").
-std::string holdAndEnd(int sig, bool collect, pid_t* holder = nullptr) {
-  Helper h = startHelper("hold");
+// Starts a holder of "diagGPMCSem" and ends it with sig once it holds it.
+Child holdAndEnd(int sig) {
+  Child h = startHelper("hold");
   std::string got;
-  if (!waitForLine(h.out, "held", 30000, &got)) return "holder did not start: " + got;
-  if (holder) *holder = h.pid;
-  kill(h.pid, sig);
-  int status = collect ? waitChild(h.pid, 10000) : 0;
+  if (waitForLine(h.out, "held", 30000, &got)) kill(h.pid, sig);
   close(h.out);
-  std::ostringstream out;
-  out << got;
-  if (collect) out << "ended by signal " << (WIFSIGNALED(status) ? WTERMSIG(status) : 0) << "\n";
-  out << "value " << semValue("diagGPMCSem") << "\n";
-  return out.str();
+  return h;
 }
 
-std::string nextFpgaAccess() {
+std::string value() { return "value " + std::to_string(semValue("diagGPMCSem")) + "\n"; }
+
+// How the next process that reads an FPGA word fares: its exit, whether within
+// seconds, whether it read the word and whether it reported recovering the
+// semaphore from holder; then what it printed.
+std::string nextFpgaAccess(pid_t holder = 0) {
   long long t0 = monoMs();
   RunResult r = runSim({"gpmc", "-m", "reg", "-r", "1"});
   std::ostringstream out;
-  out << "next process: exit " << r.exitCode << " after " << (monoMs() - t0) << " ms\n" << r.out;
+  out << "next: exit " << r.exitCode << ", quick " << (monoMs() - t0 < 5000) << ", read "
+      << contains(r.out, "\n0000: ") << ", recovered "
+      << contains(r.out, "recovered semaphore diagGPMCSem from process " + std::to_string(holder) +
+                             ", which ended while holding it\n")
+      << "\n" << value() << "printed:\n" << r.out;
   return out.str();
 }
 
-// The recovery message that names the holder the report started with.
-std::string recoveryOfHolder(const std::string& report) {
-  size_t at = report.find("held ");
-  std::string pid = at == std::string::npos ? "?" : report.substr(at + 5, report.find('\n', at) - at - 5);
-  return "recovered semaphore diagGPMCSem from process " + pid + ", which ended while holding it\n";
-}
-
-long msAfter(const std::string& report) {
-  size_t at = report.find(" after ");
-  return at == std::string::npos ? -1 : std::stol(report.substr(at + 7));
-}
+// The report up to what the next process printed.
+std::string facts(const std::string& report) { return report.substr(0, report.find("printed:\n")); }
 }  // namespace
 
+// Killed, the holder is recovered by the next process, also while the dead
+// holder waits for its parent to collect it.
 TEST(NamedSemaphores, KilledHolderIsRecoveredByTheNextProcess) {
-  RUN_ISOLATED(report, [] {
-    std::string r = holdAndEnd(SIGKILL, true);
-    return r + nextFpgaAccess();
-  });
-  EXPECT_TRUE(contains(report, "value 0\n")) << report;  // it died holding the semaphore
-  EXPECT_TRUE(contains(report, recoveryOfHolder(report))) << report;
-  EXPECT_TRUE(contains(report, "next process: exit 0")) << report;
-  EXPECT_TRUE(contains(report, "\n0000: ")) << report;  // the word was read
-  EXPECT_LT(msAfter(report), 5000) << report;
-}
-
-TEST(NamedSemaphores, HolderNotYetCollectedByItsParentCountsAsEnded) {
-  RUN_ISOLATED(report, [] {
-    pid_t holder = 0;
-    std::string r = holdAndEnd(SIGKILL, false, &holder);
-    usleep(100000);  // dead, but left for its parent to collect
-    r += nextFpgaAccess();
-    waitChild(holder, 5000);
-    return r;
-  });
-  EXPECT_TRUE(contains(report, recoveryOfHolder(report))) << report;
-  EXPECT_LT(msAfter(report), 5000) << report;
+  for (bool collected : {true, false}) {
+    RUN_ISOLATED(report, [collected] {
+      Child h = holdAndEnd(SIGKILL);
+      if (collected) waitChild(h.pid, 10000);
+      usleep(100000);
+      std::string r = value();  // it died holding the semaphore
+      r += nextFpgaAccess(h.pid);
+      waitChild(h.pid, 5000);
+      return r;
+    });
+    EXPECT_EQ(facts(report), "value 0\nnext: exit 0, quick 1, read 1, recovered 1\nvalue 1\n") << report;
+  }
 }
 
 TEST(NamedSemaphores, InterruptedOrExitingHolderReleasesOnItsWayOut) {
   RUN_ISOLATED(report, [] {
-    std::string r = holdAndEnd(SIGINT, true);
-    Helper h = startHelper("exit-holding");
-    int status = waitChild(h.pid, 30000);
-    close(h.out);
-    r += "exit-holding: " + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1);
-    r += " value " + std::to_string(semValue("diagGPMCSem")) + "\n";
-    return r + nextFpgaAccess();
+    int status = waitChild(holdAndEnd(SIGINT).pid, 10000);
+    std::string r = "ended by signal " + std::to_string(WIFSIGNALED(status) ? WTERMSIG(status) : 0) + ", " + value();
+    status = waitChild(startHelper("exit-holding").pid, 30000);
+    r += "exited " + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + ", " + value();
+    r += nextFpgaAccess();
+    return r;
   });
-  EXPECT_TRUE(contains(report, "\nended by signal 2\nvalue 1\n")) << report;
-  EXPECT_TRUE(contains(report, "exit-holding: 0 value 1\n")) << report;
-  EXPECT_FALSE(contains(report, "recovered")) << report;
-  EXPECT_TRUE(contains(report, "next process: exit 0")) << report;
+  EXPECT_EQ(facts(report), "ended by signal 2, value 1\nexited 0, value 1\n"
+                           "next: exit 0, quick 1, read 1, recovered 0\nvalue 1\n") << report;
 }
 
 // A semaphore file of another build's layout (here twice this build's size,
-// all zero: taken) is replaced rather than waited on for ever.
+// all zero: taken) is replaced rather than waited on.
 TEST(NamedSemaphores, SemaphoreOfAnotherLayoutIsReplaced) {
   RUN_ISOLATED(report, [] {
     writeFile("/dev/shm/sem.diagGPMCSem", std::string(2 * sizeof(sem_t), '\0'));
-    std::string r = nextFpgaAccess();
-    return r + "value " + std::to_string(semValue("diagGPMCSem"));
+    return nextFpgaAccess();
   });
-  EXPECT_TRUE(contains(report, "next process: exit 0")) << report;
-  EXPECT_FALSE(contains(report, "waiting for semaphore")) << report;
-  EXPECT_TRUE(contains(report, "value 1")) << report;
+  EXPECT_EQ(facts(report), "next: exit 0, quick 1, read 1, recovered 0\nvalue 1\n") << report;
 }
 
 // A stopping signal can land at any instruction of a take or a give; the
@@ -123,7 +93,7 @@ TEST(NamedSemaphores, InterruptsAtAnyMomentNeverLeaveTheSemaphoreTaken) {
     std::ostringstream out;
     std::mt19937 rng(12345);
     for (int round = 0; round < 40; ++round) {
-      Helper h = startHelper("churn");
+      Child h = startHelper("churn");
       std::string got;
       if (!waitForLine(h.out, "ready", 30000, &got)) return std::string("churn did not start");
       usleep(1000 + rng() % 4000);
@@ -139,16 +109,19 @@ TEST(NamedSemaphores, InterruptsAtAnyMomentNeverLeaveTheSemaphoreTaken) {
   EXPECT_EQ(report, "");
 }
 
+// In this process, with its own /dev/shm, where "diagSem" is free.
 TEST(NamedSemaphores, ReentrantTakesGiveOnlyAtTheOutermost) {
-  RUN_ISOLATED(report, [] {
-    Helper h = startHelper("nested");
-    std::string got;
-    waitForLine(h.out, "outer given", 30000, &got);
-    waitChild(h.pid, 10000);
-    close(h.out);
-    return got;
-  });
-  EXPECT_EQ(report, "inner given: held=1 value=0\nouter given: held=0 value=1\n");
+  sem_t* s = nullptr;
+  ASSERT_EQ(getMutx(&s), SUCCESS);
+  ASSERT_EQ(semValue("diagSem"), 1);
+  ASSERT_EQ(semTake(s, true), SUCCESS);
+  ASSERT_EQ(semTake(s, true), SUCCESS);
+  semGive(s);
+  EXPECT_TRUE(semHeldHere(s));
+  EXPECT_EQ(semValue("diagSem"), 0);
+  semGive(s);
+  EXPECT_FALSE(semHeldHere(s));
+  EXPECT_EQ(semValue("diagSem"), 1);
 }
 
 // Two processes write and read one register word at once, each its own values:

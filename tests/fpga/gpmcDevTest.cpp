@@ -1,6 +1,6 @@
-// GpmcDev word access, switches and status against the simulated FPGA.
-#include <sys/mman.h>
-
+// GpmcDev word access, switches and status against the simulated FPGA. The
+// offsets each word goes to, and the okay bits the allok command sets and
+// reads, are checked through those commands.
 #include <cstdio>
 
 #include "gpmcTestUtil.h"
@@ -13,153 +13,116 @@ class GpmcMainHostTest : public GpmcTest {
 };
 }  // namespace
 
-TEST_F(GpmcTest, ReadStepsByTwoBytesAndWriteByOneAndOneRequestEachWord) {
-  GpmcDev* reg = dev("reg");
-  unsigned short buf[64] = {};
+TEST_F(GpmcTest, EachWordIsOneRequestWithTheDeviceAndSemaphoreKeptOpen) {
+  unsigned short buf[64] = {}, words[3] = {0x1111, 0x2222, 0x3333};
   unsigned long n = 0;
   kernel().resetCounts();
   ASSERT_EQ(reg->read(buf, 0x10, 4, &n, 1), SUCCESS);
   EXPECT_EQ(n, 4u);
-  EXPECT_EQ(fpgaLines(), (std::vector<std::string>{"fpga rd reg 0x0010 -> 0x0000", "fpga rd reg 0x0012 -> 0x0000",
-                                                  "fpga rd reg 0x0014 -> 0x0000", "fpga rd reg 0x0016 -> 0x4002"}));
-  trace.mark();
-  unsigned short words[3] = {0x1111, 0x2222, 0x3333};
   ASSERT_EQ(reg->write(words, 0x10, 3, &n), SUCCESS);
-  EXPECT_EQ(fpgaLines(), (std::vector<std::string>{"fpga wr reg 0x0010 0x1111", "fpga wr reg 0x0011 0x2222",
-                                                  "fpga wr reg 0x0012 0x3333"}));
   ASSERT_EQ(reg->read(buf, 0, 64, &n, 1), SUCCESS);
   Kernel::Counts c = kernel().counts();
   EXPECT_EQ(c.ioctl, 4u + 3u + 64u);
-  EXPECT_EQ(c.total(), c.ioctl);  // the device and the semaphore stay open between words
+  EXPECT_EQ(c.total(), c.ioctl);
 }
 
 TEST_F(GpmcTest, ReadLoopDumpsEightWordsALineWithTheirText) {
   simctl({"fpga", "poke", "reg", "0x04", "0x4241"});  // "AB"
   unsigned short buf[10];
   unsigned long n;
-  std::string out = output([&] { dev("reg")->read(buf, 0, 10, &n, 0); });
-  EXPECT_EQ(out, "0000: 53480104424100000000000000000000 HS..AB..........\n0010: 00000000\n");
+  EXPECT_EQ(captured([&] { reg->read(buf, 0, 10, &n, 0); }),
+            "0000: 53480104424100000000000000000000 HS..AB..........\n0010: 00000000\n");
 }
 
 TEST_F(GpmcTest, DriverFailuresAreReportedWithTheSystemError) {
-  unsigned short buf[4] = {};
+  unsigned short buf[4] = {}, two[2] = {0xa, 0xb};
   unsigned long n = 99;
-  std::string out = output([&] { EXPECT_EQ(dev("reg")->read(buf, 0xffc, 4, &n, 1), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(reg->read(buf, 0xffc, 4, &n, 1), FAILURE); });
   EXPECT_EQ(n, 2u);
-  EXPECT_TRUE(contains(out, "function rdLoop - failed to read device 4(0x1000), byteCnt= 2\n"));
-  EXPECT_TRUE(contains(out, "Invalid argument (22)\n"));
-  unsigned short two[2] = {0xa, 0xb};
-  out = output([&] { EXPECT_EQ(dev("reg")->write(two, 0x1000, 2, &n), FAILURE); });
+  EXPECT_TRUE(contains(out, "function rdLoop - failed to read device 4(0x1000), byteCnt= 2\nInvalid argument (22)\n"));
+  out = captured([&] { EXPECT_EQ(reg->write(two, 0x1000, 2, &n), FAILURE); });
   EXPECT_EQ(n, 0u);
   // Only two words were given: the rest of the four shown are 0, not read past the buffer.
   EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x000a, buf[1]= 0x000b, buf[2]= 0x0000, "
                             "buf[3]= 0x0000\n"));
-  out = output([&] { EXPECT_EQ(dev("obuf")->wrOBufLoc(0x4000, 7), FAILURE); });
+  out = captured([&] { EXPECT_EQ(dev("obuf")->wrOBufLoc(0x4000, 7), FAILURE); });
   EXPECT_TRUE(contains(out, "failed to write device 2(0x4000), datum= 0x0007\n"));
   EXPECT_EQ(trace.grep("fpga wr obuf 0x4000").size(), 1u);  // no second request after a failed first
 }
 
 TEST_F(GpmcTest, RegisterWritesWithReadBackAndBitChanges) {
-  GpmcDev* reg = dev("reg");
   EXPECT_EQ(reg->regWrWithRdBack(0x1234, 0x04, true), SUCCESS);
   EXPECT_EQ(reg->regWrWithRdBack(0x1234, 0x00, true), FAILURE);  // read-only identity word
   EXPECT_EQ(reg->setField(0x04, 0x0f, 0x05), SUCCESS);
   EXPECT_EQ(peek("reg", "0x04"), 0x1235);
   simctl({"fpga", "fault", "stuck", "0x14", "1", "0"});
-  std::string out = output([&] { EXPECT_EQ(reg->GPMCEnPrimarySrc(), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(reg->GPMCEnPrimarySrc(), FAILURE); });
   EXPECT_TRUE(contains(out, "function setResetBits - bits read back not as expected, bits= 0x0002 act= 0x0000\n"));
   EXPECT_TRUE(contains(out, "function GPMCEnPrimarySrc - failed to enable primary source\n"));
   simctl({"fpga", "fault", "stuck", "0x0e", "0", "1"});
-  out = output([&] { EXPECT_EQ(reg->GPMCInvertWFData(0, false), FAILURE); });
+  out = captured([&] { EXPECT_EQ(reg->GPMCInvertWFData(0, false), FAILURE); });
   EXPECT_TRUE(contains(out, "bits= 0x0001 act= 0x0001\n"));
   EXPECT_TRUE(contains(out, "failed to non-invert chan 0 data\n"));
 }
 
 TEST_F(GpmcTest, WaveformActionsSetTheirBitsInOrder) {
-  GpmcDev* reg = dev("reg");
   ASSERT_EQ(reg->GPMCStartWaveForm(), SUCCESS);
   bool enabled = false, running = false;
   ASSERT_EQ(reg->isDataStrmEnabled(&enabled, &running), SUCCESS);
   EXPECT_TRUE(enabled && running);
   ASSERT_EQ(reg->GPMCStopWaveForm(), SUCCESS);
-  EXPECT_EQ(trace.grep("fpga wr reg 0x0014"), (std::vector<std::string>{"fpga wr reg 0x0014 0x1000",
-                                                                        "fpga wr reg 0x0014 0x1010",
-                                                                        "fpga wr reg 0x0014 0x1000",
-                                                                        "fpga wr reg 0x0014 0x0000"}));
-  std::string out = output([&] { EXPECT_EQ(reg->startStopWaveForm(static_cast<E_GPMC_WV_ACTION>(9)), FAILURE); });
+  EXPECT_EQ(wrote("0x0014"), "0x1000 0x1010 0x1000 0x0000");
+  std::string out = captured([&] { EXPECT_EQ(reg->startStopWaveForm(static_cast<E_GPMC_WV_ACTION>(9)), FAILURE); });
   EXPECT_TRUE(contains(out, "unrecognized action"));
   // Only the last step of a pair counts; a failed stop pair skips the start pair.
   simctl({"fpga", "fault", "stuck", "0x14", "4", "1"});
   EXPECT_EQ(reg->GPMCStopWaveForm(), SUCCESS);
   simctl({"fpga", "fault", "stuck", "0x14", "12", "1"});
   trace.mark();
-  out = output([&] { EXPECT_EQ(reg->GPMCStopStartWaveForm(), FAILURE); });
+  out = captured([&] { EXPECT_EQ(reg->GPMCStopStartWaveForm(), FAILURE); });
   EXPECT_EQ(trace.grep("fpga wr reg 0x0014").size(), 2u);  // the stop pair only
   EXPECT_TRUE(contains(out, "failed to start-stop data stream and wave run\n"));
 }
 
 TEST_F(GpmcTest, FpgaTriggerOfTheLogPulsesThePrimarySource) {
-  std::string out = output([] { log(LOG_TRIG | LOG_TERM, "marker\n"); });
-  EXPECT_EQ(out, "marker\n");
-  EXPECT_EQ(trace.grep("fpga wr reg 0x0014"),
-            (std::vector<std::string>{"fpga wr reg 0x0014 0x0002", "fpga wr reg 0x0014 0x0000"}));
+  EXPECT_EQ(captured([] { log(LOG_TRIG | LOG_TERM, "marker\n"); }), "marker\n");
+  EXPECT_EQ(wrote("0x0014"), "0x0002 0x0000");
 }
 
-TEST_F(GpmcTest, StatusBitsAndMeasurementControls) {
-  GpmcDev* reg = dev("reg");
-  bool ok = false;
-  ASSERT_EQ(reg->shAllOK(&ok), SUCCESS);
-  EXPECT_TRUE(ok);
-  ASSERT_EQ(reg->setSHOK(false), SUCCESS);
-  ASSERT_EQ(reg->msSysAllOK(&ok), SUCCESS);
-  EXPECT_FALSE(ok);
-  ASSERT_EQ(reg->setSHOK(true), SUCCESS);
+TEST_F(GpmcTest, WatchdogAndMeasurementControls) {
   ASSERT_EQ(reg->setSHDogEn(true), SUCCESS);
   ASSERT_EQ(reg->tickleDog(false), SUCCESS);
-  EXPECT_EQ(trace.grep("fpga wr reg 0x0048 0x0000").size(), 1u);
+  EXPECT_EQ(wrote("0x0048"), "0x0000");
   ASSERT_EQ(reg->GPMCFrcMeasReset(), SUCCESS);
-  EXPECT_EQ(trace.grep("fpga wr reg 0x000e"),
-            (std::vector<std::string>{"fpga wr reg 0x000e 0x1040", "fpga wr reg 0x000e 0x1440",
-                                      "fpga wr reg 0x000e 0x1040"}));
+  EXPECT_EQ(wrote("0x000e"), "0x1040 0x1440 0x1040");
   ASSERT_EQ(reg->GPMCEnContDataColl(), SUCCESS);
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "a2d: continuous"));
 }
 
-TEST_F(GpmcMainHostTest, MainHostStatusWatchdogAndOledReset) {
-  GpmcDev* reg = dev("reg");
-  bool ok = false;
-  ASSERT_EQ(reg->mnSysAllOK(&ok), SUCCESS);
-  EXPECT_TRUE(ok);
+TEST_F(GpmcMainHostTest, MainHostOkayWatchdogOledResetAndSnapshot) {
+  bool ok = true;
   ASSERT_EQ(reg->setMHOK(false), SUCCESS);
   ASSERT_EQ(reg->mhAllOK(&ok), SUCCESS);
   EXPECT_FALSE(ok);
-  ASSERT_EQ(reg->mnSysAllOK(&ok), SUCCESS);
-  EXPECT_FALSE(ok);
   ASSERT_EQ(reg->setMHOK(true), SUCCESS);
   ASSERT_EQ(reg->setMHDogEn(true), SUCCESS);
-  ASSERT_EQ(reg->tickleDog(true), SUCCESS);
-  EXPECT_EQ(trace.grep("fpga wr reg 0x0014 0x0000").size(), 1u);
   trace.mark();
-  ASSERT_EQ(reg->rstOLED(), SUCCESS);
-  EXPECT_EQ(trace.grep("fpga wr reg 0x0006"),
-            (std::vector<std::string>{"fpga wr reg 0x0006 0x0010", "fpga wr reg 0x0006 0x4010"}));
-  S_GPMC_MH_FPGA_REGS regs = {};
   ASSERT_EQ(reg->tickleDog(true), SUCCESS);
+  ASSERT_EQ(reg->rstOLED(), SUCCESS);
+  EXPECT_EQ(wrote("0x0014"), "0x0000");
+  EXPECT_EQ(wrote("0x0006"), "0x0010 0x4010");
+  S_GPMC_MH_FPGA_REGS regs = {};
   ASSERT_EQ(reg->rdFPGARegs(&regs), SUCCESS);
-  EXPECT_EQ(regs.devId, 0x4d48);
   EXPECT_EQ(regs.miscCtl, 0x4010);
   EXPECT_EQ(regs.miscStat, 0x0002);
   EXPECT_EQ(regs.allOKStatCtl, 0x0001);
 }
 
 TEST_F(GpmcTest, SignalHostSnapshotReadsEachRegisterOnceButTheUnmappedOne) {
-  S_GPMC_FPGA_REGS regs;
-  memset(&regs, 0, sizeof regs);
+  S_GPMC_FPGA_REGS regs = {};
   regs.lnSyncCurrPlsLim = 0xbeef;
   simctl({"fpga", "poke", "reg", "0x62", "0x0062"});
-  ASSERT_EQ(dev("reg")->rdFPGARegs(&regs), SUCCESS);
-  EXPECT_EQ(regs.devId, 0x5348);
-  EXPECT_EQ(regs.miscCtlStat, 0x4002);
+  ASSERT_EQ(reg->rdFPGARegs(&regs), SUCCESS);
   EXPECT_EQ(regs.lnSyncCorrPlsStat, 0x0062);
   EXPECT_EQ(regs.lnSyncCurrPlsLim, 0xbeef);
   std::vector<std::string> reads = trace.grep("fpga rd reg");
@@ -168,27 +131,22 @@ TEST_F(GpmcTest, SignalHostSnapshotReadsEachRegisterOnceButTheUnmappedOne) {
   EXPECT_TRUE(trace.grep("fpga rd reg 0x003c").empty());
 }
 
-TEST_F(GpmcTest, OutputBufferLocationsAreAccessedTwice) {
+// Each location is written twice and read twice, the first read answering late;
+// the gpmc command's fill of the buffer shows the double writes at every word.
+TEST_F(GpmcTest, OutputBufferTakesWritesOnlyWhenEnabledAndReadsTwice) {
   GpmcDev* obuf = dev("obuf");
-  ASSERT_EQ(dev("reg")->GPMCEnOBufWrites(), SUCCESS);
-  trace.mark();
-  ASSERT_EQ(obuf->wrOBufLoc(0x20, 0x1234), SUCCESS);
-  ASSERT_EQ(obuf->wrOBufLoc(0x22, 0x5678), SUCCESS);
-  unsigned short v = 0;
-  ASSERT_EQ(obuf->rdOBufLoc(0x20, &v), SUCCESS);
-  EXPECT_EQ(v, 0x1234);
-  EXPECT_EQ(fpgaLines(), (std::vector<std::string>{"fpga wr obuf 0x0020 0x1234", "fpga wr obuf 0x0020 0x1234",
-                                                  "fpga wr obuf 0x0022 0x5678", "fpga wr obuf 0x0022 0x5678",
-                                                  "fpga rd obuf 0x0020 -> 0x0000", "fpga rd obuf 0x0020 -> 0x1234"}));
-  // The word loops of the output buffer step by two bytes, through the same double access.
-  unsigned short buf[2] = {};
+  unsigned short words[2] = {0x1234, 0x5678}, buf[2] = {};
   unsigned long n = 0;
+  ASSERT_EQ(obuf->wrOBufLoc(0x20, 0x1111), SUCCESS);
+  EXPECT_EQ(peek("obuf", "0x20"), 0);
+  ASSERT_EQ(reg->GPMCEnOBufWrites(), SUCCESS);
+  ASSERT_EQ(obuf->write(words, 0x20, 2, &n), SUCCESS);
+  trace.mark();
   ASSERT_EQ(obuf->read(buf, 0x20, 2, &n, 1), SUCCESS);
   EXPECT_EQ(buf[0], 0x1234);
   EXPECT_EQ(buf[1], 0x5678);
-  unsigned short words[2] = {7, 8};
-  ASSERT_EQ(obuf->write(words, 0x100, 2, &n), SUCCESS);
-  EXPECT_EQ(peek("obuf", "0x102"), 8);
+  EXPECT_EQ(fpgaLines(), (std::vector<std::string>{"fpga rd obuf 0x0020 -> 0x0000", "fpga rd obuf 0x0020 -> 0x1234",
+                                                  "fpga rd obuf 0x0022 -> 0x1234", "fpga rd obuf 0x0022 -> 0x5678"}));
 }
 
 TEST_F(GpmcTest, SampleBlocksGoToAFileFromTheSettledAddress) {
@@ -211,13 +169,9 @@ TEST_F(GpmcTest, SampleBlocksGoToAFileFromTheSettledAddress) {
   EXPECT_EQ(trace.grep("fpga rd reg 0x0010").size(), 4u);
 }
 
-TEST_F(GpmcTest, DriverRequestsForAcquisitionAndItsBuffer) {
-  GpmcDev* reg = dev("reg");
-  reg->drvrContColl(true);
-  reg->drvrContColl(false);
+TEST_F(GpmcTest, DriverBufferIsPreparedWithOneWriteAndAMapping) {
   ASSERT_EQ(reg->GPMCPreventDriverOverflow(), SUCCESS);
-  EXPECT_EQ(fpgaLines(), (std::vector<std::string>{"fpga ioctl 0x11abc6 devtype 3", "fpga ioctl 0x11abca devtype 3",
-                                                  "fpga write cmd 0x11abcb val 0x100000", "fpga mmap len 0x200000"}));
+  EXPECT_EQ(fpgaLines(), (std::vector<std::string>{"fpga write cmd 0x11abcb val 0x100000", "fpga mmap len 0x200000"}));
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "driver buffer prepared: yes"));
   EXPECT_EQ(GpmcDev::getGpmcDev(FPGA_OUTPUT_BUFFER), dev("obuf"));
 }

@@ -4,12 +4,11 @@
 #include "gpmcTestUtil.h"
 
 TEST_F(GpmcTest, ManualStepsClampAtTheTopAndAtZero) {
-  GpmcDev* reg = dev("reg");
   ASSERT_EQ(reg->GPMCSetOutput(0x7ff0), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x7ff0);
   ASSERT_EQ(reg->GPMCStepUp(0x20), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x8000);
-  EXPECT_EQ(trace.grep("fpga wr reg 0x0026 0x8000").size(), 1u);
+  EXPECT_EQ(wrote("0x0026"), "0x7ff0 0x8000");
   ASSERT_EQ(reg->GPMCSetOutput(0x7000), SUCCESS);
   ASSERT_EQ(reg->GPMCStepUp(0x100), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x7100);
@@ -25,10 +24,9 @@ TEST_F(GpmcTest, ManualStepsClampAtTheTopAndAtZero) {
 }
 
 TEST_F(GpmcTest, TimerRampUpAndDownWithTheirWaits) {
-  GpmcDev* reg = dev("reg");
   ASSERT_EQ(reg->GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);  // four steps of 1 ms
   ASSERT_EQ(reg->waitForRampStart(false, true), SUCCESS);
-  std::string out = output([&] { EXPECT_EQ(reg->waitForAtTgtLim(true, true), SUCCESS); });
+  std::string out = captured([&] { EXPECT_EQ(reg->waitForAtTgtLim(true, true), SUCCESS); });
   EXPECT_EQ(peek("reg", "0x24"), 0x400);
   EXPECT_TRUE(contains(out, "function waitForAtTgtLim - current value= 0x0"));
   EXPECT_TRUE(contains(out, "function waitForAtTgtLim - waited "));
@@ -39,24 +37,21 @@ TEST_F(GpmcTest, TimerRampUpAndDownWithTheirWaits) {
 
   trace.mark();
   ASSERT_EQ(reg->GPMCRampDownTmr(0x100, 100), SUCCESS);
-  EXPECT_EQ(trace.grep("fpga wr reg 0x0028 0x0064").size(), 1u);
-  EXPECT_EQ(trace.grep("fpga wr reg 0x001e 0x0000").size(), 1u);
+  EXPECT_EQ(wrote("0x0028") + " " + wrote("0x001e"), "0x0064 0x0000");
   ASSERT_EQ(reg->waitForAtZero(false, true), SUCCESS);
   ASSERT_EQ(reg->waitForCurrValZero(false, true), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0);
 }
 
 TEST_F(GpmcTest, CycleRampFollowsTheRunningWaveformInItsRegisterOrder) {
-  GpmcDev* reg = dev("reg");
   ASSERT_EQ(reg->GPMCStartWaveForm(), SUCCESS);
   trace.mark();
   ASSERT_EQ(reg->GPMCRampUpCyc(0x200, 0x100, 1), SUCCESS);
-  std::vector<std::string> writes = trace.grep("fpga wr reg");
-  ASSERT_EQ(writes.size(), 7u);
-  const char* order[] = {"reg 0x0030", "reg 0x0030", "reg 0x0020 0x0100", "reg 0x0030", "reg 0x001e 0x0200",
-                         "reg 0x0022 0x0000", "reg 0x0030"};
-  for (size_t i = 0; i < writes.size(); ++i) EXPECT_TRUE(contains(writes[i], order[i])) << writes[i];
-  EXPECT_TRUE(contains(writes.back(), "0x200c"));  // up, cycle mode, enabled
+  std::string order;
+  for (const std::string& w : trace.grep("fpga wr reg")) order += w.substr(12, 6) + " ";
+  EXPECT_EQ(order, "0x0030 0x0030 0x0020 0x0030 0x001e 0x0022 0x0030 ");
+  EXPECT_EQ(wrote("0x0020") + " " + wrote("0x001e") + " " + wrote("0x0022"), "0x0100 0x0200 0x0000");
+  EXPECT_EQ(wrote("0x0030"), "0x2000 0x2004 0x2004 0x200c");  // at last: up, cycle mode, enabled
   ASSERT_EQ(reg->waitForAtTgtLim(false, true), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x200);
   ASSERT_EQ(reg->GPMCRampDownCyc(0x200, 2), SUCCESS);
@@ -67,16 +62,15 @@ TEST_F(GpmcTest, CycleRampFollowsTheRunningWaveformInItsRegisterOrder) {
 
 TEST_F(GpmcTest, RampSequenceStopsAtTheFirstFailingStep) {
   simctl({"fpga", "fault", "stuck", "0x30", "2", "0"});
-  std::string out = output([] { EXPECT_EQ(dev("reg")->GPMCRampUpCyc(0x200, 0x100, 1), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(reg->GPMCRampUpCyc(0x200, 0x100, 1), FAILURE); });
   EXPECT_TRUE(contains(out, "function GPMCRampUpCyc - failed to set ramp direction to up\n"));
   EXPECT_TRUE(trace.grep("fpga wr reg 0x0020").empty());
 }
 
 TEST_F(GpmcTest, NotOkaySignalHostAbortsAWaitThatQuitsOnIt) {
   simctl({"fpga", "fault", "sh-not-ok"});
-  GpmcDev* reg = dev("reg");
   ASSERT_EQ(reg->GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);
-  std::string out = output([&] { EXPECT_EQ(reg->waitForRampEnd(false, true), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(reg->waitForRampEnd(false, true), FAILURE); });
   EXPECT_TRUE(contains(out, "function waitForRampEnd - quitting with status 2 due to signal host All-okay out not okay\n"));
   EXPECT_EQ(trace.grep("fpga rd reg 0x0016").size(), 1u);  // aborted at the first poll
   // Without quitOnNotOK the same wait goes on to the ramp's end.
@@ -85,7 +79,6 @@ TEST_F(GpmcTest, NotOkaySignalHostAbortsAWaitThatQuitsOnIt) {
 
 TEST_F(GpmcTest, RampThatNeverEndsKeepsRunningAtItsLimit) {
   simctl({"fpga", "fault", "ramp-never-ends"});
-  GpmcDev* reg = dev("reg");
   ASSERT_EQ(reg->GPMCRampUpTmr(0x200, 0x100, 10), SUCCESS);  // two steps of 100 us
   usleep(20000);
   bool ended = true;
@@ -99,10 +92,9 @@ TEST_F(GpmcTest, RampThatNeverEndsKeepsRunningAtItsLimit) {
 // 10000 polls of 500 us, printing the value every 1000th poll.
 TEST_F(GpmcTest, RampThatNeverStartsTimesOutWithItsMessage) {
   simctl({"fpga", "fault", "ramp-never-starts"});
-  GpmcDev* reg = dev("reg");
   ASSERT_EQ(reg->GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);
   trace.mark();
-  std::string out = output([&] { EXPECT_EQ(reg->waitForRampStart(true, false), TIMEOUT); });
+  std::string out = captured([&] { EXPECT_EQ(reg->waitForRampStart(true, false), TIMEOUT); });
   EXPECT_TRUE(contains(out, "function waitForRampStart - timed out waiting for ramp start\n"));
   EXPECT_TRUE(contains(out, "function waitForRampStart - waited 5000000 microsecs\n"));
   size_t values = 0;

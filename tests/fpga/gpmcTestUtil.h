@@ -6,6 +6,7 @@
 
 #include "gpmcDevMap.h"
 #include "testEnv.h"
+#include "textUtil.h"
 
 // Each test starts from a freshly powered-on instrument on the given board.
 class GpmcTest : public ::testing::Test {
@@ -20,17 +21,16 @@ protected:
   static unsigned short peek(const std::string& space, const std::string& addr) {
     return static_cast<unsigned short>(std::stoul(simctl({"fpga", "peek", space, addr}), nullptr, 16));
   }
-  // Runs f with standard output captured; returns what it printed.
-  template <typename F>
-  static std::string output(F f) {
-    ::testing::internal::CaptureStdout();
-    f();
-    return ::testing::internal::GetCapturedStdout();
-  }
   // The FPGA lines of the trace since the last mark.
   std::vector<std::string> fpgaLines() const { return trace.grep("fpga "); }
+  // The values written at one address since the last mark, in order: "0x1000 0x0000".
+  std::string wrote(const std::string& addr, const std::string& space = "reg") const {
+    std::string out;
+    for (const std::string& l : trace.grep("fpga wr " + space + " " + addr + " "))
+      out += (out.empty() ? "" : " ") + l.substr(l.rfind(' ') + 1);
+    return out;
+  }
 
   Trace trace;
+  GpmcDev* reg = dev("reg");
 };
-
-inline bool contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }

@@ -4,17 +4,10 @@
 
 #include "i2cDevUtil.h"
 #include "i2cTestUtil.h"
-
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStdout;
+#include "textUtil.h"
 
 namespace {
-class I2cDevOps : public ::testing::Test {
-protected:
-  void SetUp() override { resetSim(); }
-};
-
-bool has(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+using I2cDevOps = I2cTest;
 
 std::string plainRead(const char* name, unsigned long n, bool noASCII = false, bool noNewLines = false) {
   I2cDevUtil u(name, false, false);
@@ -24,10 +17,9 @@ std::string plainRead(const char* name, unsigned long n, bool noASCII = false, b
   int count = 0;
   EXPECT_EQ(d.wrBytes(offset, 2, &count, 0), SUCCESS);
   std::vector<char> buf(n);
-  CaptureStdout();
-  EXPECT_EQ(d.rdBytes(buf.data(), n, &count, 0, noASCII, noNewLines), SUCCESS);
+  std::string out = captured([&] { EXPECT_EQ(d.rdBytes(buf.data(), n, &count, 0, noASCII, noNewLines), SUCCESS); });
   EXPECT_EQ(count, static_cast<int>(n));
-  return GetCapturedStdout();
+  return out;
 }
 }  // namespace
 
@@ -49,15 +41,14 @@ TEST_F(I2cDevOps, SmbusWritesGoOutByDataCount) {
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus write byte cmd 0x30").size(), 1u);
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus write byte_data cmd 0x10 data 11").size(), 1u);
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus write word_data cmd 0x05 data 1234").size(), 1u);
+  EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "6"}), "0x12\n");
 
   // Three or more: a block whose data start at the command byte; never reported as written.
   char block[4] = {0x05, 0x34, 0x12, 0x56};
-  CaptureStdout();
-  EXPECT_EQ(d.wrBytes(block, 3, &n, 0), FAILURE);
-  std::string out = GetCapturedStdout();
+  std::string out = captured([&] { EXPECT_EQ(d.wrBytes(block, 3, &n, 0), FAILURE); });
   EXPECT_EQ(n, 0);
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus write block_data cmd 0x05 data 05 34 12").size(), 1u);
-  EXPECT_TRUE(has(out, "failed to write device fpfpga(0x40) bytesWritten= 0, numBytesToWrite= 3 buf[0]= 0x05, "
+  EXPECT_TRUE(contains(out, "failed to write device fpfpga(0x40) bytesWritten= 0, numBytesToWrite= 3 buf[0]= 0x05, "
                        "buf[1]= 0x34, buf[2]= 0x12, buf[3]= 0x56\n"));
   EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "6"}), "0x5\n");  // count at 5, then the data
   EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "9"}), "0x0\n");  // the last data byte never went out
@@ -78,21 +69,21 @@ TEST_F(I2cDevOps, SmbusReadsByByteCount) {
   EXPECT_EQ(d.rdBytes(buf, 2, &n, 1, false, false), SUCCESS);
   EXPECT_EQ(std::string(buf, 2), "bc");
   buf[0] = 0x20;
-  CaptureStdout();
-  EXPECT_EQ(d.rdBytes(buf, 3, &n, 0, false, false), SUCCESS);  // the device sends its count
-  EXPECT_EQ(GetCapturedStdout(), "616263" + std::string(26, ' ') + " abc\n");
+  EXPECT_EQ(captured([&] { EXPECT_EQ(d.rdBytes(buf, 3, &n, 0, false, false), SUCCESS); }),  // the device sends its count
+            "616263" + std::string(26, ' ') + " abc\n");
   EXPECT_EQ(n, 3);
+  buf[0] = 0x00;  // register 0 holds a count of 0
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.rdBytes(buf, 3, &n, 0, false, false), FAILURE); }),
+                       "byteCnt= 0\nProtocol error (71)\n"));
 
   simctl({"i2c", "nack", "fpfpga", "on"});
   buf[0] = 0x10;
   EXPECT_EQ(d.rdBytes(buf, 1, &n, 1, false, false), SUCCESS);  // a failed byte read is not detected
   EXPECT_EQ(static_cast<unsigned char>(buf[0]), 0xFF);
   EXPECT_EQ(n, 1);
-  CaptureStdout();
-  EXPECT_EQ(d.rdBytes(buf, 2, &n, 1, false, false), FAILURE);  // reported even when silent
-  std::string out = GetCapturedStdout();
+  std::string out = captured([&] { EXPECT_EQ(d.rdBytes(buf, 2, &n, 1, false, false), FAILURE); });  // reported even when silent
   EXPECT_EQ(n, 0);
-  EXPECT_TRUE(has(out, "failed to read device fpfpga(0x40), byteCnt= 0\nRemote I/O error (121)\n"));
+  EXPECT_TRUE(contains(out, "failed to read device fpfpga(0x40), byteCnt= 0\nRemote I/O error (121)\n"));
 }
 
 TEST_F(I2cDevOps, PlainReadsDumpSixteenBytesALineWithATextColumn) {
@@ -112,23 +103,16 @@ TEST_F(I2cDevOps, PlainWriteFailureNamesTheDeviceAndShowsOnlyTheSentBytes) {
   I2cDev& d = *u.getItr()->second;
   char offset[2] = {0x00, 0x10};
   int n = 0;
-  CaptureStdout();
-  EXPECT_EQ(d.wrBytes(offset, 2, &n, 0), FAILURE);
-  EXPECT_TRUE(has(GetCapturedStdout(), "failed to write device mhEeprom(0x56) bytesWritten= -1, numBytesToWrite= 2 "
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.wrBytes(offset, 2, &n, 0), FAILURE); }), "failed to write device mhEeprom(0x56) bytesWritten= -1, numBytesToWrite= 2 "
                                        "buf[0]= 0x00, buf[1]= 0x10, buf[2]= 0x00, buf[3]= 0x00\nRemote I/O error (121)\n"));
-  CaptureStdout();
-  EXPECT_EQ(d.wrBytes(offset, 2, &n, 1), FAILURE);
-  EXPECT_EQ(GetCapturedStdout(), "");
+  EXPECT_EQ(captured([&] { EXPECT_EQ(d.wrBytes(offset, 2, &n, 1), FAILURE); }), "");
 }
 
-TEST(I2cDevSetUp, MissingAdapterFailsToOpenAndTearDownStillClosesAndCounts) {
-  resetSim();
+TEST_F(I2cDevOps, MissingAdapterFailsToOpenAndTearDownStillClosesAndCounts) {
   I2cDev d("ghost", 7, 0x50, NONE, NO_MUX, NO_MUX, false, false, nullptr, "", false, false, false);
   Trace t;
-  CaptureStdout();
-  EXPECT_EQ(d.setUp(), FAILURE);
-  std::string out = GetCapturedStdout();
-  EXPECT_TRUE(has(out, "function openAdapter - failed to open I2C adapter /dev/i2c-7 openCount= 0, closeCount= 0\n"
+  std::string out = captured([&] { EXPECT_EQ(d.setUp(), FAILURE); });
+  EXPECT_TRUE(contains(out, "function openAdapter - failed to open I2C adapter /dev/i2c-7 openCount= 0, closeCount= 0\n"
                        "No such file or directory (2)\n"));
   EXPECT_LT(d.adapterFD, 0);
   EXPECT_EQ(d.tearDown(), SUCCESS);
@@ -139,12 +123,9 @@ TEST(I2cDevSetUp, MissingAdapterFailsToOpenAndTearDownStillClosesAndCounts) {
   EXPECT_EQ(d.closeCount, 1);
 }
 
-TEST(I2cDevSetUp, RefusedAddressClosesTheAdapterAndTearDownClosesAgain) {
-  resetSim();
+TEST_F(I2cDevOps, RefusedAddressClosesTheAdapterAndTearDownClosesAgain) {
   I2cDev d("wide", 2, 0x80, NONE, NO_MUX, NO_MUX, true, false, nullptr, "", false, false, false);
-  CaptureStdout();
-  EXPECT_EQ(d.setUp(), FAILURE);
-  EXPECT_TRUE(has(GetCapturedStdout(), "failed to set device wide address 0x80\nInvalid argument (22)\n"));
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.setUp(), FAILURE); }), "failed to set device wide address 0x80\nInvalid argument (22)\n"));
   EXPECT_EQ(d.openCount, 1);
   EXPECT_EQ(d.closeCount, 1);
   EXPECT_NE(d.adapterFD, 0);  // the closed descriptor stays stored

@@ -1,5 +1,6 @@
 #pragma once
 #include <fcntl.h>
+#include <gtest/gtest.h>
 #include <linux/i2c-dev.h>
 
 #include <string>
@@ -41,3 +42,8 @@ inline bool sourcesOkay() {
 
 // A fresh power-on instrument with the default configuration.
 inline void resetSim() { simctl({"reset"}); }
+
+// Each test starts from one.
+struct I2cTest : ::testing::Test {
+  void SetUp() override { resetSim(); }
+};

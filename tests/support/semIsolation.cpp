@@ -9,6 +9,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdio>
 #include <cstring>
 
 #include "programs.h"
@@ -16,14 +17,7 @@
 
 namespace {
 constexpr char SKIP = '\x01';
-
-void writeAll(int fd, const std::string& s) {
-  for (size_t done = 0; done < s.size();) {
-    ssize_t n = write(fd, s.data() + done, s.size() - done);
-    if (n <= 0) return;
-    done += static_cast<size_t>(n);
-  }
-}
+}  // namespace
 
 std::string selfPath() {
   char buf[4096];
@@ -31,72 +25,52 @@ std::string selfPath() {
   return n > 0 ? std::string(buf, static_cast<size_t>(n)) : "";
 }
 
-void execArgv(const std::vector<std::string>& argv) {
-  std::vector<char*> a;
-  for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
-  a.push_back(nullptr);
-  execv(a[0], a.data());
-  _exit(127);
-}
-}  // namespace
-
 long long monoMs() {
   using namespace std::chrono;
   return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
 
 Isolated runIsolated(const std::function<std::string()>& fn, int timeoutMs) {
-  Isolated r;
-  int p[2];
-  if (pipe(p) != 0) return {"", "no pipe"};
+  std::string path = testPath("isolated.report");
+  remove(path.c_str());
   pid_t pid = fork();
   if (pid == 0) {
-    close(p[0]);
     std::string why = usePrivateShm();
-    writeAll(p[1], why.empty() ? fn() : SKIP + why);
+    writeFile(path, why.empty() ? fn() : SKIP + why);
     _exit(0);
   }
-  close(p[1]);
-  std::string got;
-  long long deadline = monoMs() + timeoutMs;
-  char buf[4096];
-  for (;;) {
-    struct pollfd pf = {p[0], POLLIN, 0};
-    long long left = deadline - monoMs();
-    if (left <= 0 || poll(&pf, 1, static_cast<int>(left)) <= 0) {
-      kill(pid, SIGKILL);
-      got += "\n(isolated run timed out)";
-      break;
-    }
-    ssize_t n = read(p[0], buf, sizeof buf);
-    if (n <= 0) break;
-    got.append(buf, static_cast<size_t>(n));
-  }
-  close(p[0]);
-  waitpid(pid, nullptr, 0);
-  if (!got.empty() && got[0] == SKIP)
-    r.skipReason = "no private /dev/shm here (" + got.substr(1) + ")";
-  else
-    r.report = got;
-  return r;
+  if (waitChild(pid, timeoutMs) == -1) return {"(isolated run timed out)", ""};
+  std::string got = readFile(path);
+  if (!got.empty() && got[0] == SKIP) return {"", "no private /dev/shm here (" + got.substr(1) + ")"};
+  return {got, ""};
 }
 
-Helper startHelper(const std::string& mode) {
-  Helper h;
+Child spawn(const std::vector<std::string>& argv) {
+  Child c;
   int p[2];
-  if (pipe(p) != 0) return h;
-  std::vector<std::string> argv = programArgv(selfPath(), {});
-  h.pid = fork();
-  if (h.pid == 0) {
+  if (pipe(p) != 0) return c;
+  c.pid = fork();
+  if (c.pid == 0) {
     dup2(p[1], 1);
+    dup2(p[1], 2);
     close(p[0]);
     close(p[1]);
-    setenv("DIAG_SEM_HELPER", mode.c_str(), 1);
-    execArgv(argv);
+    std::vector<char*> a;
+    for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
+    a.push_back(nullptr);
+    execv(a[0], a.data());
+    _exit(127);
   }
   close(p[1]);
-  h.out = p[0];
-  return h;
+  c.out = p[0];
+  return c;
+}
+
+Child startHelper(const std::string& mode) {
+  setenv("DIAG_SEM_HELPER", mode.c_str(), 1);
+  Child c = spawn(programArgv(selfPath(), {}));
+  unsetenv("DIAG_SEM_HELPER");
+  return c;
 }
 
 bool waitForLine(int fd, const std::string& text, int timeoutMs, std::string* got) {
@@ -113,11 +87,12 @@ bool waitForLine(int fd, const std::string& text, int timeoutMs, std::string* go
   return true;
 }
 
-int waitChild(pid_t pid, int timeoutMs) {
+int waitChild(pid_t pid, int timeoutMs, bool killLate) {
   long long deadline = monoMs() + timeoutMs;
   int status = 0;
   while (waitpid(pid, &status, WNOHANG) == 0) {
     if (monoMs() > deadline) {
+      if (!killLate) return -1;
       kill(pid, SIGKILL);
       waitpid(pid, nullptr, 0);
       return -1;

@@ -5,6 +5,8 @@
 #include <string>
 #include <vector>
 
+#include <gtest/gtest.h>
+
 // The named semaphores are system-wide. A test that holds, leaks or kills a
 // holder runs in a child process with a /dev/shm of its own (a private mount
 // namespace with a fresh tmpfs), which the programs it starts share, so that
@@ -15,17 +17,27 @@ struct Isolated {
 };
 Isolated runIsolated(const std::function<std::string()>& fn, int timeoutMs = 120000);
 
-// The test program itself started as a small semaphore user (see semHelper.cpp),
-// with its standard output on a pipe.
-struct Helper {
+// Runs the function isolated; its report is named by the first argument.
+#define RUN_ISOLATED(report, ...)                                            \
+  Isolated isolated_ = runIsolated(__VA_ARGS__);                             \
+  if (!isolated_.skipReason.empty()) GTEST_SKIP() << isolated_.skipReason; \
+  const std::string& report = isolated_.report
+
+// A started program with its standard output and error on a pipe.
+struct Child {
   pid_t pid = -1;
   int out = -1;
 };
-Helper startHelper(const std::string& mode);
+Child spawn(const std::vector<std::string>& argv);
+// The test program itself started as a small semaphore user (see semHelper.cpp).
+Child startHelper(const std::string& mode);
+// The path of the running test program.
+std::string selfPath();
 // Waits for a line containing text on fd; the lines read so far go to got.
 bool waitForLine(int fd, const std::string& text, int timeoutMs, std::string* got);
-// Waits for a child to end within timeoutMs (killing it after); its wait status, or -1.
-int waitChild(pid_t pid, int timeoutMs);
+// Waits for a child to end within timeoutMs; its wait status, or -1 (killed
+// then, unless told not to).
+int waitChild(pid_t pid, int timeoutMs, bool killLate = true);
 // The value of a named semaphore as a fresh opener sees it; -1 when it does not exist.
 int semValue(const char* name);
 long long monoMs();

@@ -47,22 +47,6 @@ int churn() {
   return 0;
 }
 
-// Reentrant takes by one thread: only the outermost give posts.
-int nested() {
-  sem_t* s = nullptr;
-  if (getMutx(&s) != SUCCESS) return 2;
-  int v = -1;
-  semTake(s, true);
-  semTake(s, true);
-  semGive(s);
-  sem_getvalue(s, &v);
-  say("inner given: held=%d value=%d\n", semHeldHere(s), v);
-  semGive(s);
-  sem_getvalue(s, &v);
-  say("outer given: held=%d value=%d\n", semHeldHere(s), v);
-  return 0;
-}
-
 int helperIfAsked() {
   const char* mode = getenv("DIAG_SEM_HELPER");
   if (!mode) return 0;
@@ -70,7 +54,6 @@ int helperIfAsked() {
   if (!strcmp(mode, "hold")) rc = hold(false);
   else if (!strcmp(mode, "exit-holding")) rc = hold(true);
   else if (!strcmp(mode, "churn")) rc = churn();
-  else if (!strcmp(mode, "nested")) rc = nested();
   exit(rc);  // exit, not _exit: what the process holds is released on the way out
 }
 

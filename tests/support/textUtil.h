@@ -1,0 +1,23 @@
+#pragma once
+#include <gtest/gtest.h>
+
+#include <sstream>
+#include <string>
+#include <vector>
+
+inline bool contains(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
+
+inline std::vector<std::string> splitLines(const std::string& text) {
+  std::vector<std::string> out;
+  std::istringstream in(text);
+  for (std::string l; std::getline(in, l);) out.push_back(l);
+  return out;
+}
+
+// Runs f with standard output captured; returns what it printed.
+template <typename F>
+std::string captured(F f) {
+  ::testing::internal::CaptureStdout();
+  f();
+  return ::testing::internal::GetCapturedStdout();
+}

@@ -91,9 +91,9 @@ TEST(Interactive, CompletionHistoryAndQuit) {
   sh.mark();
   sh.type("\x1bp\x1bp");
   EXPECT_TRUE(sh.waitFor("diag> ec -cd Scan"));
-  EXPECT_EQ(sh.currentLine(), "diag> ec -cd Scan");
+  EXPECT_TRUE(sh.waitForLine("diag> ec -cd Scan")) << sh.currentLine();
   sh.type("\x1bn");
-  EXPECT_EQ(sh.currentLine(), "diag> ec -cd SD");
+  EXPECT_TRUE(sh.waitForLine("diag> ec -cd SD")) << sh.currentLine();
   sh.mark();
   sh.send(PtySession::ENTER);
   EXPECT_TRUE(sh.waitFor("!1723"));
@@ -101,9 +101,9 @@ TEST(Interactive, CompletionHistoryAndQuit) {
 
   // Backspace redraws the line without the erased character.
   sh.type("hex\x7f");
-  EXPECT_EQ(sh.currentLine(), "diag> he");
+  EXPECT_TRUE(sh.waitForLine("diag> he")) << sh.currentLine();
   sh.type("\x7f\x7f\x7f");
-  EXPECT_EQ(sh.currentLine(), "diag> ");
+  EXPECT_TRUE(sh.waitForLine("diag> ")) << sh.currentLine();
 
   sh.mark();
   sh.type("q  ");

@@ -119,6 +119,16 @@ std::vector<std::string> PtySession::screen() const {
 
 std::string PtySession::currentLine() const { return screen().back(); }
 
+bool PtySession::waitForLine(const std::string& text, int timeoutMs) {
+  long long deadline = nowMs() + timeoutMs;
+  while (currentLine() != text) {
+    long long left = deadline - nowMs();
+    if (left <= 0) return false;
+    pump(static_cast<int>(left < 50 ? left : 50));
+  }
+  return true;
+}
+
 int PtySession::waitExit(int timeoutMs) {
   long long deadline = nowMs() + timeoutMs;
   while (!exited) {

@@ -29,6 +29,8 @@ public:
   std::vector<std::string> screen() const;
   // The line the cursor is on.
   std::string currentLine() const;
+  // Waits until the cursor's line reads exactly text; false on timeout.
+  bool waitForLine(const std::string& text, int timeoutMs = 10000);
   // Waits for the program to end; its exit code, or -1 on timeout.
   int waitExit(int timeoutMs = 10000);
 

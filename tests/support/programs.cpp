@@ -36,6 +36,14 @@ std::vector<std::string> programArgv(const std::string& bin, const std::vector<s
   return v;
 }
 
+void execProgram(const std::vector<std::string>& argv) {
+  std::vector<char*> a;
+  for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
+  a.push_back(nullptr);
+  execv(a[0], a.data());
+  _exit(127);
+}
+
 RunResult runProgram(const std::vector<std::string>& argv, const std::string& input, int timeoutMs) {
   RunResult r;
   int in[2], out[2];
@@ -47,11 +55,7 @@ RunResult runProgram(const std::vector<std::string>& argv, const std::string& in
     dup2(out[1], 2);
     close(in[1]);
     close(out[0]);
-    std::vector<char*> a;
-    for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
-    a.push_back(nullptr);
-    execv(a[0], a.data());
-    _exit(127);
+    execProgram(argv);
   }
   close(in[0]);
   close(out[1]);

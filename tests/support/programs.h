@@ -9,6 +9,9 @@ std::string simctlBin();
 // The command line that starts a built program (emulator first where needed).
 std::vector<std::string> programArgv(const std::string& bin, const std::vector<std::string>& args);
 
+// In a forked child: replaces it with the program (argv[0] is its path); ends it with 127 if that fails.
+[[noreturn]] void execProgram(const std::vector<std::string>& argv);
+
 struct RunResult {
   int exitCode = -1;  // -1: killed or did not end in time
   std::string out;    // standard output and standard error, in order

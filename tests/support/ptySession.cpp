@@ -1,5 +1,7 @@
 #include "ptySession.h"
 
+#include "programs.h"
+
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
@@ -21,11 +23,7 @@ PtySession::PtySession(const std::vector<std::string>& argv) {
   struct winsize ws = {40, 120, 0, 0};
   pid = forkpty(&master, nullptr, nullptr, &ws);
   if (pid == 0) {
-    std::vector<char*> a;
-    for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
-    a.push_back(nullptr);
-    execv(a[0], a.data());
-    _exit(127);
+    execProgram(argv);
   }
 }
 

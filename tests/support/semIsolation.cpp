@@ -55,11 +55,7 @@ Child spawn(const std::vector<std::string>& argv) {
     dup2(p[1], 2);
     close(p[0]);
     close(p[1]);
-    std::vector<char*> a;
-    for (const std::string& s : argv) a.push_back(const_cast<char*>(s.c_str()));
-    a.push_back(nullptr);
-    execv(a[0], a.data());
-    _exit(127);
+    execProgram(argv);
   }
   close(p[1]);
   c.out = p[0];

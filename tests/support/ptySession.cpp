@@ -1,7 +1,5 @@
 #include "ptySession.h"
 
-#include "programs.h"
-
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
@@ -10,6 +8,8 @@
 #include <unistd.h>
 
 #include <chrono>
+
+#include "programs.h"
 #include <cstdlib>
 
 namespace {

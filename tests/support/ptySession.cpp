@@ -8,9 +8,9 @@
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdlib>
 
 #include "programs.h"
-#include <cstdlib>
 
 namespace {
 long long nowMs() {

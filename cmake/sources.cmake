@@ -1,5 +1,6 @@
 # Every source of the program except the entry point and the kernel instance.
 file(GLOB DIAG_CORE_SOURCES CONFIGURE_DEPENDS
+  ${CMAKE_CURRENT_LIST_DIR}/../src/base/*.cpp
   ${CMAKE_CURRENT_LIST_DIR}/../src/shell/*.cpp
   ${CMAKE_CURRENT_LIST_DIR}/../src/kernel/*.cpp
   ${CMAKE_CURRENT_LIST_DIR}/../src/fpga/*.cpp

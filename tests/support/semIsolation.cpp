@@ -19,10 +19,15 @@ namespace {
 constexpr char SKIP = '\x01';
 }  // namespace
 
+// Read once, before the test program enters a mount namespace of its own: inside
+// a chroot, the link read after that names the program by its path outside the chroot.
 std::string selfPath() {
-  char buf[4096];
-  ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
-  return n > 0 ? std::string(buf, static_cast<size_t>(n)) : "";
+  static const std::string path = [] {
+    char buf[4096];
+    ssize_t n = readlink("/proc/self/exe", buf, sizeof buf - 1);
+    return n > 0 ? std::string(buf, static_cast<size_t>(n)) : std::string();
+  }();
+  return path;
 }
 
 long long monoMs() {

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "semIsolation.h"
 #include "simCtl.h"
 
 namespace {
@@ -81,6 +82,7 @@ int main(int argc, char** argv) {
   dirRef() = tmpl;
   setenv("DIAG_SIM_STATE", testPath("sim.state").c_str(), 1);
   setenv("DIAG_SIM_TRACE", testPath("sim.trace").c_str(), 1);
+  selfPath();  // before the private mount namespace: see selfPath
   std::string why = usePrivateShm();
   if (!why.empty()) fprintf(stderr, "note: tests share the system's /dev/shm (%s)\n", why.c_str());
   ::testing::InitGoogleTest(&argc, argv);

@@ -18,6 +18,7 @@
 #include <string>
 
 #include "log.h"
+#include "processEnd.h"
 
 namespace {
 // Shared record beside each semaphore: the process that holds it (0: none known).
@@ -39,29 +40,6 @@ NamedSem sems[] = {{"diagGPMCSem", "/diagGPMCSem.holder"}, {"diagSem", "/diagSem
 std::mutex openMutex;
 constexpr int WAIT_SLICE_MS = 200;
 constexpr int REPORT_AFTER_MS = 5000;
-
-// A signal that ends the process may arrive while a thread is between taking
-// or giving a semaphore and recording that it did. Such signals wait until the
-// step is complete, so that what the process holds is always known and released.
-std::atomic<int> inStep{0};
-volatile sig_atomic_t deferredSig = 0;
-const int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGSEGV, SIGABRT, SIGBUS, SIGFPE, SIGPIPE};
-
-bool canDefer(int sig) { return sig == SIGINT || sig == SIGTERM || sig == SIGHUP || sig == SIGQUIT; }
-
-class Step {
-public:
-  Step() { inStep.fetch_add(1); }
-  ~Step() {
-    if (inStep.fetch_sub(1) == 1 && deferredSig) {
-      int sig = deferredSig;
-      deferredSig = 0;
-      raise(sig);
-    }
-  }
-  Step(const Step&) = delete;
-  Step& operator=(const Step&) = delete;
-};
 
 NamedSem* find(sem_t* s) {
   for (NamedSem& n : sems)
@@ -86,35 +64,6 @@ void release(NamedSem& n) {
 void releaseAll() {
   for (NamedSem& n : sems)
     if (n.heldHere) release(n);
-}
-
-void onEndingSignal(int sig) {
-  if (canDefer(sig) && inStep.load() > 0) {
-    deferredSig = sig;
-    return;
-  }
-  releaseAll();
-  signal(sig, SIG_DFL);
-  raise(sig);
-}
-
-void installReleaseOnExit() {
-  static bool installed = false;
-  if (installed) return;
-  installed = true;
-  atexit(releaseAll);
-  for (int sig : endingSignals) {
-    struct sigaction old;
-    sigaction(sig, nullptr, &old);
-    // Leave alone what the process chose to ignore or handle itself.
-    if (old.sa_handler != SIG_DFL) continue;
-    struct sigaction sa;
-    memset(&sa, 0, sizeof sa);
-    sa.sa_handler = onEndingSignal;
-    sigemptyset(&sa.sa_mask);
-    sa.sa_flags = SA_RESTART;
-    sigaction(sig, &sa, nullptr);
-  }
 }
 
 // Maps the record and ends the lock on it: explicitly, since the mapping
@@ -157,7 +106,8 @@ E_STATUS openSem(NamedSem& n, sem_t** ppMutex) {
       return FAILURE;
     }
     n.sem = s;
-    installReleaseOnExit();
+    static const bool hooked = (atProcessEnd(releaseAll), true);
+    (void)hooked;
   }
   *ppMutex = n.sem;
   return SUCCESS;
@@ -193,7 +143,7 @@ void markHeld(NamedSem& n) {
 
 // Takes the semaphore over from a holder that has ended, if it still is the holder.
 bool recover(NamedSem& n, pid_t dead) {
-  Step step;
+  EndDeferred step;
   // Posted by the holder just before it ended: an ordinary take.
   if (sem_trywait(n.sem) == 0) {
     markHeld(n);
@@ -218,7 +168,7 @@ E_STATUS waitSlow(NamedSem& n) {
     deadline.tv_sec += deadline.tv_nsec / 1000000000L;
     deadline.tv_nsec %= 1000000000L;
     {
-      Step step;
+      EndDeferred step;
       if (sem_timedwait(n.sem, &deadline) == 0) {
         markHeld(n);
         return SUCCESS;
@@ -250,7 +200,7 @@ E_STATUS semTake(sem_t* pMutex, bool reentrant) {
     return SUCCESS;
   }
   {
-    Step step;
+    EndDeferred step;
     if (sem_trywait(pMutex) == 0) {
       markHeld(*n);
       return SUCCESS;
@@ -265,7 +215,7 @@ void semGive(sem_t* pMutex) {
     sem_post(pMutex);
     return;
   }
-  Step step;
+  EndDeferred step;
   if (!n->heldHere) return;
   if (--n->depth > 0) return;  // an inner reentrant take: the outer one still holds it
   release(*n);

@@ -9,7 +9,8 @@
 #include <ctime>
 #include <mutex>
 
-#include "gpmcTrigger.h"
+#include <string>
+#include <vector>
 
 namespace {
 // Wider than the 200 characters callers aim for, so that a long message is
@@ -19,6 +20,20 @@ char lclStr[LCL_STR_LEN];
 unsigned long lclFlags = 0;
 // The ramp and background workers may log while the shell does: one formatter at a time.
 std::recursive_mutex logMutex;
+void (*triggerPulse)() = nullptr;
+
+struct LogCategory {
+  std::string name;
+  void (*setOn)(bool);
+};
+std::vector<LogCategory>& categories() {
+  static std::vector<LogCategory> c;
+  return c;
+}
+
+void pulseTrigger() {
+  if (triggerPulse) triggerPulse();
+}
 
 size_t convSpecLen(const char* p) {
   // p points at '%'; returns the length of the whole conversion (flags, width, precision, letter), or 0.
@@ -87,7 +102,7 @@ const char* srcName(const char* path) {
 }
 
 E_STATUS log(unsigned long flags, const char* fmt, ...) {
-  if (flags & LOG_TRIG) pulseFpgaTrigger();
+  if (flags & LOG_TRIG) pulseTrigger();
   std::lock_guard<std::recursive_mutex> lock(logMutex);
   va_list ap;
   va_start(ap, fmt);
@@ -98,7 +113,7 @@ E_STATUS log(unsigned long flags, const char* fmt, ...) {
 }
 
 E_STATUS logText(unsigned long flags, const char* text) {
-  if (flags & LOG_TRIG) pulseFpgaTrigger();
+  if (flags & LOG_TRIG) pulseTrigger();
   std::lock_guard<std::recursive_mutex> lock(logMutex);
   snprintf(lclStr, sizeof lclStr, "%s", fmtNoArgs(text).c_str());
   emit(flags, fmtNoArgs(lclStr));
@@ -119,6 +134,26 @@ E_STATUS setLogFlag(unsigned long flags, bool on) {
 }
 
 unsigned long getLogFlags() { return lclFlags; }
+
+void setLogTrigger(void (*pulse)()) { triggerPulse = pulse; }
+
+void registerLogCategory(const char* name, void (*setOn)(bool on)) {
+  for (LogCategory& c : categories())
+    if (c.name == name) {
+      c.setOn = setOn;
+      return;
+    }
+  categories().push_back({name, setOn});
+}
+
+bool switchLogCategory(const char* name, bool on) {
+  for (const LogCategory& c : categories())
+    if (c.name == name) {
+      c.setOn(on);
+      return true;
+    }
+  return false;
+}
 
 E_STATUS logOpen() {
   setlogmask(0x3f);

@@ -15,6 +15,13 @@ E_STATUS log(unsigned long flags, const char* fmt, ...) __attribute__((format(pr
 // the way the system prints lines read from files and operator answers.
 E_STATUS logText(unsigned long flags, const char* text);
 E_STATUS setLogFlag(unsigned long flags, bool on);
+// The pulse of log flag 4, installed by the layer that owns the FPGA trigger;
+// until then flag 4 pulses nothing.
+void setLogTrigger(void (*pulse)());
+// The categories the log command switches ("fpga", "psc"), each registered by
+// the layer that owns it. switchLogCategory: false when no layer registered the name.
+void registerLogCategory(const char* name, void (*setOn)(bool on));
+bool switchLogCategory(const char* name, bool on);
 unsigned long getLogFlags();
 E_STATUS logOpen();
 E_STATUS logClose();

@@ -1,24 +1,22 @@
 // The gpmc command: the operator's view of the FPGA's access targets.
 #include <unistd.h>
 
-#include <cerrno>
-#include <cstdlib>
+#include <climits>
 #include <cstring>
 #include <string>
 
-#include "cmdDelay.h"
+#include "argScan.h"
 #include "commands.h"
 #include "gpmcDevMap.h"
 #include "cmdGpmc.h"
 #include "log.h"
-#include "terminal.h"
 
 namespace {
 constexpr size_t FILE_NAME_MAX = 60;
 constexpr unsigned long DEFAULT_COL_SAMPLES = 256;
 constexpr unsigned long MAX_COL_SAMPLES = 0xfffe;  // the 16-bit sample address must be able to pass it
 
-const char* const usageLines[] = {
+const char* const usage[] = {
     "-l - list device names (for -m) from table",
     "-m <device_name>",
     "-w <num_words> - write num_words (1-4) to device",
@@ -41,17 +39,13 @@ const char* const usageLines[] = {
     "-inv <0-invert,1-uninvert> <1-chan1|2-chan2> - invert/un-invert specified channel's signal data",
     "-ctf <file_name> <num_samples> - collects data to file"};
 
-void usage() {
-  for (const char* line : usageLines) log(LOG_TERM, "%s\n", line);
-}
-
 GpmcDev* regDev(const char* missingMsg) {
   GpmcDev* reg = GpmcDevMap::find("reg");
   if (!reg) LOGERR(LOG_TERM, "%s\n", missingMsg);
   return reg;
 }
 
-E_STATUS forceMeasBoardsReset() {
+E_STATUS forceMeasBoardsReset(const OptHit&, const ArgScan&) {
   GpmcDev* reg = regDev("reg device not found");
   if (!reg) return FAILURE;
   E_STATUS status = reg->GPMCFrcMeasReset();
@@ -59,17 +53,12 @@ E_STATUS forceMeasBoardsReset() {
   return status;
 }
 
-E_STATUS oneShotCollection(int argc, const char* countText) {
-  if (argc != 2 && argc != 3) {
+E_STATUS oneShotCollection(const OptHit& hit, const ArgScan& scan) {
+  if (scan.count() != 2 && scan.count() != 3) {
     LOGERR(LOG_TERM, "wrong number of arguments\n");
     return WRONG_NUM_ARGS;
   }
-  unsigned long n = DEFAULT_COL_SAMPLES;
-  if (countText && !gpmcParseNum(countText, &n)) return gpmcBadNumber("-col", countText);
-  if (n > MAX_COL_SAMPLES) {
-    LOGERR(LOG_TERM, "-col: %lu samples is more than the collection can count (%lu)\n", n, MAX_COL_SAMPLES);
-    return BAD_PARAMETER;
-  }
+  unsigned long n = hit.has[0] ? hit.num[0] : DEFAULT_COL_SAMPLES;
   GpmcDev* reg = regDev("reg device not found");
   if (!reg) return FAILURE;
   int waited = 0;
@@ -81,7 +70,7 @@ E_STATUS oneShotCollection(int argc, const char* countText) {
   return status;
 }
 
-E_STATUS syncInfo() {
+E_STATUS syncInfo(const OptHit&, const ArgScan&) {
   GpmcDev* reg = regDev("Device reg not found");
   if (!reg) return FAILURE;
   unsigned short v;
@@ -92,92 +81,72 @@ E_STATUS syncInfo() {
   return SUCCESS;
 }
 
-// Scans the options left to right; -fmr, -col and -si act when met, -h at once.
-class Scanner {
-public:
-  Scanner(int argc, char (*argv)[ARG_LEN], GpmcArgs& a) : argc(argc), argv(argv), a(a) {}
-  E_STATUS run(bool* done);
+// Values are the next words; -w, -r and -col may leave theirs out. -fmr, -col
+// and -si act when met, -h at once.
+const OptDecl opts[] = {flagOpt("-l"),
+                        wordOpt("-m"),
+                        optNumOpt("-w", 0, GPMC_XFER_WORDS),
+                        optNumOpt("-r", 0, ULONG_MAX),
+                        numOpt("-d", 0, 0xFFFFFFFFul),
+                        numOpt("-o", 0, 0xFFFFFFFFul),
+                        wordOpt("-f"),
+                        wordOpt("-fi"),
+                        wordOpt("-fb"),
+                        wordOpt("-fh"),
+                        wordOpt("-fs1"),
+                        flagOpt("-s"),
+                        flagOpt("-t"),
+                        flagOpt("-fmr").then(forceMeasBoardsReset),
+                        optNumOpt("-col", 0, MAX_COL_SAMPLES).then(oneShotCollection),
+                        flagOpt("-si").then(syncInfo),
+                        flagOpt("-fr"),
+                        flagOpt("-scf"),
+                        flagOpt("-rc"),
+                        numOpt("-inv", 0, 1).plus(numVal(1, 2)),
+                        wordOpt("-ctf").plus(numVal(0, INT_MAX)),
+                        flagOpt("-caon"),
+                        flagOpt("-caoff"),
+                        helpOpt()};
 
-private:
-  E_STATUS option(const char* w, bool* done);
-  // The next argument as an option's value; null (and a message) when there is none.
-  const char* value(const char* opt) {
-    if (i + 1 < argc) return argv[++i];
-    LOGERR(LOG_TERM, "%s needs a value\n", opt);
-    return nullptr;
-  }
-  // An optional value: present unless the line ends or an option follows.
-  const char* optional() { return i + 1 < argc && argv[i + 1][0] != '-' && argv[i + 1][0] ? argv[++i] : nullptr; }
-  E_STATUS number(const char* opt, const char* text, unsigned long* v) {
-    if (!text) return BAD_PARAMETER;
-    return gpmcParseNum(text, v) ? SUCCESS : gpmcBadNumber(opt, text);
-  }
-  // -w and -r: the option asks for the transfer, its count is optional.
-  E_STATUS transfer(const char* opt, bool* asked, unsigned long* count) {
-    *asked = true;
-    const char* text = optional();
-    return text ? number(opt, text, count) : SUCCESS;
-  }
-  E_STATUS file(const char* opt, E_GPMC_DUMP kind) {
-    a.outName = value(opt);
-    a.dumpKind = kind;
-    return a.outName ? SUCCESS : BAD_PARAMETER;
-  }
-
-  int argc;
-  char (*argv)[ARG_LEN];
-  GpmcArgs& a;
-  int i = 1;
-};
-
-E_STATUS Scanner::run(bool* done) {
-  for (; i < argc && !*done; ++i) {
-    E_STATUS status = option(argv[i], done);
-    if (status != SUCCESS) return status;
-  }
-  if (a.nWr > GPMC_XFER_WORDS) {
-    LOGERR(LOG_TERM, "-w: %lu words do not fit the transfer buffer of %lu words\n", a.nWr, GPMC_XFER_WORDS);
-    return BAD_PARAMETER;
-  }
-  return SUCCESS;
+// The last dump file named, and its format.
+void dumpFile(const ArgScan& s, GpmcArgs& a) {
+  const struct {
+    const char* opt;
+    E_GPMC_DUMP kind;
+  } files[] = {{"-f", GPMC_DUMP_DEC}, {"-fb", GPMC_DUMP_BIN}, {"-fh", GPMC_DUMP_HEX}, {"-fs1", GPMC_DUMP_SINE1},
+               {"-ctf", GPMC_DUMP_CTF}};
+  const OptHit* last = s.lastOf({"-f", "-fb", "-fh", "-fs1", "-ctf"});
+  if (!last) return;
+  a.outName = last->word[0];
+  for (const auto& f : files)
+    if (!strcmp(f.opt, last->opt->name)) a.dumpKind = f.kind;
 }
 
-E_STATUS Scanner::option(const char* w, bool* done) {
-  std::string o = w;
-  if (o == "-l") a.list = true;
-  else if (o == "-m") return (a.devName = value(w)) ? SUCCESS : BAD_PARAMETER;
-  else if (o == "-w") return transfer(w, &a.doWrite, &a.nWr);
-  else if (o == "-r") return transfer(w, &a.doRead, &a.nRd);
-  else if (o == "-d") return number(w, value(w), &a.data);
-  else if (o == "-o") return (a.offsetText = value(w)) ? SUCCESS : BAD_PARAMETER;
-  else if (o == "-f") return file(w, GPMC_DUMP_DEC);
-  else if (o == "-fb") return file(w, GPMC_DUMP_BIN);
-  else if (o == "-fh") return file(w, GPMC_DUMP_HEX);
-  else if (o == "-fs1") return file(w, GPMC_DUMP_SINE1);
-  else if (o == "-fi") return (a.inName = value(w)) ? SUCCESS : BAD_PARAMETER;
-  else if (o == "-s") a.silent = true;
-  else if (o == "-t") a.timeCycles = true;
-  else if (o == "-fmr") return forceMeasBoardsReset();
-  else if (o == "-col") return oneShotCollection(argc, optional());
-  else if (o == "-si") return syncInfo();
-  else if (o == "-fr") a.forceReset = true;
-  else if (o == "-scf") a.sincorr = true;
-  else if (o == "-rc") a.contRead = true;
-  else if (o == "-caon") a.caon = true;
-  else if (o == "-caoff") a.caoff = true;
-  else if (o == "-inv") {
-    a.invert = true;
-    E_STATUS status = number(w, value(w), &a.invFlag);
-    return status == SUCCESS ? number(w, value(w), &a.invChan) : status;
-  } else if (o == "-ctf") {
-    a.ctf = true;
-    E_STATUS status = file(w, GPMC_DUMP_CTF);
-    return status == SUCCESS ? number(w, value(w), &a.ctfSamples) : status;
-  } else if (o == "-h") {
-    usage();
-    *done = true;
-  }
-  return SUCCESS;
+GpmcArgs gpmcArgs(const ArgScan& s) {
+  GpmcArgs a;
+  a.list = s.has("-l");
+  a.devName = s.has("-m") ? s.word("-m") : nullptr;
+  a.doWrite = s.has("-w");
+  a.nWr = s.num("-w", 1);
+  a.doRead = s.has("-r");
+  a.nRd = s.num("-r", 1);
+  a.data = s.num("-d");
+  a.offset = s.num("-o");
+  a.inName = s.has("-fi") ? s.word("-fi") : nullptr;
+  dumpFile(s, a);
+  a.silent = s.has("-s");
+  a.timeCycles = s.has("-t");
+  a.forceReset = s.has("-fr");
+  a.sincorr = s.has("-scf");
+  a.contRead = s.has("-rc");
+  a.invert = s.has("-inv");
+  a.invFlag = s.num("-inv");
+  a.invChan = s.num("-inv", 0, 1);
+  a.ctf = s.has("-ctf");
+  a.ctfSamples = s.num("-ctf", 0, 1);
+  a.caon = s.has("-caon");
+  a.caoff = s.has("-caoff");
+  return a;
 }
 
 // A file name as the command keeps it: at most 60 characters, ending at a line break.
@@ -207,30 +176,24 @@ E_STATUS openFiles(const GpmcArgs& a, GpmcFiles& files) {
 }
 }  // namespace
 
-bool gpmcParseNum(const char* text, unsigned long* value) {
-  char* end = nullptr;
-  errno = 0;
-  *value = strtoul(text, &end, 0);
-  return *text && end && *end == '\0' && errno == 0;
-}
-
-E_STATUS gpmcBadNumber(const char* opt, const char* text) {
-  LOGERR(LOG_TERM, "%s: %s is not a number\n", opt, escPct(text).c_str());
-  return BAD_PARAMETER;
-}
-
 E_STATUS gpmc(int argc, char argv[][ARG_LEN]) {
   if (argc < 2) {
     log(LOG_TERM, "Try gpmc -h\n");
     return WRONG_NUM_ARGS;
   }
-  GpmcArgs a;
-  bool done = false;
-  E_STATUS status = Scanner(argc, argv, a).run(&done);
-  if (status != SUCCESS || done) return status;
+  ArgScan scan(gpmcCmd.args, argc, argv);
+  E_STATUS status = scan.run();
+  if (status != SUCCESS || scan.ended()) return status;
+  const GpmcArgs a = gpmcArgs(scan);
   if (a.list)
     for (auto& entry : GpmcDevMap::getGpmcDevMap()->map) log(LOG_TERM, "%s\n", entry.first.c_str());
   GpmcFiles files;
   status = openFiles(a, files);
   return status == SUCCESS ? gpmcStages(a, files) : status;
 }
+
+constinit const CmdDecl gpmcCmd = {
+    .help = "GPMC prober",
+    .args = {.name = "gpmc", .usage = usage, .opts = opts,
+             .rules = {.missing = MISSING_REFUSED, .refusal = "%s needs a value"}},
+    .handler = gpmc};

@@ -10,11 +10,10 @@ struct GpmcArgs {
   bool list = false, doWrite = false, doRead = false, silent = false, timeCycles = false, forceReset = false;
   bool sincorr = false, contRead = false, invert = false, ctf = false, caon = false, caoff = false;
   const char* devName = nullptr;
-  const char* offsetText = nullptr;
   const char* outName = nullptr;
   const char* inName = nullptr;
   E_GPMC_DUMP dumpKind = GPMC_DUMP_NONE;
-  unsigned long nWr = 1, nRd = 1, data = 0, invFlag = 0, invChan = 0, ctfSamples = 0;
+  unsigned long nWr = 1, nRd = 1, data = 0, offset = 0, invFlag = 0, invChan = 0, ctfSamples = 0;
 };
 
 // The files a command works with; closed whatever way the command ends.
@@ -34,8 +33,3 @@ constexpr unsigned long GPMC_XFER_WORDS = 257;
 // The stages that follow the option scan, in their fixed order; each runs only
 // while the command's status is still success.
 E_STATUS gpmcStages(const GpmcArgs& a, GpmcFiles& files);
-
-// A number with base detection (decimal, 0x hexadecimal, leading-zero octal),
-// the whole text; and the message for one that is not.
-bool gpmcParseNum(const char* text, unsigned long* value);
-E_STATUS gpmcBadNumber(const char* opt, const char* text);

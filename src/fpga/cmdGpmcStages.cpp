@@ -183,8 +183,7 @@ E_STATUS driverAcquisition(const GpmcArgs& a) {
 }  // namespace
 
 E_STATUS gpmcStages(const GpmcArgs& a, GpmcFiles& files) {
-  unsigned long offset = 0;
-  if (a.offsetText && !gpmcParseNum(a.offsetText, &offset)) return gpmcBadNumber("-o", a.offsetText);
+  const unsigned long offset = a.offset;
   E_STATUS status = a.invert ? invertStage(a) : SUCCESS;
   if (status == SUCCESS && a.ctf) status = collectToFile(a, files);
   Targets t;

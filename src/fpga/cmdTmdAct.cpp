@@ -26,3 +26,5 @@ E_STATUS cmdTmdAct(int, char[][ARG_LEN]) {
   line.addTimedAction(&a3);
   return line.execTimeLine();
 }
+
+constinit const CmdDecl taCmd = {.help = "Timed Action test", .args = {.name = "ta"}, .handler = cmdTmdAct};

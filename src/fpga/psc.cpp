@@ -18,3 +18,11 @@ E_STATUS Psc::PSCFPGASetFrcNotOK(int, bool) { return notAvailable(__func__); }
 E_STATUS Psc::PSCFPGAClrErrs(int) { return notAvailable(__func__); }
 E_STATUS Psc::PSCFPGAAllOKIn(int, bool*) { return notAvailable(__func__); }
 E_STATUS Psc::PSCFPGAAllOKOut(int, bool*) { return notAvailable(__func__); }
+
+namespace {
+constexpr int PSC_LOG_SOURCE = 14;  // the voltage source whose FPGA the log command switches
+}
+
+void connectPscLog() {
+  registerLogCategory("psc", [](bool on) { Psc(PSC_LOG_SOURCE).PSCFPGALogging(on); });
+}

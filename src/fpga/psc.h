@@ -18,3 +18,6 @@ private:
   E_STATUS notAvailable(const char* fxn);
   int source;
 };
+
+// The "psc" category of the log command: the PSC FPGA's errors to the system log.
+void connectPscLog();

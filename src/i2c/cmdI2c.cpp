@@ -1,12 +1,13 @@
-#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <string>
 #include <vector>
 
+#include "argScan.h"
 #include "commands.h"
 #include "i2cDevUtil.h"
 #include "log.h"
+#include "numArg.h"
 
 namespace {
 constexpr unsigned long MAX_SMBUS_WRITE = 2;   // byte or word after the register byte
@@ -16,72 +17,41 @@ constexpr unsigned long MAX_PLAIN_READ = 256;
 constexpr unsigned DUMP_LEN = 256;
 constexpr int OFFSET_BYTES = 2;  // plain devices with a memory take a two-byte offset, high byte first
 
-void usage() {
-  log(LOG_TERM, "i2c - read and write the named I2C devices\n");
-  log(LOG_TERM, " -l - list the devices with their descriptions\n");
-  log(LOG_TERM, " -d <device> - the device to access\n");
-  log(LOG_TERM, " -o <reg/offset> - register (SMBus device) or memory offset (plain device, two bytes)\n");
-  log(LOG_TERM, " -r <count> - read count bytes (SMBus: 1, 2 or a block of up to 32; plain: up to 256)\n");
-  log(LOG_TERM, " -w <byte> [<byte>...] - write the bytes (SMBus: at most 2 after the register; plain: at most 32)\n");
-  log(LOG_TERM, " -dump - dump the device (SMBus: each register from -o; plain: 256 bytes from -o, else from where it is)\n");
-}
+const char* const usage[] = {
+    "i2c - read and write the named I2C devices",
+    " -l - list the devices with their descriptions",
+    " -d <device> - the device to access",
+    " -o <reg/offset> - register (SMBus device) or memory offset (plain device, two bytes)",
+    " -r <count> - read count bytes (SMBus: 1, 2 or a block of up to 32; plain: up to 256)",
+    " -w <byte> [<byte>...] - write the bytes (SMBus: at most 2 after the register; plain: at most 32)",
+    " -dump - dump the device (SMBus: each register from -o; plain: 256 bytes from -o, else from where it is)"};
+const OptDecl opts[] = {flagOpt("-l"),         helpOpt(),
+                        flagOpt("-dump"),      wordOpt("-d"),
+                        numOpt("-o", 0, 0xFFFF), numOpt("-r", 1, MAX_PLAIN_READ),
+                        numsOpt("-w", 0, 0xFF)};
 
 struct Request {
   std::string device;
-  bool list = false, help = false, dump = false;
+  bool list = false, dump = false;
   bool hasOffset = false, hasRead = false, hasWrite = false;
   unsigned long offset = 0, readCount = 0;
   std::vector<unsigned long> data;
 };
 
-// A number with base detection (decimal, 0x hexadecimal, leading-zero octal) up to max.
-bool parseNum(const char* text, unsigned long max, unsigned long* value) {
-  if (!text[0] || text[0] == '-' || text[0] == '+') return false;
-  char* end = nullptr;
-  errno = 0;
-  *value = strtoul(text, &end, 0);
-  return errno == 0 && *end == '\0' && *value <= max;
-}
-
-E_STATUS badNumber(const char* text, const char* what) {
-  LOGERR(LOG_TERM, "bad %s: %s\n", what, escPct(text).c_str());
-  return BAD_PARAMETER;
-}
-
-E_STATUS scan(int argc, char argv[][ARG_LEN], Request& rq) {
-  for (int i = 1; i < argc; ++i) {
-    const char* a = argv[i];
-    bool hasValue = i + 1 < argc;
-    if (!a[0]) {
-      continue;  // an empty argument from two blanks in a row
-    } else if (!strcmp(a, "-l")) {
-      rq.list = true;
-    } else if (!strcmp(a, "-h")) {
-      rq.help = true;
-    } else if (!strcmp(a, "-dump")) {
-      rq.dump = true;
-    } else if (!strcmp(a, "-d") && hasValue) {
-      rq.device = argv[++i];
-    } else if (!strcmp(a, "-o") && hasValue) {
-      rq.hasOffset = true;
-      if (!parseNum(argv[++i], 0xFFFF, &rq.offset)) return badNumber(argv[i], "offset");
-    } else if (!strcmp(a, "-r") && hasValue) {
-      rq.hasRead = true;
-      if (!parseNum(argv[++i], MAX_PLAIN_READ, &rq.readCount) || rq.readCount == 0)
-        return badNumber(argv[i], "byte count");
-    } else if (!strcmp(a, "-w")) {
-      rq.hasWrite = true;
-      while (i + 1 < argc && argv[i + 1][0] != '-' && argv[i + 1][0] != '\0') {
-        unsigned long v;
-        if (!parseNum(argv[++i], 0xFF, &v)) return badNumber(argv[i], "byte");
-        rq.data.push_back(v);
-      }
-    } else {
-      LOGERR(LOG_TERM, "unknown or incomplete option %s, see i2c -h\n", escPct(a).c_str());
-      return BAD_PARAMETER;
-    }
+Request request(const ArgScan& s) {
+  Request rq;
+  rq.device = s.word("-d");
+  rq.list = s.has("-l");
+  rq.dump = s.has("-dump");
+  rq.hasOffset = s.has("-o");
+  rq.offset = s.num("-o");
+  rq.hasRead = s.has("-r");
+  rq.readCount = s.num("-r");
+  if (const OptHit* w = s.last("-w")) {
+    rq.hasWrite = true;
+    for (int i = w->first; i < w->end; ++i) rq.data.push_back(strtoul(s.at(i), nullptr, 0));  // checked by the scan
   }
-  return SUCCESS;
+  return rq;
 }
 
 E_STATUS tooMany(const char* what, unsigned long n, unsigned long max) {
@@ -96,7 +66,8 @@ E_STATUS check(const Request& rq, const I2cDev& dev) {
     return BAD_PARAMETER;
   }
   if (dev.smbus) {
-    if (rq.hasOffset && rq.offset > 0xFF) return badNumber(std::to_string(rq.offset).c_str(), "register");
+    if (rq.hasOffset && rq.offset > 0xFF)
+      return refuseNumArg("i2c", "-o", std::to_string(rq.offset).c_str(), NUM_ARG_OUT_OF_RANGE, 0, 0xFF);
     if ((rq.hasRead || rq.hasWrite) && !rq.hasOffset) {
       LOGERR(LOG_TERM, "%s is an SMBus device: give the register with -o\n", escPct(rq.device).c_str());
       return BAD_PARAMETER;
@@ -192,10 +163,6 @@ void list() {
 }
 
 E_STATUS run(const Request& rq) {
-  if (rq.help) {
-    usage();
-    return SUCCESS;
-  }
   if (rq.list) {
     list();
     return SUCCESS;
@@ -216,7 +183,16 @@ E_STATUS run(const Request& rq) {
 }  // namespace
 
 E_STATUS i2c(int argc, char argv[][ARG_LEN]) {
-  Request rq;
-  E_STATUS st = scan(argc, argv, rq);
-  return st == SUCCESS ? run(rq) : st;
+  ArgScan scan(i2cCmd.args, argc, argv);
+  E_STATUS st = scan.run();
+  if (st != SUCCESS || scan.ended()) return st;
+  return run(request(scan));
 }
+
+// Every word must be an option or its value; empty words (two blanks in a row) are passed over.
+constinit const CmdDecl i2cCmd = {
+    .help = "i2c utility",
+    .args = {.name = "i2c", .usage = usage, .opts = opts,
+             .rules = {.missing = MISSING_REFUSED, .unknownRefused = true, .emptyWordsSkipped = true,
+                       .refusal = "unknown or incomplete option %s, see i2c -h"}},
+    .handler = i2c};

@@ -1,7 +1,7 @@
-#include <cstring>
 #include <string>
 
 #include "allOkayMap.h"
+#include "argScan.h"
 #include "commands.h"
 #include "gpmcDevMap.h"
 #include "log.h"
@@ -9,19 +9,16 @@
 bool setFPTheOldWay = false;
 
 namespace {
-void usage() {
-  const char* lines[] = {"allok - scan sources of all okay signal",
-                         " -d - display the scanned allok status",
-                         " -sok <component> - set component to okay",
-                         " -snk <component> - set component to NOT okay",
-                         " -scn <M|m|s> - scan for allok from specifed host assembly",
-                         " -set <M|m|s> [OKsrc] - set allok outs true for specifed host assembly",
-                         "    optionally set only the specified allok src's out to true",
-                         " -fno <device_name> - force allok out false for specifed device",
-                         " -l - list ALL-OKAY device names",
-                         " -fpow - only after -set M - front panel old way"};
-  for (const char* l : lines) log(LOG_TERM, "%s\n", l);
-}
+const char* const usage[] = {"allok - scan sources of all okay signal",
+                             " -d - display the scanned allok status",
+                             " -sok <component> - set component to okay",
+                             " -snk <component> - set component to NOT okay",
+                             " -scn <M|m|s> - scan for allok from specifed host assembly",
+                             " -set <M|m|s> [OKsrc] - set allok outs true for specifed host assembly",
+                             "    optionally set only the specified allok src's out to true",
+                             " -fno <device_name> - force allok out false for specifed device",
+                             " -l - list ALL-OKAY device names",
+                             " -fpow - only after -set M - front panel old way"};
 
 bool hostOf(const char* arg, E_HOST* host) {
   switch (arg[0]) {
@@ -89,47 +86,51 @@ E_STATUS frcNotOkay(AllOkayMap& m, const std::string& name) {
   return src->setOkayOut(false, false);
 }
 
-// Positions of the options' arguments in argv; 0 where the option was not given.
-struct AllokOpts {
-  bool disp = false;
-  int sok = 0, snk = 0, scn = 0, set = 0, fno = 0;
-};
+E_STATUS listSources(const OptHit&, const ArgScan&) {
+  for (auto& entry : AllOkayMap().map) log(LOG_TERM, "%s\n", entry.first.c_str());
+  return SUCCESS;
+}
 
-const char* arg(char argv[][ARG_LEN], int argc, int pos) { return pos > 0 && pos < argc ? argv[pos] : ""; }
+E_STATUS oldWay(const OptHit&, const ArgScan&) {
+  setFPTheOldWay = true;
+  return SUCCESS;
+}
+
+// An option's argument is the next word, and the scan still looks at that word
+// too; -l and -h act at once and end the command.
+const OptDecl opts[] = {flagOpt("-d"),
+                        wordOpt("-sok"),
+                        wordOpt("-snk"),
+                        wordOpt("-scn"),
+                        wordOpt("-set").plus(wordVal(true)),
+                        wordOpt("-fno"),
+                        flagOpt("-fpow").then(oldWay),
+                        flagOpt("-l").then(listSources).endsScan(),
+                        helpOpt()};
+
+E_STATUS forHost(const char* hostArg, E_HOST* host) { return hostOf(hostArg, host) ? SUCCESS : BAD_PARAMETER; }
 }  // namespace
 
+// After the scan the actions run in a fixed order: -snk, -sok, -d, -scn, -set, -fno.
 E_STATUS allok(int argc, char argv[][ARG_LEN]) {
   setFPTheOldWay = false;
-  AllokOpts o;
+  ArgScan scan(allokCmd.args, argc, argv);
+  E_STATUS st = scan.run();
+  if (st != SUCCESS || scan.ended()) return st;
   AllOkayMap m;
-  for (int i = 1; i < argc; ++i) {
-    const char* a = argv[i];
-    if (!strcmp(a, "-d")) o.disp = true;
-    else if (!strcmp(a, "-sok")) o.sok = i + 1;
-    else if (!strcmp(a, "-snk")) o.snk = i + 1;
-    else if (!strcmp(a, "-scn")) o.scn = i + 1;
-    else if (!strcmp(a, "-set")) o.set = i + 1;
-    else if (!strcmp(a, "-fno")) o.fno = i + 1;
-    else if (!strcmp(a, "-fpow")) setFPTheOldWay = true;
-    else if (!strcmp(a, "-l")) {
-      for (auto& entry : m.map) log(LOG_TERM, "%s\n", entry.first.c_str());
-      return SUCCESS;
-    } else if (!strcmp(a, "-h")) {
-      usage();
-      return SUCCESS;
-    }
-  }
-  E_STATUS st = SUCCESS;
   E_HOST host;
-  if (o.snk) st = setHostOK(arg(argv, argc, o.snk), false);
-  if (st == SUCCESS && o.sok) st = setHostOK(arg(argv, argc, o.sok), true);
-  if (st == SUCCESS && o.disp) st = dispOKStatus(m);
-  if (st == SUCCESS && o.scn) st = hostOf(arg(argv, argc, o.scn), &host) ? scan4Okay(m, host) : BAD_PARAMETER;
-  if (st == SUCCESS && o.set) {
-    const char* src = arg(argv, argc, o.set + 1);
-    std::string which = (src[0] && src[0] != '-') ? src : "all";
-    st = hostOf(arg(argv, argc, o.set), &host) ? setOkays(m, host, which) : BAD_PARAMETER;
-  }
-  if (st == SUCCESS && o.fno) st = frcNotOkay(m, arg(argv, argc, o.fno));
+  if (scan.has("-snk")) st = setHostOK(scan.word("-snk"), false);
+  if (st == SUCCESS && scan.has("-sok")) st = setHostOK(scan.word("-sok"), true);
+  if (st == SUCCESS && scan.has("-d")) st = dispOKStatus(m);
+  if (st == SUCCESS && scan.has("-scn") && (st = forHost(scan.word("-scn"), &host)) == SUCCESS) st = scan4Okay(m, host);
+  if (st == SUCCESS && scan.has("-set") && (st = forHost(scan.word("-set"), &host)) == SUCCESS)
+    st = setOkays(m, host, scan.word("-set", "all", 1));
+  if (st == SUCCESS && scan.has("-fno")) st = frcNotOkay(m, scan.word("-fno"));
   return st;
 }
+
+constinit const CmdDecl allokCmd = {
+    .help = "Check the all okay signal sources",
+    .args = {.name = "allok", .usage = usage, .opts = opts,
+             .rules = {.valueWord = VALUE_SCANNED_TOO, .missing = MISSING_IS_ZERO}},
+    .handler = allok};

@@ -1,6 +1,6 @@
-#include <cstdlib>
-#include <cstring>
+#include <cstdint>
 
+#include "argScan.h"
 #include "commands.h"
 #include "fanCtlr.h"
 #include "log.h"
@@ -9,60 +9,58 @@ namespace {
 constexpr int NUM_FANS = 6;
 constexpr int FULL_SPEED_WORD = 6080;  // FAN_COMMAND_1 at 100 %
 
-void usage() {
-  log(LOG_TERM, "fan - probe fan controller chip (MAX31785)\n");
-  log(LOG_TERM, "-r - dump the registers\n");
-  log(LOG_TERM, "-w <number_of_bytes> write to the specified location\n");
-  log(LOG_TERM, "-rr read the specified register\n");
-  log(LOG_TERM, "-d <datum>  - the data to write\n");
-  log(LOG_TERM, "-o <offset/cmd> - where to write the datum\n");
-  log(LOG_TERM, "-p <page> - page where target register/cmd is\n");
-  log(LOG_TERM, "-ss <0-100> - set fan speed 0-100%%\n");
-  log(LOG_TERM, "-ds display fan speed in rpm\n");
-}
-
-struct FanOpts {
-  unsigned char page = 0, offset = 0;
-  unsigned short datum = 0, percent = 0;
-  unsigned long numBytes = 0;
-  bool dump = false, write = false, readReg = false, setSpeed = false, showSpeeds = false;
-};
+const char* const usage[] = {"fan - probe fan controller chip (MAX31785)",
+                             "-r - dump the registers",
+                             "-w <number_of_bytes> write to the specified location",
+                             "-rr read the specified register",
+                             "-d <datum>  - the data to write",
+                             "-o <offset/cmd> - where to write the datum",
+                             "-p <page> - page where target register/cmd is",
+                             "-ss <0-100> - set fan speed 0-100%",
+                             "-ds display fan speed in rpm"};
+// Each option's value is the next word, and the scan still looks at that word
+// too; an option that is the last word counts as 0.
+const OptDecl opts[] = {helpOpt(),
+                        flagOpt("-r"),
+                        numOpt("-p", 0, FC_MAX_PAGE),
+                        numOpt("-w", 0, 2),
+                        flagOpt("-rr"),
+                        numOpt("-o", 0, 0xFF),
+                        numOpt("-d", 0, 0xFFFF),
+                        numOpt("-ss", 0, 100),
+                        flagOpt("-ds")};
 
 // The word that sets a fan to a percentage of full speed.
-unsigned short speedWord(unsigned short percent) {
+unsigned short speedWord(unsigned long percent) {
   int32_t word = static_cast<int32_t>(percent) * FULL_SPEED_WORD / 100;
   return static_cast<unsigned short>(word);
 }
 
+// A failed read does not stop the walk; its line shows what the datum still holds.
 E_STATUS showSpeeds() {
   E_STATUS st = SUCCESS;
+  unsigned short rpm = 0;
   for (unsigned char page = 0; page < NUM_FANS; ++page) {
     FanCtlr fc;
-    unsigned short rpm = 0;
     st = fc.rdFanCtlrReg(page, FC_READ_FAN_SPEED_1, &rpm);
     log(LOG_TERM, "%d(0x%04x) rpm\n", rpm, rpm);
   }
   return st;
 }
 
-E_STATUS runActions(const FanOpts& o) {
-  if (o.setSpeed) {
-    FanCtlr fc;
-    return fc.wrFanCtlrReg(o.page, 2, FC_FAN_COMMAND_1, speedWord(o.percent));
-  }
-  if (o.showSpeeds) return showSpeeds();
+E_STATUS runActions(const ArgScan& s) {
+  const auto page = static_cast<unsigned char>(s.num("-p"));
+  const auto offset = static_cast<unsigned char>(s.num("-o"));
+  if (s.has("-ss")) return FanCtlr().wrFanCtlrReg(page, 2, FC_FAN_COMMAND_1, speedWord(s.num("-ss")));
+  if (s.has("-ds")) return showSpeeds();
   E_STATUS st = SUCCESS;
-  if (o.write) {
-    FanCtlr fc;
-    st = fc.wrFanCtlrReg(o.page, o.numBytes, o.offset, o.datum);
-  }
-  if (o.readReg) {
-    FanCtlr fc;
+  if (s.has("-w")) st = FanCtlr().wrFanCtlrReg(page, s.num("-w"), offset, static_cast<unsigned short>(s.num("-d")));
+  if (s.has("-rr")) {
     unsigned short datum = 0;
-    st = fc.rdFanCtlrReg(o.page, o.offset, &datum);
+    st = FanCtlr().rdFanCtlrReg(page, offset, &datum);
     log(LOG_TERM, "0x%04x\n", datum);
   }
-  if (o.dump) {
+  if (s.has("-r")) {
     FanCtlr fc;
     fc.rdFanCtlrRegs();
     fc.dispFanCtlrRegs();
@@ -72,33 +70,14 @@ E_STATUS runActions(const FanOpts& o) {
 }  // namespace
 
 E_STATUS fan(int argc, char argv[][ARG_LEN]) {
-  FanOpts o;
-  // Each option's value is the next word; the scan still looks at that word too.
-  for (int i = 1; i < argc; ++i) {
-    const char* a = argv[i];
-    const char* next = i + 1 < argc ? argv[i + 1] : "";
-    if (!strcmp(a, "-h")) {
-      usage();
-      return SUCCESS;
-    } else if (!strcmp(a, "-r")) {
-      o.dump = true;
-    } else if (!strcmp(a, "-p")) {
-      o.page = static_cast<unsigned char>(strtoul(next, nullptr, 0));
-    } else if (!strcmp(a, "-w")) {
-      o.write = true;
-      o.numBytes = strtoul(next, nullptr, 0);
-    } else if (!strcmp(a, "-rr")) {
-      o.readReg = true;
-    } else if (!strcmp(a, "-o")) {
-      o.offset = static_cast<unsigned char>(strtoul(next, nullptr, 0));
-    } else if (!strcmp(a, "-d")) {
-      o.datum = static_cast<unsigned short>(strtoul(next, nullptr, 0));
-    } else if (!strcmp(a, "-ss")) {
-      o.setSpeed = true;
-      o.percent = static_cast<unsigned short>(strtoul(next, nullptr, 0));
-    } else if (!strcmp(a, "-ds")) {
-      o.showSpeeds = true;
-    }
-  }
-  return runActions(o);
+  ArgScan scan(fanCmd.args, argc, argv);
+  E_STATUS st = scan.run();
+  if (st != SUCCESS || scan.ended()) return st;
+  return runActions(scan);
 }
+
+constinit const CmdDecl fanCmd = {
+    .help = "Access controller (MAX31785) on Fan Controller board",
+    .args = {.name = "fan", .usage = usage, .opts = opts,
+             .rules = {.valueWord = VALUE_SCANNED_TOO, .missing = MISSING_IS_ZERO}},
+    .handler = fan};

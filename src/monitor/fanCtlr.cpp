@@ -151,7 +151,10 @@ E_STATUS FanCtlr::lclWrFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned ch
 E_STATUS FanCtlr::rdFanCtlrReg(unsigned char page, unsigned char offset, unsigned short* pDatum) {
   // A page and command the controller does not have never reach the bus.
   const Reg* reg = find(page, offset);
-  if (!reg) return ENTRY_NOT_FOUND;
+  if (!reg) {
+    LOGERR(LOG_TERM, "page %d, command 0x%02x is not in the fan controller's register table\n", page, offset);
+    return ENTRY_NOT_FOUND;
+  }
   I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
   if (util.stat() != SUCCESS) return util.stat();
   return lclRdFanCtlrReg(util.getItr(), page, offset, reg->width / 8, pDatum);

@@ -53,3 +53,5 @@ constexpr unsigned char FC_FAN_COMMAND_1 = 0x3B;
 constexpr unsigned char FC_STATUS_FANS_1_2 = 0x81;
 constexpr unsigned char FC_READ_FAN_SPEED_1 = 0x90;
 constexpr unsigned char FC_MFR_FAN_FAULT_LIMIT = 0xF5;
+// The controller's PMBus pages: fans 0-5, temperature sensors 6-16, voltage monitors 17-22.
+constexpr unsigned char FC_MAX_PAGE = 22;

@@ -1,6 +1,4 @@
 #include <cstdint>
-#include <cstdlib>
-#include <cstring>
 
 #include "log.h"
 #include "memTest.h"
@@ -20,16 +18,11 @@ void DDR3DataLineMemTest::wrrd() {
 }
 
 E_STATUS DDR3DataLineMemTest::runTest(int argc, char argv[][ARG_LEN]) {
-  E_STATUS status = SUCCESS;
-  unsigned long loops = 1;
-  for (int i = 2; i < argc; ++i) {
-    if (!strcmp(argv[i], "-l") && i + 1 < argc) {
-      loops = strtoul(argv[++i], nullptr, 0);
-    } else if (!strcmp(argv[i], "-h")) {
-      log(LOG_TERM, "-l <loops (0=>infinite)>\n");
-      return SUCCESS;
-    }
-  }
+  ArgsDecl args = ownArgs(loopTestUsage, loopTestOpts);  // -coe is passed over: the walk stops at a mismatch
+  ArgScan scan(args, argc, argv);
+  E_STATUS status = scan.run();
+  if (status != SUCCESS || scan.ended()) return status;
+  const unsigned long loops = scan.num("-l", 1);
   log(LOG_TERM, "%s - testing location 0x%08x\r\n", "runTest", startAddr);
   log(LOG_TERM, "%s - looping %lu times\r\n", "runTest", loops);
   // A count of 0 runs until the process is stopped.

@@ -50,23 +50,14 @@ bool parseHex(const std::string& hex, std::vector<unsigned char>* out) {
   return true;
 }
 
-unsigned long loopsOption(int argc, char argv[][ARG_LEN], bool* help) {
-  unsigned long loops = 1;
-  for (int i = 2; i < argc; ++i) {
-    if (!strcmp(argv[i], "-l") && i + 1 < argc) loops = strtoul(argv[++i], nullptr, 0);
-    if (!strcmp(argv[i], "-h")) *help = true;
-  }
-  return loops;
-}
+const OptDecl helpOnly[] = {helpOpt()};
 }  // namespace
 
 E_STATUS I2cScanTest::runTest(int argc, char argv[][ARG_LEN]) {
-  for (int i = 2; i < argc; ++i) {
-    if (!strcmp(argv[i], "-h")) {
-      log(LOG_TERM, "checks that every registered I2C device answers on its bus\n");
-      return SUCCESS;
-    }
-  }
+  const char* const usage[] = {"checks that every registered I2C device answers on its bus"};
+  ArgsDecl args = ownArgs(usage, helpOnly);
+  ArgScan scan(args, argc, argv);
+  if (E_STATUS st = scan.run(); st != SUCCESS || scan.ended()) return st;
   E_STATUS st = SUCCESS;
   int checked = 0;
   for (const auto& [name, dev] : I2cDevMap::getI2cDevMap()->map) {
@@ -109,13 +100,13 @@ E_STATUS fastRound(I2cDev* d, const std::vector<unsigned char>& msg, bool readBa
 }  // namespace
 
 E_STATUS I2CFastRegAxsTest::runTest(int argc, char argv[][ARG_LEN]) {
-  bool help = false;
-  unsigned long loops = loopsOption(argc, argv, &help);
-  if (help) {
-    log(LOG_TERM, "-l <loops (0=>infinite)> - write %s to %s, register %u, that many times\n", dataHex.c_str(),
-        escPct(dev).c_str(), reg);
-    return SUCCESS;
-  }
+  const std::string line = "-l <loops (0=>infinite)> - write " + dataHex + " to " + dev + ", register " +
+                           std::to_string(reg) + ", that many times";
+  const char* const usage[] = {line.c_str()};
+  ArgsDecl args = ownArgs(usage, loopTestOpts);
+  ArgScan scan(args, argc, argv);
+  if (E_STATUS st = scan.run(); st != SUCCESS || scan.ended()) return st;
+  const unsigned long loops = scan.num("-l", 1);
   std::vector<unsigned char> msg;
   if (!parseHex(dataHex, &msg)) {
     LOGERR(LOG_TERM, "bad data %s\n", escPct(dataHex).c_str());
@@ -206,12 +197,10 @@ bool farEndAnswers(const char* name) {
 }  // namespace
 
 E_STATUS Z9CableConnTest::runTest(int argc, char argv[][ARG_LEN]) {
-  for (int i = 2; i < argc; ++i) {
-    if (!strcmp(argv[i], "-h")) {
-      log(LOG_TERM, "checks the cables to the connected boards through the chips on their far ends\n");
-      return SUCCESS;
-    }
-  }
+  const char* const usage[] = {"checks the cables to the connected boards through the chips on their far ends"};
+  ArgsDecl args = ownArgs(usage, helpOnly);
+  ArgScan scan(args, argc, argv);
+  if (E_STATUS st = scan.run(); st != SUCCESS || scan.ended()) return st;
   std::vector<unsigned short> codes;
   for (const CableCheck& c : cableChecks) {
     if (farEndAnswers(c.device)) continue;

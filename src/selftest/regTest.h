@@ -1,7 +1,4 @@
 #pragma once
-#include <cstdlib>
-#include <cstring>
-
 #include "log.h"
 #include "terminal.h"
 #include "test.h"
@@ -60,19 +57,12 @@ E_STATUS RegTest<T>::walk(unsigned long loop, E_STATUS status) {
 
 template <typename T>
 E_STATUS RegTest<T>::runTest(int argc, char argv[][ARG_LEN]) {
-  E_STATUS status = SUCCESS;
-  unsigned long loops = 1;
-  contOnErr = false;
-  for (int i = 2; i < argc; ++i) {
-    if (!strcmp(argv[i], "-l") && i + 1 < argc) {
-      loops = strtoul(argv[++i], nullptr, 0);
-    } else if (!strcmp(argv[i], "-coe")) {
-      contOnErr = true;
-    } else if (!strcmp(argv[i], "-h")) {
-      log(LOG_TERM, "-l <loops (0=>infinite)>\n");
-      return SUCCESS;
-    }
-  }
+  ArgsDecl args = ownArgs(loopTestUsage, loopTestOpts);
+  ArgScan scan(args, argc, argv);
+  E_STATUS status = scan.run();
+  if (status != SUCCESS || scan.ended()) return status;
+  const unsigned long loops = scan.num("-l", 1);
+  contOnErr = scan.has("-coe");
   log(LOG_TERM, "%s - testing location 0x%08x\n", "runTest", regAddr);
   if (loops == 0) {
     log(LOG_TERM, "%s - looping inifinitely\n", "runTest");

@@ -1,23 +1,26 @@
 #include <cstdio>
 #include <cstring>
 
+#include "argScan.h"
 #include "commands.h"
 #include "log.h"
 #include "testMap.h"
 
+namespace {
+const char* const runtestUsage[] = {"usage:  runtest <-h|testname> [-h]",
+                                    "         type listtests for a list of test names"};
+}  // namespace
+
+// Row 1 names the test; the words after it are the test's own ("runtest
+// gpmcreg -h" is the test's help), so the command reads no options itself.
 E_STATUS testExec(int argc, char argv[][ARG_LEN]) {
   if (argc < 1) return BAD_PARAMETER;
   if (!argv) return NULL_POINTER;
   if (argc == 1 || (argc == 2 && !strcmp(argv[1], "-h"))) {
-    log(LOG_TERM, "usage:  runtest <-h|testname> [-h]\n");
-    log(LOG_TERM, "         type listtests for a list of test names\n");
+    printUsage(runtestCmd.args);
     return SUCCESS;
   }
   TestMap* tm = TestMap::getTestMap();
-  if (!tm) {
-    log(LOG_TERM, "pCLOMap is NULL, exiting\r\n");
-    return NULL_POINTER;
-  }
   auto it = tm->map.find(argv[1]);
   if (it == tm->map.end())
     log(LOG_TERM, "command not found\r\n");
@@ -31,3 +34,8 @@ E_STATUS listTests(int argc, char argv[][ARG_LEN]) {
   fflush(stdout);
   return SUCCESS;
 }
+
+constinit const CmdDecl runtestCmd = {
+    .help = "Run the specified test", .args = {.name = "runtest", .usage = runtestUsage}, .handler = testExec};
+constinit const CmdDecl listtestsCmd = {
+    .help = "List the available tests", .args = {.name = "listtests"}, .handler = listTests};

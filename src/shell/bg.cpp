@@ -4,6 +4,11 @@
 #include "commands.h"
 #include "log.h"
 
+namespace {
+// Documented, though the command itself never prints it: every word is the background command's.
+const char* const usage[] = {"bg <command> - run a command in the background"};
+}  // namespace
+
 // Runs the rest of the line detached, under the system shell. A '%' in an
 // argument is interpreted as in a format ("%%" gives "%").
 E_STATUS bg(int argc, char argv[][ARG_LEN]) {
@@ -18,3 +23,6 @@ E_STATUS bg(int argc, char argv[][ARG_LEN]) {
   ::system(text.c_str());
   return SUCCESS;
 }
+
+constinit const CmdDecl bgCmd = {
+    .help = "Background command executor", .args = {.name = "bg", .usage = usage}, .handler = bg};

@@ -1,11 +1,10 @@
 #include "cmdDelay.h"
 
-#include <cstdlib>
-#include <cstring>
+#include <climits>
 #include <ctime>
 
+#include "argScan.h"
 #include "commands.h"
-#include "log.h"
 
 namespace {
 constexpr long ticksInMsec = 900000;
@@ -14,6 +13,9 @@ void nominalMsec() {
   struct timespec ts = {0, ticksInMsec};
   nanosleep(&ts, nullptr);
 }
+
+const char* const usage[] = {"-s <seconds in sum of time to delay>", "-m <milliseconds in sum of time to delay>"};
+const OptDecl opts[] = {numOpt("-s", 0, UINT_MAX), numOpt("-m", 0, UINT_MAX), helpOpt()};
 }  // namespace
 
 E_STATUS diagDelay(unsigned int seconds, unsigned int milliseconds) {
@@ -23,19 +25,16 @@ E_STATUS diagDelay(unsigned int seconds, unsigned int milliseconds) {
   return SUCCESS;
 }
 
+// The two values add up; an option that is the last word counts as 0.
 E_STATUS cmdDelay(int argc, char argv[][ARG_LEN]) {
-  unsigned long seconds = 0, msecs = 0;
-  for (int i = 1; i < argc; ++i) {
-    if (!strcmp(argv[i], "-s")) {
-      seconds = (i + 1 < argc) ? strtoul(argv[++i], nullptr, 0) : 0;
-    } else if (!strcmp(argv[i], "-m")) {
-      msecs = (i + 1 < argc) ? strtoul(argv[++i], nullptr, 0) : 0;
-    } else if (!strcmp(argv[i], "-h")) {
-      log(LOG_TERM, "-s <seconds in sum of time to delay>\n");
-      log(LOG_TERM, "-m <milliseconds in sum of time to delay>\n");
-      return SUCCESS;
-    }
-  }
-  diagDelay(static_cast<unsigned int>(seconds), static_cast<unsigned int>(msecs));
+  ArgScan scan(delayCmd.args, argc, argv);
+  E_STATUS st = scan.run();
+  if (st != SUCCESS || scan.ended()) return st;
+  diagDelay(static_cast<unsigned int>(scan.num("-s")), static_cast<unsigned int>(scan.num("-m")));
   return SUCCESS;
 }
+
+constinit const CmdDecl delayCmd = {
+    .help = "Delay",
+    .args = {.name = "delay", .usage = usage, .opts = opts, .rules = {.missing = MISSING_IS_ZERO}},
+    .handler = cmdDelay};

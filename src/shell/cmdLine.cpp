@@ -16,26 +16,26 @@ E_STATUS lineParser(int* argc, char argv[][ARG_LEN], const char* line) {
   argv[0][0] = '\0';
   if (!line) return SUCCESS;
   bool inQuotes = false;
-  bool full = false;  // the array's 20 rows are used: the rest of the line is dropped
+  int words = 1;  // counted on past the array's 20 rows
   int len = 0;
-  for (int i = 0; line[i] != '\0' && i < MAX_LINE && !full; ++i) {
+  for (int i = 0; line[i] != '\0' && i < MAX_LINE; ++i) {
     char c = line[i];
     if (c == '"') {
       inQuotes = !inQuotes;
     } else if (c == ' ' && !inQuotes) {
+      if (++words > MAX_ARGS) continue;
       argv[*argc - 1][len] = '\0';
-      if (*argc == MAX_ARGS) {
-        full = true;
-      } else {
-        ++*argc;
-        len = 0;
-      }
-    } else if (len < MAX_ARG_CHARS) {
+      ++*argc;
+      len = 0;
+    } else if (words <= MAX_ARGS && len < MAX_ARG_CHARS) {
       argv[*argc - 1][len++] = c;
     }
   }
   argv[*argc - 1][len] = '\0';
-  return SUCCESS;
+  if (words <= MAX_ARGS) return SUCCESS;
+  // Running the first 20 words would do something else than was asked (write fewer bytes, say).
+  log(LOG_TERM, "too many words in the line, %d: at most %d are taken; nothing was run\n", words, MAX_ARGS);
+  return TOO_MANY_ARGS;
 }
 
 E_STATUS cmdExec(int argc, char argv[][ARG_LEN]) {

@@ -1,14 +1,17 @@
 #pragma once
 #include <string>
-#include "diagStatus.h"
 
-// One operator command: its word, one-line help text and handler (null for a
-// command listed for help and completion that this build does not connect).
+#include "argsDecl.h"
+
+// One operator command of the registry, made from its declaration: its word,
+// one-line help text (ending in a newline) and handler (null for a command
+// listed for help and completion that this build does not connect).
 class CmdLineObject : public DiagObject {
 public:
-  CmdLineObject(std::string name, std::string helpString, CmdHandler cmd)
-      : name(std::move(name)), helpString(std::move(helpString)), cmd(cmd) {}
+  explicit CmdLineObject(const CmdDecl& decl)
+      : name(decl.name()), helpString(std::string(decl.help) + "\n"), cmd(decl.handler), decl(decl) {}
   std::string name;
   std::string helpString;
   CmdHandler cmd;
+  const CmdDecl& decl;
 };

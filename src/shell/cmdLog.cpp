@@ -3,25 +3,16 @@
 #include <cstdio>
 #include <cstring>
 
+#include "argScan.h"
 #include "commands.h"
-#include "gpmcDev.h"
 #include "log.h"
-#include "psc.h"
 
 namespace {
-enum { CAT_NONE = 0, CAT_FPGA = 1, CAT_PSC = 2, CAT_ALL = 3 };
-constexpr int PSC_LOG_SOURCE = 14;
-
-void usage() {
-  log(LOG_TERM, "log <category> <on|off>\n");
-  log(LOG_TERM, "categories= fpga, psc, all\n");
-  log(LOG_TERM, "on  - turn syslogging on\n");
-  log(LOG_TERM, "off - turn syslogging off\n");
-  log(LOG_TERM, "-ts - test syslog\n");
-}
+const char* const usage[] = {"log <category> <on|off>", "categories= fpga, psc, all", "on  - turn syslogging on",
+                             "off - turn syslogging off", "-ts - test syslog"};
 
 // Writes a test message to the system log, runs the clock tool and shows its output.
-E_STATUS testSyslog() {
+E_STATUS testSyslog(const OptHit&, const ArgScan&) {
   log(LOG_SYS, "syslog test message\n");
   const char* tool = "spclk -f 60 -s 1024 > file_output.txt";
   execl(tool, tool, static_cast<char*>(nullptr));  // returns only when the tool cannot run
@@ -35,48 +26,48 @@ E_STATUS testSyslog() {
   fclose(f);
   return SUCCESS;
 }
+
+// "on" opens the system log as soon as it is met, even if the line is then refused.
+E_STATUS openSyslog(const OptHit&, const ArgScan&) { return logOpen(); }
+
+const OptDecl opts[] = {flagOpt("on").then(openSyslog), flagOpt("off"), flagOpt("fpga"), flagOpt("psc"),
+                        flagOpt("all"), flagOpt("-ts").then(testSyslog).endsScan(), helpOpt()};
+
+// The numbers the trace shows: fpga 1, psc 2, all 3 (none 0).
+int categoryNumber(const char* name) { return !strcmp(name, "fpga") ? 1 : !strcmp(name, "psc") ? 2 : 3; }
+
+E_STATUS switchCategory(const char* name, bool on) {
+  if (!strcmp(name, "all")) return setLogFlag(LOG_SYS, on);
+  if (!strcmp(name, "fpga")) LOGERR(LOG_TERM, "calling gpmcDevLogging( on ), on= %d\n", on);
+  if (switchLogCategory(name, on)) return SUCCESS;
+  LOGERR(LOG_TERM, "category %s is not in this build\n", name);
+  return FXN_NOT_SUPPORTED;
+}
 }  // namespace
 
+// A later category word overrides an earlier one, and so does on or off; a
+// category without either is switched off.
 E_STATUS cmdLog(int argc, char argv[][ARG_LEN]) {
   if (argc < 2 || argc > 3) {
     LOGERR(LOG_TERM, "wrong number of arguments, %d, should be 1 or 2\n", argc - 1);
     return WRONG_NUM_ARGS;
   }
-  int category = CAT_NONE;
-  bool on = false;
-  for (int i = 1; i < argc; ++i) {
-    if (!strcmp(argv[i], "on")) {
-      logOpen();
-      on = true;
-    } else if (!strcmp(argv[i], "off")) {
-      on = false;
-    } else if (!strcmp(argv[i], "fpga")) {
-      category = CAT_FPGA;
-    } else if (!strcmp(argv[i], "psc")) {
-      category = CAT_PSC;
-    } else if (!strcmp(argv[i], "all")) {
-      category = CAT_ALL;
-    } else if (!strcmp(argv[i], "-ts")) {
-      return testSyslog();
-    } else if (!strcmp(argv[i], "-h")) {
-      usage();
-      return SUCCESS;
-    }
-  }
-  LOGERR(LOG_TERM, "category= %d, on= %d\n", category, on);
-  E_STATUS status = SUCCESS;
-  if (category == CAT_NONE) {
+  ArgScan scan(logCmd.args, argc, argv);
+  E_STATUS st = scan.run();
+  if (st != SUCCESS || scan.ended()) return st;
+  const OptHit* cat = scan.lastOf({"fpga", "psc", "all"});
+  const OptHit* sw = scan.lastOf({"on", "off"});
+  bool on = sw && !strcmp(sw->opt->name, "on");
+  LOGERR(LOG_TERM, "category= %d, on= %d\n", cat ? categoryNumber(cat->opt->name) : 0, on);
+  if (!cat) {
     LOGERR(LOG_TERM, "bad parameter\n");
-    status = BAD_PARAMETER;
-  } else if (category == CAT_FPGA) {
-    LOGERR(LOG_TERM, "calling gpmcDevLogging( on ), on= %d\n", on);
-    GpmcDev::logging(on);
-  } else if (category == CAT_PSC) {
-    Psc psc(PSC_LOG_SOURCE);
-    psc.PSCFPGALogging(on);
+    st = BAD_PARAMETER;
   } else {
-    setLogFlag(LOG_SYS, on);
+    st = switchCategory(cat->opt->name, on);
   }
   LOGERR(LOG_TERM, "exit\n");
-  return status;
+  return st;
 }
+
+constinit const CmdDecl logCmd = {
+    .help = "Turn syslogging on/off", .args = {.name = "log", .usage = usage, .opts = opts}, .handler = cmdLog};

@@ -1,18 +1,17 @@
 #include <cstdio>
-#include <cstring>
 #include <string>
 
+#include "argScan.h"
 #include "commands.h"
 #include "log.h"
 
 namespace {
 char UTPStr[200];
 
-void usage() {
-  log(LOG_TERM, "- pause for a UTP action\n");
-  log(LOG_TERM, "-f <filename>\n");
-  log(LOG_TERM, "-m <\"message to stdout\">\n");
-}
+const char* const usage[] = {"- pause for a UTP action", "-f <filename>", "-m <\"message to stdout\">"};
+// -f and -m need a word after them, else they are passed over; -m takes the
+// words up to the next option.
+const OptDecl opts[] = {helpOpt(), wordOpt("-f"), wordsOpt("-m", false)};
 
 // Reads the operator's answer, up to and including the newline.
 void readAnswer() {
@@ -25,33 +24,25 @@ void readAnswer() {
   }
   UTPStr[n] = '\0';
 }
+
+// The message words joined by blanks; where an option stopped them, the blank before it stays.
+std::string message(const ArgScan& scan) {
+  const OptHit* m = scan.last("-m");
+  if (!m) return "...";
+  std::string msg = scan.at(m->first);
+  for (int i = m->first + 1; i < m->end; ++i) msg += std::string(" ") + scan.at(i);
+  if (m->end < scan.count()) msg += ' ';
+  return msg;
+}
 }  // namespace
 
 E_STATUS utp(int argc, char argv[][ARG_LEN]) {
-  FILE* out = nullptr;
-  std::string msg;
-  bool haveMsg = false;
-  for (int i = 1; i < argc; ++i) {
-    if (!strcmp(argv[i], "-h")) {
-      usage();
-      if (out) fclose(out);
-      return SUCCESS;
-    }
-    if (!strcmp(argv[i], "-f") && i + 1 < argc) {
-      if (out) fclose(out);
-      out = fopen(argv[++i], "a+");
-    } else if (!strcmp(argv[i], "-m") && i + 1 < argc && argv[i + 1][0] != '-') {
-      haveMsg = true;
-      msg = argv[++i];
-      // The words up to the next option; the blank before that option stays.
-      while (i + 1 < argc) {
-        msg += ' ';
-        if (argv[i + 1][0] == '-') break;
-        msg += argv[++i];
-      }
-    }
-  }
-  log(LOG_TERM, "%s", escPct(haveMsg ? msg : "...").c_str());
+  ArgScan scan(utpCmd.args, argc, argv);
+  E_STATUS st = scan.run();
+  if (st != SUCCESS || scan.ended()) return st;
+  // A file that cannot be opened is replaced by the terminal.
+  FILE* out = scan.has("-f") ? fopen(scan.word("-f"), "a+") : nullptr;
+  log(LOG_TERM, "%s", escPct(message(scan)).c_str());
   readAnswer();
   if (out) {
     fputs(fmtNoArgs(UTPStr).c_str(), out);
@@ -61,3 +52,8 @@ E_STATUS utp(int argc, char argv[][ARG_LEN]) {
   }
   return SUCCESS;
 }
+
+constinit const CmdDecl utpCmd = {
+    .help = "Pause for UTP operation",
+    .args = {.name = "utp", .usage = usage, .opts = opts, .rules = {.missing = MISSING_DROPS_OPT}},
+    .handler = utp};

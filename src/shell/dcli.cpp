@@ -3,8 +3,11 @@
 #include <cctype>
 #include <cstring>
 
+#include "argScan.h"
 #include "cmdHistory.h"
+#include "commands.h"
 #include "cmdLine.h"
+#include "layers.h"
 #include "lineEditor.h"
 #include "log.h"
 #include "terminal.h"
@@ -15,7 +18,9 @@ char shellArgv[MAX_ARGS][ARG_LEN];
 int shellArgc;
 const char* PROMPT = "diag> ";
 
-void fileUsage() { log(LOG_TERM, "file <filename> - execute diag script file\n"); }
+const char* const fileUsageLines[] = {"file <filename> - execute diag script file"};
+
+void fileUsage() { printUsage(fileCmd.args); }
 
 E_STATUS runScriptFile(const char* name) {
   FILE* f = fopen(name, "r");
@@ -57,8 +62,7 @@ bool readLine() {
     CmdHistory& h = cmdHistory();
     if (line[0] == '\0' && stdinAtEof()) return false;
     if (h.put(line) == SUCCESS) {
-      lineParser(&shellArgc, shellArgv, h.slot(h.lastSlot()));
-      if (shellArgc >= 1) return true;
+      if (lineParser(&shellArgc, shellArgv, h.slot(h.lastSlot())) == SUCCESS && shellArgc >= 1) return true;
     }
     if (stdinAtEof()) return false;
   }
@@ -102,11 +106,16 @@ void setCmdLine(int argc, char** argv) {
   }
 }
 
+// Scripts are run by the shell loop itself, never through dispatch: "file" has no handler.
+constinit const CmdDecl fileCmd = {.help = "Run diag script file", .args = {.name = "file", .usage = fileUsageLines}};
+
 E_STATUS DCLI() {
+  connectLayers();
   char* line;
   getCmdLine(&line);
   memset(shellArgv, 0, sizeof shellArgv);
-  lineParser(&shellArgc, shellArgv, line);
+  E_STATUS st = lineParser(&shellArgc, shellArgv, line);
+  if (st != SUCCESS) return st;
   if (shellArgc >= 2) return oneShot();
   return interactive();
 }

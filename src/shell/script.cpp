@@ -36,7 +36,7 @@ E_STATUS runScript(FILE* f) {
       log(LOG_TERM, "found stop - stopping\n");
       break;
     }
-    lineParser(&argc, argv, line.c_str());
+    if (lineParser(&argc, argv, line.c_str()) != SUCCESS) continue;  // refused with its reason; the script goes on
     if (cmdExec(argc, argv) != SUCCESS) {
       LOGERR(LOG_TERM, "cmdExec failed\n");
       break;

@@ -58,3 +58,6 @@ E_STATUS version(int argc, char argv[][ARG_LEN]) {
   if (rev.found) rev.dispRev();
   return SUCCESS;
 }
+
+constinit const CmdDecl versionCmd = {
+    .help = "Show the version of these diagnostics", .args = {.name = "version"}, .handler = version};

@@ -60,12 +60,15 @@ TEST(LineParser, LongLinesAndManyWordsStayInsideTheArray) {
   p = parse("a " + std::string(250, 'y'));
   EXPECT_EQ(std::string(p.argv[1]).size(), 198u);
 
-  std::string words;
-  for (int i = 0; i < 40; ++i) words += "w" + std::to_string(i) + " ";
-  p = parse(words);
+  // More than 20 words: refused, and nothing is written past the array's 20 rows.
+  std::string words = "w0";
+  for (int i = 1; i < 40; ++i) words += " w" + std::to_string(i);
+  Parsed many;
+  EXPECT_EQ(lineParser(&many.argc, many.argv, words.c_str()), TOO_MANY_ARGS);
+  EXPECT_EQ(many.argc, MAX_ARGS);
+  EXPECT_STREQ(many.argv[19], "w19");
+  p = parse(words.substr(0, words.find(" w20")));  // exactly 20 words are taken
   EXPECT_EQ(p.argc, MAX_ARGS);
-  EXPECT_STREQ(p.argv[0], "w0");
-  EXPECT_STREQ(p.argv[19], "w19");
 
   EXPECT_EQ(lineParser(nullptr, p.argv, "x"), NULL_POINTER);
 }

@@ -14,6 +14,7 @@
 
 #include <gtest/gtest.h>
 
+#include "layers.h"
 #include "semIsolation.h"
 #include "simCtl.h"
 
@@ -82,6 +83,7 @@ int main(int argc, char** argv) {
   dirRef() = tmpl;
   setenv("DIAG_SIM_STATE", testPath("sim.state").c_str(), 1);
   setenv("DIAG_SIM_TRACE", testPath("sim.trace").c_str(), 1);
+  connectLayers();
   selfPath();  // before the private mount namespace: see selfPath
   std::string why = usePrivateShm();
   if (!why.empty()) fprintf(stderr, "note: tests share the system's /dev/shm (%s)\n", why.c_str());

@@ -5,7 +5,7 @@
 #include <cstdlib>
 
 #include "allOkay.h"
-#include "cmdLine.h"
+#include "lineRunner.h"
 #include "fanCtlr.h"
 #include "i2cDevUtil.h"
 #include "i2cRegAxs.h"
@@ -143,11 +143,11 @@ E_STATUS fpModify(I2cDev* dev, unsigned char reg, unsigned char orBits, unsigned
 
 // The front panel's own way, through its shell command.
 void fpOldWay() {
-  execCmd("fpfpga -w 0x01 0x00 -rus -nv");
-  execCmd("fpfpga -w 0x11 0x0f -rus -nv");
-  execCmd("fpfpga -w 0x01 0x02 -rus -nv");
-  execCmd("fpfpga -mrdfr");
-  execCmd("fpfpga -opn 148 -rus -nv");
+  runCmdLine("fpfpga -w 0x01 0x00 -rus -nv");
+  runCmdLine("fpfpga -w 0x11 0x0f -rus -nv");
+  runCmdLine("fpfpga -w 0x01 0x02 -rus -nv");
+  runCmdLine("fpfpga -mrdfr");
+  runCmdLine("fpfpga -opn 148 -rus -nv");
 }
 }  // namespace
 

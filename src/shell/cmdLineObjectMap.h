@@ -8,11 +8,14 @@
 
 typedef std::map<std::string, CmdLineObject*> CLOMap;
 
-// The process-wide command registry, filled once from the command declarations
-// in their registration order on first use, and kept until the process ends.
+// The process-wide command registry, filled once on first use from the command
+// declarations in their registration order, and kept until the process ends.
+// The declarations are handed in by the program's entry (installCommands), so
+// that the registry, which help and completion read, knows no command itself.
 class CmdLineObjectMap : public DiagObject {
 public:
   static CmdLineObjectMap* getCmdLineMap();
+  static void install(std::span<const CmdDecl* const> decls);
   // Every command's declaration, in registration order.
   static std::span<const CmdDecl* const> declarations();
   CLOMap map;

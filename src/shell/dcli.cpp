@@ -7,7 +7,6 @@
 #include "cmdHistory.h"
 #include "commands.h"
 #include "cmdLine.h"
-#include "layers.h"
 #include "lineEditor.h"
 #include "log.h"
 #include "terminal.h"
@@ -110,7 +109,6 @@ void setCmdLine(int argc, char** argv) {
 constinit const CmdDecl fileCmd = {.help = "Run diag script file", .args = {.name = "file", .usage = fileUsageLines}};
 
 E_STATUS DCLI() {
-  connectLayers();
   char* line;
   getCmdLine(&line);
   memset(shellArgv, 0, sizeof shellArgv);

@@ -1,0 +1,176 @@
+// The program's layers only look down: the kernel seam, then the base services
+// (status codes, log, named semaphores), then the FPGA and I2C devices, then
+// monitoring and self-tests, and the commands on top. Checked on the sources'
+// includes and, for calls, on the symbols the objects of the built program
+// define and use: no two of them may depend on each other in a circle.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <filesystem>
+#include <fstream>
+#include <functional>
+#include <map>
+#include <regex>
+#include <set>
+#include <string>
+#include <vector>
+
+namespace fs = std::filesystem;
+
+namespace {
+const int TOP = 4;
+
+bool definesCommand(const std::string& text) { return std::regex_search(text, std::regex(R"(const CmdDecl \w+Cmd\s*=)")); }
+
+// A command's file (its declaration and handler) belongs to the top, whatever folder it lives in.
+int layerOf(const fs::path& p, const std::string& text) {
+  const std::string dir = p.parent_path().filename().string();
+  const std::string name = p.filename().string();
+  if (dir == "shell" || name.rfind("cmd", 0) == 0 || definesCommand(text)) return TOP;
+  static const std::map<std::string, int> byDir = {
+      {"kernel", 0}, {"base", 1}, {"fpga", 2}, {"i2c", 2}, {"monitor", 3}, {"selftest", 3}};
+  auto it = byDir.find(dir);
+  return it == byDir.end() ? -1 : it->second;
+}
+
+std::string slurp(const fs::path& p) {
+  std::ifstream in(p);
+  return std::string(std::istreambuf_iterator<char>(in), {});
+}
+
+std::vector<std::string> quotedIncludes(const std::string& text) {
+  std::vector<std::string> out;
+  std::regex inc(R"(#include\s+"([^"]+)\")");
+  for (std::sregex_iterator it(text.begin(), text.end(), inc), end; it != end; ++it) out.push_back((*it)[1]);
+  return out;
+}
+
+struct SrcFile {
+  fs::path path;
+  int layer;
+  std::vector<std::string> includes;
+};
+
+std::map<std::string, SrcFile> sources(const fs::path& top) {
+  std::map<std::string, SrcFile> files;
+  for (const auto& e : fs::recursive_directory_iterator(top)) {
+    if (!e.is_regular_file()) continue;
+    std::string text = slurp(e.path());
+    files[e.path().filename().string()] = {e.path(), layerOf(e.path(), text), quotedIncludes(text)};
+  }
+  return files;
+}
+
+// The circles of a dependency graph (strongly connected parts of more than one node).
+std::vector<std::set<std::string>> circles(const std::map<std::string, std::set<std::string>>& g) {
+  std::map<std::string, int> index, low;
+  std::vector<std::string> stack;
+  std::set<std::string> onStack;
+  std::vector<std::set<std::string>> out;
+  int next = 0;
+  std::function<void(const std::string&)> visit = [&](const std::string& v) {
+    index[v] = low[v] = next++;
+    stack.push_back(v);
+    onStack.insert(v);
+    auto it = g.find(v);
+    if (it != g.end())
+      for (const std::string& w : it->second) {
+        if (!index.count(w)) {
+          visit(w);
+          low[v] = std::min(low[v], low[w]);
+        } else if (onStack.count(w)) {
+          low[v] = std::min(low[v], index[w]);
+        }
+      }
+    if (low[v] != index[v]) return;
+    std::set<std::string> part;
+    std::string w;
+    do {
+      w = stack.back();
+      stack.pop_back();
+      onStack.erase(w);
+      part.insert(w);
+    } while (w != v);
+    if (part.size() > 1) out.push_back(part);
+  };
+  for (const auto& [v, edges] : g)
+    if (!index.count(v)) visit(v);
+  return out;
+}
+
+std::string describe(const std::set<std::string>& part) {
+  std::string s;
+  for (const std::string& n : part) s += n + " ";
+  return s;
+}
+
+// Per object of the program's library: the symbols it defines and those it uses.
+struct ObjSymbols {
+  std::map<std::string, std::set<std::string>> defines, uses;
+};
+
+ObjSymbols librarySymbols() {
+  ObjSymbols out;
+  std::string cmd = std::string(DIAG_NM) + " -A " + DIAG_CORE_LIB + " 2>/dev/null";
+  FILE* p = popen(cmd.c_str(), "r");
+  if (!p) return out;
+  char line[4096];
+  std::regex row(R"(^[^:]*:([^:]+\.o):\s*([0-9a-fA-F]*)\s+([A-Za-z])\s+(\S+))");
+  while (fgets(line, sizeof line, p)) {
+    std::cmatch m;
+    if (!std::regex_search(line, m, row)) continue;
+    std::string obj = m[1], sym = m[4];
+    char kind = m[3].str()[0];
+    if (kind == 'U') {
+      out.uses[obj].insert(sym);
+    } else if (std::string("TDBR").find(kind) != std::string::npos) {
+      out.defines[obj].insert(sym);
+    }
+  }
+  pclose(p);
+  return out;
+}
+}  // namespace
+
+TEST(Layers, IncludesOnlyLookDownAndNeverGoRound) {
+  auto files = sources(fs::path(DIAG_SOURCE_DIR) / "src");
+  std::map<std::string, std::set<std::string>> graph;
+  for (const auto& [name, f] : files) {
+    ASSERT_GE(f.layer, 0) << name << " is in no known layer";
+    for (const std::string& inc : f.includes) {
+      auto it = files.find(fs::path(inc).filename().string());
+      if (it == files.end()) continue;  // a header of the system or of the kernel's API
+      EXPECT_LE(it->second.layer, f.layer) << name << " (layer " << f.layer << ") includes " << inc << " (layer "
+                                           << it->second.layer << ")";
+      graph[name].insert(it->first);
+    }
+  }
+  for (const auto& part : circles(graph)) ADD_FAILURE() << "files include each other in a circle: " << describe(part);
+}
+
+TEST(Layers, TheSimulatedInstrumentOnlyBorrowsTheKernelSeam) {
+  auto program = sources(fs::path(DIAG_SOURCE_DIR) / "src");
+  auto sim = sources(fs::path(DIAG_SOURCE_DIR) / "sim");
+  for (const auto& [name, f] : sim)
+    for (const std::string& inc : f.includes) {
+      auto it = program.find(fs::path(inc).filename().string());
+      if (it != program.end()) {
+        EXPECT_EQ(it->second.layer, 0) << name << " borrows the program's " << inc;
+      }
+    }
+}
+
+TEST(Layers, NoTwoObjectsOfTheProgramCallEachOtherInACircle) {
+  ObjSymbols syms = librarySymbols();
+  if (syms.defines.empty()) GTEST_SKIP() << "no symbols read from " << DIAG_CORE_LIB << " with " << DIAG_NM;
+  std::map<std::string, std::string> definedIn;
+  for (const auto& [obj, defs] : syms.defines)
+    for (const std::string& s : defs) definedIn.emplace(s, obj);
+  std::map<std::string, std::set<std::string>> graph;
+  for (const auto& [obj, used] : syms.uses)
+    for (const std::string& s : used) {
+      auto it = definedIn.find(s);
+      if (it != definedIn.end() && it->second != obj) graph[obj].insert(it->second);
+    }
+  for (const auto& part : circles(graph)) ADD_FAILURE() << "objects call each other in a circle: " << describe(part);
+}

@@ -63,10 +63,22 @@ int readMsg(SimState& s, const std::vector<int>& ids, I2cMsg& m) {
   m.len = 1 + count;
   return readAll(s, ids, m.buf + 1, count) ? 0 : -EREMOTEIO;
 }
+
+// A vanishing chip spends one of its remaining transfers, or has gone.
+void dropVanished(SimState& s, std::vector<int>& ids) {
+  std::erase_if(ids, [&](int id) {
+    I2cChipFault& f = s.i2c.fault[id];
+    if (!f.vanishing) return false;
+    if (f.ackLeft == 0) return true;
+    --f.ackLeft;
+    return false;
+  });
+}
 }  // namespace
 
 int i2cTransfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n) {
   std::vector<int> ids = responders(s, adapter, addr);
+  dropVanished(s, ids);
   if (ids.empty()) return -EREMOTEIO;
   for (size_t i = 0; i < n; ++i) {
     int r = msgs[i].read ? readMsg(s, ids, msgs[i]) : (writeAll(s, ids, msgs[i], i + 1 == n) ? 0 : -EREMOTEIO);

@@ -1,4 +1,5 @@
 #include <cstdio>
+#include <cstdlib>
 
 #include "i2cChips.h"
 #include "i2cTopology.h"
@@ -27,6 +28,7 @@ std::string faultText(const I2cChipFault& f) {
   if (f.absent) t += " absent";
   if (f.nack) t += " no-ack";
   if (f.ignoreCtl) t += " ignores-control";
+  if (f.vanishing) t += " vanishing after " + std::to_string(f.ackLeft) + " more transfers";
   if (f.stuckSet) {
     char buf[64];
     snprintf(buf, sizeof buf, " stuck reg 0x%x: 0-mask 0x%x 1-mask 0x%x", f.stuckReg, f.stuck0, f.stuck1);
@@ -101,6 +103,20 @@ int fan(SimState& s, const Args& a, std::string& out) {
   return bad(out, "usage: i2c fan-fail N on|off, i2c fan-settle MS");
 }
 
+// i2c vanish NAME N|off: the chip answers N more transfers, then none.
+int vanish(I2cChipFault& f, const std::string& n, std::string& out) {
+  if (n == "off") {
+    f.vanishing = 0;
+    return 0;
+  }
+  char* end = nullptr;
+  unsigned long v = strtoul(n.c_str(), &end, 0);
+  if (n.empty() || *end || v > 0xFFFF) return bad(out, "usage: i2c vanish NAME N|off (N: transfers still answered, 0-65535)");
+  f.vanishing = 1;
+  f.ackLeft = static_cast<uint16_t>(v);
+  return 0;
+}
+
 // Commands that name a chip: i2c WHAT NAME ...
 int chipCommand(SimState& s, const Args& a, std::string& out) {
   I2cChipId id = a.size() >= 3 ? chipByName(a[2]) : CHIP_NONE;
@@ -109,6 +125,7 @@ int chipCommand(SimState& s, const Args& a, std::string& out) {
   const std::string& what = a[1];
   if (what == "peek" || what == "poke") return peekPoke(s, id, a, out);
   if (what == "stuck") return stuck(f, a, out);
+  if (what == "vanish" && a.size() == 4) return vanish(f, a[3], out);
   if (what == "unstuck" && a.size() == 3) {
     f.stuckSet = 0;
     f.stuck0 = f.stuck1 = f.stuckReg = 0;
@@ -130,6 +147,7 @@ std::string i2cCtlUsage() {
          "                                fan controller: command code, word bits 0-15)\n"
          "  i2c unstuck NAME              remove the chip's stuck bits\n"
          "  i2c ignore-ctl NAME on|off    a switch or mux keeps its selection whatever is written\n"
+         "  i2c vanish NAME N|off         the chip answers N more transfers, then none (unplugged mid-command)\n"
          "  i2c fan-fail N on|off         fan N (1-6) has failed and stands still\n"
          "  i2c fan-settle MS             time a fan takes to reach a new speed (power-on 500)\n"
          "  i2c peek NAME REG [PAGE]      show a register without bus traffic (PAGE: fan controller)\n"

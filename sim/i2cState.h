@@ -23,6 +23,8 @@ struct I2cChipFault {
   uint16_t stuckReg;
   uint16_t stuck0;
   uint16_t stuck1;
+  uint8_t vanishing;  // answers ackLeft more transfers, then no more (unplugged in the middle of a command)
+  uint16_t ackLeft;
 };
 
 struct SwitchState {

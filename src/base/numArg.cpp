@@ -7,7 +7,9 @@
 
 E_NUM_ARG parseNumArg(const char* text, unsigned long min, unsigned long max, unsigned long* value) {
   // strtoull alone would take blanks, a sign and trailing text; a number word has none of them.
-  if (!text || text[0] < '0' || text[0] > '9') return NUM_ARG_NOT_A_NUMBER;
+  if (!text) return NUM_ARG_NOT_A_NUMBER;
+  if (text[0] == '-' && text[1] >= '0' && text[1] <= '9') return NUM_ARG_OUT_OF_RANGE;  // negative
+  if (text[0] < '0' || text[0] > '9') return NUM_ARG_NOT_A_NUMBER;
   char* end = nullptr;
   errno = 0;
   unsigned long long v = strtoull(text, &end, 0);

@@ -1,15 +1,15 @@
 #include "allOkayMap.h"
 
 AllOkayMap::AllOkayMap() {
-  auto add = [this](AllOkay* src) { map.emplace(src->name, std::unique_ptr<AllOkay>(src)); };
-  add(new MnAllOkay());
-  add(new MsAllOkay());
-  add(new SrcAllOkay());
-  add(new FpAllOkay());
-  add(new PscAllOkay());
-  add(new PfcAllOkay());
-  add(new MrAllOkay());
-  add(new FcAllOkay());
+  auto add = [this](std::unique_ptr<AllOkay> src) { map.emplace(src->name, std::move(src)); };
+  add(std::make_unique<MnAllOkay>());
+  add(std::make_unique<MsAllOkay>());
+  add(std::make_unique<SrcAllOkay>());
+  add(std::make_unique<FpAllOkay>());
+  add(std::make_unique<PscAllOkay>());
+  add(std::make_unique<PfcAllOkay>());
+  add(std::make_unique<MrAllOkay>());
+  add(std::make_unique<FcAllOkay>());
 }
 
 AllOkay* AllOkayMap::find(const std::string& name) {

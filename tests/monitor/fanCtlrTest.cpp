@@ -113,6 +113,19 @@ TEST_F(FanCtlrTest, HelpComesAloneAndFailuresAreReported) {
   EXPECT_EQ(lines(r.out)[7], "-ss <0-100> - set fan speed 0-100%");
   EXPECT_TRUE(t.grep("i2c-2").empty());
 
+  // A controller that goes away after fan 3: the lines of the later fans show what the datum still held.
+  simctl({"i2c", "vanish", "fctl", "6"});
+  r = runCmd(fan, "fan -ds");
+  std::vector<std::string> speeds;
+  for (const std::string& l : lines(r.out))
+    if (l.find(" rpm") != std::string::npos) speeds.push_back(l);
+  ASSERT_EQ(speeds.size(), 6u) << r.out;
+  EXPECT_NE(speeds[2], "0(0x0000) rpm");
+  EXPECT_EQ(speeds[3], speeds[2]);
+  EXPECT_EQ(speeds[5], speeds[2]);
+  EXPECT_EQ(r.status, FAILURE);
+
+  simctl({"i2c", "clear"});
   simctl({"i2c", "nack", "fctl", "on"});
   r = runCmd(fan, "fan -rr -o 0x90");
   EXPECT_EQ(r.status, FAILURE);

@@ -1,0 +1,151 @@
+// Every command is declared once and read by one scanner: each declaration
+// answers -h with its own usage and nothing else, each command keeps its own
+// scanning rules, and a number that is not one is refused before anything is done.
+#include <gtest/gtest.h>
+
+#include <climits>
+#include <cstring>
+#include <set>
+#include <string>
+
+#include "argScan.h"
+#include "cmdLine.h"
+#include "cmdLineObjectMap.h"
+#include "cmdRun.h"
+#include "commands.h"
+#include "kernel.h"
+#include "numArg.h"
+#include "programs.h"
+#include "testEnv.h"
+
+namespace {
+bool contains(const std::string& s, const std::string& part) { return s.find(part) != std::string::npos; }
+
+bool declaresHelp(const CmdDecl& d) {
+  for (const OptDecl& o : d.args.opts)
+    if (!strcmp(o.name, "-h")) return true;
+  return false;
+}
+
+std::string usageText(const CmdDecl& d) {
+  std::string out;
+  for (const char* line : d.args.usage) out += std::string(line) + "\n";
+  return out;
+}
+
+std::string helpListing() {
+  testing::internal::CaptureStdout();
+  execCmd("help");
+  return testing::internal::GetCapturedStdout();
+}
+
+struct CommandDecl : testing::Test {
+  void SetUp() override { simctl({"reset"}); }
+};
+}  // namespace
+
+TEST_F(CommandDecl, EveryDeclarationIsListedAndAnswersHelpAtOnceWithoutTouchingADevice) {
+  const std::string listing = helpListing();
+  std::set<std::string> names;
+  int withHelp = 0;
+  for (const CmdDecl* d : CmdLineObjectMap::declarations()) {
+    SCOPED_TRACE(d->name());
+    EXPECT_TRUE(names.insert(d->name()).second) << "declared twice";
+    EXPECT_TRUE(contains(listing, std::string(d->name()) + " - " + d->help + "\n"));
+    EXPECT_EQ(strchr(d->help, '\n'), nullptr);
+    if (!d->handler || !declaresHelp(*d)) continue;
+    ++withHelp;
+    kernel().resetCounts();
+    CmdResult r = runCmd(d->handler, std::string(d->name()) + " -h");
+    EXPECT_EQ(r.status, SUCCESS);
+    EXPECT_EQ(r.out, usageText(*d));
+    EXPECT_EQ(kernel().counts().total(), 0u);
+  }
+  EXPECT_EQ(names.size(), 59u);
+  EXPECT_GE(withHelp, 9);
+}
+
+TEST_F(CommandDecl, EachCommandKeepsItsOwnScanningRules) {
+  Trace t;
+  // fan: a value is the next word and the scan still looks at it; the last word counts as 0; later words win.
+  EXPECT_EQ(runCmd(fan, "fan -ss 10 -p 1 -ss 50").status, SUCCESS);
+  EXPECT_EQ(t.grep("0x52 smbus write word_data cmd 0x3b data 0be0").size(), 1u);
+  EXPECT_EQ(runCmd(fan, "fan -p 2 -ss").status, SUCCESS);
+  EXPECT_EQ(t.grep("0x52 smbus write word_data cmd 0x3b data 0000").size(), 1u);
+  EXPECT_EQ(simctl({"i2c", "peek", "fctl", "0x3b", "2"}), "0x0\n");
+  // -h after other words returns at once, before they act.
+  EXPECT_EQ(runCmd(fan, "fan -ss 50 -h").out, usageText(fanCmd));
+  EXPECT_EQ(t.grep("cmd 0x3b").size(), 2u);
+  // allok: the word after -fno is scanned too, so -l there lists the sources and ends the command.
+  CmdResult r = runCmd(allok, "allok -fno -l");
+  EXPECT_EQ(r.status, SUCCESS);
+  EXPECT_TRUE(contains(r.out, "fctl\nfp\nmnhost\n"));
+  EXPECT_FALSE(contains(r.out, "not found"));
+  // ec: -cd with nothing after it is passed over: the catalogue is shown.
+  EXPECT_TRUE(contains(runCmd(errCode, "ec -cd").out, "Error Codes:\n"));
+  // gpmc: -fmr acts when met, before -h ends the command.
+  simctl({"set", "board", "signal"});
+  r = runCmd(gpmc, "gpmc -fmr -h");
+  EXPECT_TRUE(contains(simctl({"fpga", "status"}), "forced resets 1"));
+  EXPECT_TRUE(contains(r.out, "-l - list device names (for -m) from table\n"));
+  // system: -h anywhere is the command's own, the other words the program's.
+  EXPECT_EQ(runCmd(system, "system ls -h").out, "system <program_name arg1 arg2...>\n");
+}
+
+TEST_F(CommandDecl, NumbersThatAreNotNumbersAreRefusedBeforeAnythingIsDone) {
+  const struct {
+    CmdHandler handler;
+    const char* line;
+    const char* says;
+  } refused[] = {
+      {fan, "fan -ss abc", "fan -ss: abc is not a number (decimal, 0x hexadecimal or leading-zero octal)\n"},
+      {fan, "fan -ss 150", "fan -ss: 150 is out of range, 0 to 100\n"},
+      {fan, "fan -rr -p 200", "fan -p: 200 is out of range, 0 to 22\n"},
+      {fan, "fan -ss 50 -p 0x1g", "fan -p: 0x1g is not a number"},
+      {cmdDelay, "delay -s -1", "delay -s: -1 is out of range, 0 to 4294967295\n"},
+      {cmdDelay, "delay -m 4294967296", "delay -m: 4294967296 is out of range, 0 to 4294967295\n"},
+      {testExec, "runtest gpmcreg -l abc", "gpmcreg -l: abc is not a number"},
+      {gpmc, "gpmc -fmr -o 12abc", "gpmc -o: 12abc is not a number"},
+      {gpmc, "gpmc -inv 0 3", "gpmc -inv: 3 is out of range, 1 to 2\n"},
+  };
+  for (const auto& c : refused) {
+    SCOPED_TRACE(c.line);
+    kernel().resetCounts();
+    CmdResult r = runCmd(c.handler, c.line);
+    EXPECT_TRUE(contains(r.out, c.says)) << r.out;
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 1);
+    // runtest passes on no status of its test: the refusal is the only line, and nothing ran.
+    EXPECT_EQ(r.status, c.handler == testExec ? SUCCESS : BAD_PARAMETER);
+    EXPECT_EQ(kernel().counts().total(), 0u);
+  }
+}
+
+TEST(NumberWords, AreWholeNumbersInTheDocumentedBasesOnly) {
+  unsigned long v = 0;
+  EXPECT_EQ(parseNumArg("0x1F", 0, 255, &v), NUM_ARG_OK);
+  EXPECT_EQ(v, 31u);
+  EXPECT_EQ(parseNumArg("010", 0, 255, &v), NUM_ARG_OK);
+  EXPECT_EQ(v, 8u);
+  EXPECT_EQ(parseNumArg("0", 0, 0, &v), NUM_ARG_OK);
+  for (const char* bad : {"", "08", "0x", "+5", " 5", "5 ", "1e3", "0x1g", "abc", "--1"})
+    EXPECT_EQ(parseNumArg(bad, 0, ULONG_MAX, &v), NUM_ARG_NOT_A_NUMBER) << bad;
+  EXPECT_EQ(parseNumArg("-1", 0, ULONG_MAX, &v), NUM_ARG_OUT_OF_RANGE);
+  EXPECT_EQ(parseNumArg("256", 0, 255, &v), NUM_ARG_OUT_OF_RANGE);
+  EXPECT_EQ(parseNumArg("0", 1, 2, &v), NUM_ARG_OUT_OF_RANGE);
+  EXPECT_EQ(parseNumArg("99999999999999999999999", 0, ULONG_MAX, &v), NUM_ARG_OUT_OF_RANGE);
+}
+
+TEST_F(CommandDecl, ALineOfMoreThanTwentyWordsIsNotRun) {
+  // One-shot: diag and 21 words more; the write would have lost its last bytes.
+  std::vector<std::string> args = {"i2c", "-d", "mhEeprom", "-o", "0", "-w"};
+  for (int i = 0; i < 16; ++i) args.push_back(std::to_string(i));
+  Trace t;
+  RunResult r = runSim(args);
+  EXPECT_TRUE(contains(r.out, "too many words in the line, 23: at most 20 are taken; nothing was run\n")) << r.out;
+  EXPECT_TRUE(t.grep("i2c-2").empty());
+  // In a script the line is refused and the script goes on.
+  writeFile(testPath("long.txt"), "ec -cd a b c d e f g h i j k l m n o p q r s t u v\nec -cd Scan\n");
+  r = runSim({"file", testPath("long.txt")});
+  EXPECT_TRUE(contains(r.out, "too many words in the line, 24"));
+  EXPECT_TRUE(contains(r.out, "!1729\n"));
+}

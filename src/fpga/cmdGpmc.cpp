@@ -6,9 +6,9 @@
 #include <string>
 
 #include "argScan.h"
+#include "cmdGpmcStages.h"
 #include "commands.h"
 #include "gpmcDevMap.h"
-#include "cmdGpmc.h"
 #include "log.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <cstring>
 
 #include "cmdDelay.h"
-#include "cmdGpmc.h"
+#include "cmdGpmcStages.h"
 #include "gpmcDevMap.h"
 #include "log.h"
 #include "terminal.h"

@@ -186,7 +186,7 @@ E_STATUS gpmc(int argc, char argv[][ARG_LEN]) {
   if (status != SUCCESS || scan.ended()) return status;
   const GpmcArgs a = gpmcArgs(scan);
   if (a.list)
-    for (auto& entry : GpmcDevMap::getGpmcDevMap()->map) log(LOG_TERM, "%s\n", entry.first.c_str());
+    for (const std::string& name : GpmcDevMap::names()) log(LOG_TERM, "%s\n", name.c_str());
   GpmcFiles files;
   status = openFiles(a, files);
   return status == SUCCESS ? gpmcStages(a, files) : status;

@@ -5,12 +5,11 @@
 #include <cerrno>
 
 #include "diagMutex.h"
-#include "gpmcDevMap.h"
 #include "kernel.h"
 #include "log.h"
 
 bool GpmcDev::sysLoggingOn = false;
-int GpmcDev::adapterFD = 0;
+std::optional<int> GpmcDev::adapterFD;
 
 namespace {
 const char* const GPMC_ADAPTER = "/dev/z9fpga0";
@@ -72,24 +71,18 @@ unsigned short M::*const mhRegTable[] = {&M::devId,    &M::rev,      &M::scr,   
 unsigned long GpmcDev::errFlags() { return sysLoggingOn ? LOG_TERM | LOG_SYS : LOG_TERM; }
 
 GpmcDev::GpmcDev(E_GPMC_FPGA_TGT tgt) : target(tgt) {
-  if (adapterFD != 0) return;
+  if (adapterFD) return;
   adapterFD = kernel().open(GPMC_ADAPTER, O_RDWR);
-  if (adapterFD < 0) {
+  if (*adapterFD < 0) {
     int err = errno;
     LOGERR(errFlags(), "failed to open GPMC adapter %s\n", GPMC_ADAPTER);
     logErrno(errFlags(), err);
   }
 }
 
-GpmcDev* GpmcDev::getGpmcDev(E_GPMC_FPGA_TGT tgt) {
-  for (auto& entry : GpmcDevMap::getGpmcDevMap()->map)
-    if (entry.second->target == tgt) return entry.second;
-  return nullptr;
-}
-
 int GpmcDev::xfer(unsigned long request, int devtype, unsigned long offset, unsigned* val) {
   S_FPGA_CMD cmd = {devtype, static_cast<int32_t>(offset), val ? *val : 0u, 0u};
-  int r = kernel().ioctl(adapterFD, request, &cmd);
+  int r = kernel().ioctl(adapter(), request, &cmd);
   if (r >= 0 && val) *val = cmd.val;
   return r;
 }

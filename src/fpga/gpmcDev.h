@@ -2,6 +2,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
+#include <optional>
 
 #include "diagStatus.h"
 #include "gpmcRegs.h"
@@ -54,7 +55,6 @@ constexpr size_t GPMC_DRIVER_MAP_LEN = 0x200000;
 class GpmcDev : public DiagObject {
 public:
   explicit GpmcDev(E_GPMC_FPGA_TGT tgt);
-  static GpmcDev* getGpmcDev(E_GPMC_FPGA_TGT tgt);
   static void logging(bool on) { sysLoggingOn = on; }
   static bool sysLoggingOn;
   E_GPMC_FPGA_TGT getTarget() const { return target; }
@@ -159,7 +159,10 @@ private:
   E_STATUS waitFor(const char* fn, const WaitSpec& w, bool verbose, bool quitOnNotOK);
   E_STATUS stepTo(bool up, unsigned short step);
   int devType() const { return target + 1; }
+  static int adapter() { return adapterFD.value_or(-1); }
 
   E_GPMC_FPGA_TGT target;
-  static int adapterFD;
+  // Empty until the first construction has opened /dev/z9fpga0; then the
+  // descriptor, or -1 when the open failed (every request then fails). Never closed.
+  static std::optional<int> adapterFD;
 };

@@ -236,14 +236,14 @@ E_STATUS GpmcDev::rdOBufToFile(FILE* f, int n) {
 
 E_STATUS GpmcDev::GPMCPreventDriverOverflow() {
   S_FPGA_CMD cmd = {0, GPMC_CMD_PREVENT_OVERFLOW, GPMC_DRIVER_BUF_VAL, 0};
-  if (kernel().write(adapterFD, &cmd, sizeof cmd) < 0) {
+  if (kernel().write(adapter(), &cmd, sizeof cmd) < 0) {
     int err = errno;
     LOGERR(errFlags(), "driver write failed\n");
     logErrno(errFlags(), err);
     return FAILURE;
   }
   // The driver's acquisition buffer; the mapping is left in place for the driver's use.
-  void* p = kernel().mmap(GPMC_DRIVER_MAP_LEN, PROT_READ | PROT_WRITE, MAP_SHARED, adapterFD, 0);
+  void* p = kernel().mmap(GPMC_DRIVER_MAP_LEN, PROT_READ | PROT_WRITE, MAP_SHARED, adapter(), 0);
   if (p == nullptr || p == MAP_FAILED) {
     int err = errno;
     LOGERR(errFlags(), "mmap() failed\n");

@@ -33,7 +33,7 @@ bool hostOf(const char* arg, E_HOST* host) {
 const char* word(E_STATUS st, bool ok, const char* yes) { return st == FXN_NOT_SUPPORTED ? "NA" : ok ? yes : "false"; }
 
 E_STATUS setHostOK(const std::string& name, bool ok) {
-  GpmcDev* dev = GpmcDevMap::getGpmcDevMap()->find("reg");
+  GpmcDev* dev = GpmcDevMap::find("reg");
   if (name != "mnhost" && name != "mshost" && name != "srchost") return SUCCESS;
   if (!dev) return ENTRY_NOT_FOUND;
   return name == "mnhost" ? dev->setMHOK(ok) : dev->setSHOK(ok);

@@ -4,7 +4,7 @@
 
 namespace {
 // The FPGA register target that holds the hosts' okay bits.
-GpmcDev* regDev() { return GpmcDevMap::getGpmcDevMap()->find("reg"); }
+GpmcDev* regDev() { return GpmcDevMap::find("reg"); }
 }  // namespace
 
 E_STATUS MnAllOkay::setOkayOut(bool ok, bool) {

@@ -8,6 +8,7 @@
 #include "argScan.h"
 #include "cmdGpmcStages.h"
 #include "commands.h"
+#include "gpmcDevCtl.h"
 #include "gpmcDevMap.h"
 #include "log.h"
 
@@ -48,7 +49,7 @@ GpmcDev* regDev(const char* missingMsg) {
 E_STATUS forceMeasBoardsReset(const OptHit&, const ArgScan&) {
   GpmcDev* reg = regDev("reg device not found");
   if (!reg) return FAILURE;
-  E_STATUS status = reg->GPMCFrcMeasReset();
+  E_STATUS status = GpmcDevCtl(*reg).GPMCFrcMeasReset();
   if (status != SUCCESS) LOGERR(LOG_TERM, "GPMCFrcMeasReset() failed\n");
   return status;
 }
@@ -62,7 +63,7 @@ E_STATUS oneShotCollection(const OptHit& hit, const ArgScan& scan) {
   GpmcDev* reg = regDev("reg device not found");
   if (!reg) return FAILURE;
   int waited = 0;
-  E_STATUS status = reg->GPMCEnOSDataCollNWait4Dn(n, &waited);
+  E_STATUS status = GpmcDevCtl(*reg).GPMCEnOSDataCollNWait4Dn(n, &waited);
   if (status == TIMEOUT)
     LOGERR(LOG_TERM, "GPMCEnOSDataCollNWait4Dn() timed out\n");
   else if (status != SUCCESS)

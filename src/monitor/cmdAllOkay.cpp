@@ -4,6 +4,7 @@
 #include "argScan.h"
 #include "commands.h"
 #include "gpmcDevMap.h"
+#include "gpmcDevStat.h"
 #include "log.h"
 
 bool setFPTheOldWay = false;
@@ -36,7 +37,8 @@ E_STATUS setHostOK(const std::string& name, bool ok) {
   GpmcDev* dev = GpmcDevMap::find("reg");
   if (name != "mnhost" && name != "mshost" && name != "srchost") return SUCCESS;
   if (!dev) return ENTRY_NOT_FOUND;
-  return name == "mnhost" ? dev->setMHOK(ok) : dev->setSHOK(ok);
+  GpmcDevStat stat(*dev);
+  return name == "mnhost" ? stat.setMHOK(ok) : stat.setSHOK(ok);
 }
 
 E_STATUS scan4Okay(AllOkayMap& m, E_HOST host) {

@@ -133,7 +133,7 @@ TEST_F(GpmcCmd, SyncSourceAndTransmitFrequency) {
   EXPECT_TRUE(contains(run({"-si"}), "using external MCLK from other signal host\n"));
   EXPECT_TRUE(contains(run({"-t"}), "transmitting approx. 0 cycles per second\n"));
   simctl({"fpga", "poke", "reg", "0x14", "0"});
-  reg->GPMCStartWaveForm();  // 60 cycles a second
+  ctl.GPMCStartWaveForm();  // 60 cycles a second
   std::string out = run({"-t"});
   size_t at = out.find("transmitting approx. ");
   ASSERT_NE(at, std::string::npos) << out;
@@ -153,6 +153,15 @@ TEST_F(GpmcCmd, ListUsageAndContinuousReadUntilQ) {
   trace.mark();
   run({"-m", "reg", "-rc", "-s"});
   EXPECT_EQ(trace.grep("fpga rd reg").size(), 256u);
+}
+
+// A read that fails mid-line shows the words read before the failure, then
+// the report, then the dump's end.
+TEST_F(GpmcCmd, FailedReadShowsTheWordsReadBeforeIt) {
+  std::string out = run({"-m", "reg", "-o", "0xff8", "-r", "10"});
+  EXPECT_TRUE(out.starts_with("reading reg:\n0ff8: 0000000000000000file gpmcDev, line ")) << out;
+  EXPECT_TRUE(out.ends_with("function rdLoop - failed to read device 4(0x1000), byteCnt= 4\nInvalid argument (22)\n\n"))
+      << out;
 }
 
 TEST_F(GpmcCmd, BadInputGetsAClearMessage) {

@@ -114,7 +114,8 @@ E_STATUS GpmcDev::rdLoop(std::span<unsigned short> buf, unsigned long offset, un
 
 E_STATUS GpmcDev::wrLoop(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,
                          unsigned long* nWritten) {
-  auto shown = [buf, nWords](size_t k) -> unsigned { return k < nWords ? buf[k] : 0; };
+  // The report shows the caller's first four words, whatever the count.
+  auto shown = [buf](size_t k) -> unsigned { return k < buf.size() ? buf[k] : 0; };
   E_STATUS status = SUCCESS;
   unsigned long i = 0;
   // One byte per word: multi-word writes to register space step by one.

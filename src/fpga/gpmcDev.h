@@ -65,7 +65,8 @@ public:
   E_STATUS read(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
                 const GpmcWordSink& sink = nullptr);
   // Writes the first nWords words of buf (at most all of it). Register space
-  // steps one byte per word, the output buffer two.
+  // steps one byte per word, the output buffer two. A failed register write
+  // shows the first four words of buf, and 0 for any beyond its end.
   E_STATUS write(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,
                  unsigned long* nWritten);
   E_STATUS regRd(unsigned short* val, unsigned long offset);

@@ -56,11 +56,17 @@ TEST_F(GpmcTest, ReadHandsEachWordToItsReaderAsItArrives) {
 }
 
 TEST_F(GpmcTest, DriverFailuresAreReportedWithTheSystemError) {
-  unsigned short buf[4] = {}, two[2] = {0xa, 0xb};
+  unsigned short buf[4] = {}, two[2] = {0xa, 0xb}, three[3] = {0x5678, 0x1234, 0x9abc};
   unsigned long n = 99;
   std::string out = captured([&] { EXPECT_EQ(reg->read(buf, 0xffc, &n), FAILURE); });
   EXPECT_EQ(n, 2u);
   EXPECT_TRUE(contains(out, "function rdLoop - failed to read device 4(0x1000), byteCnt= 2\nInvalid argument (22)\n"));
+  // A failed write shows the first four words of the writer's buffer, whatever
+  // the count, and 0 only past the buffer's end.
+  out = captured([&] { EXPECT_EQ(reg->write(three, 0x1000, 1, &n), FAILURE); });
+  EXPECT_EQ(n, 0u);
+  EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x5678, buf[1]= 0x1234, buf[2]= 0x9abc, "
+                            "buf[3]= 0x0000\nInvalid argument (22)\n"));
   out = captured([&] { EXPECT_EQ(reg->write(two, 0xfff, 2, &n), FAILURE); });
   EXPECT_EQ(n, 1u);
   EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x000a, buf[1]= 0x000b, buf[2]= 0x0000, "

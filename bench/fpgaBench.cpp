@@ -3,6 +3,7 @@
 // output-buffer word, which is accessed twice).
 #include <benchmark/benchmark.h>
 
+#include "gpmcDevCtl.h"
 #include "gpmcDevMap.h"
 #include "kernel.h"
 #include "simCtl.h"
@@ -15,7 +16,7 @@ GpmcDev* target(const char* name) {
   sim::simCtl({"reset"}, out);
   sim::simCtl({"set", "board", "signal"}, out);
   GpmcDev* dev = GpmcDevMap::find(name);
-  if (std::string(name) == "obuf") GpmcDevMap::find("reg")->GPMCEnOBufWrites();
+  if (std::string(name) == "obuf") GpmcDevCtl(*GpmcDevMap::find("reg")).GPMCEnOBufWrites();
   return dev;
 }
 
@@ -31,7 +32,7 @@ void BM_WordsRead(benchmark::State& state, const char* name) {
   double words = 0;
   kernel().resetCounts();
   for (auto _ : state) {
-    dev->read(buf, 0, BLOCK, &n, 1);
+    dev->read(buf, 0, &n);
     words += n;
   }
   report(state, words);

@@ -6,9 +6,10 @@
 #include <string>
 
 #include "argScan.h"
+#include "cmdGpmcStages.h"
 #include "commands.h"
+#include "gpmcDevCtl.h"
 #include "gpmcDevMap.h"
-#include "cmdGpmc.h"
 #include "log.h"
 
 namespace {
@@ -48,7 +49,7 @@ GpmcDev* regDev(const char* missingMsg) {
 E_STATUS forceMeasBoardsReset(const OptHit&, const ArgScan&) {
   GpmcDev* reg = regDev("reg device not found");
   if (!reg) return FAILURE;
-  E_STATUS status = reg->GPMCFrcMeasReset();
+  E_STATUS status = GpmcDevCtl(*reg).GPMCFrcMeasReset();
   if (status != SUCCESS) LOGERR(LOG_TERM, "GPMCFrcMeasReset() failed\n");
   return status;
 }
@@ -62,7 +63,7 @@ E_STATUS oneShotCollection(const OptHit& hit, const ArgScan& scan) {
   GpmcDev* reg = regDev("reg device not found");
   if (!reg) return FAILURE;
   int waited = 0;
-  E_STATUS status = reg->GPMCEnOSDataCollNWait4Dn(n, &waited);
+  E_STATUS status = GpmcDevCtl(*reg).GPMCEnOSDataCollNWait4Dn(n, &waited);
   if (status == TIMEOUT)
     LOGERR(LOG_TERM, "GPMCEnOSDataCollNWait4Dn() timed out\n");
   else if (status != SUCCESS)
@@ -186,7 +187,7 @@ E_STATUS gpmc(int argc, char argv[][ARG_LEN]) {
   if (status != SUCCESS || scan.ended()) return status;
   const GpmcArgs a = gpmcArgs(scan);
   if (a.list)
-    for (auto& entry : GpmcDevMap::getGpmcDevMap()->map) log(LOG_TERM, "%s\n", entry.first.c_str());
+    for (const std::string& name : GpmcDevMap::names()) log(LOG_TERM, "%s\n", name.c_str());
   GpmcFiles files;
   status = openFiles(a, files);
   return status == SUCCESS ? gpmcStages(a, files) : status;

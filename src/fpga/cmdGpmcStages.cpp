@@ -5,8 +5,11 @@
 #include <cstring>
 
 #include "cmdDelay.h"
-#include "cmdGpmc.h"
+#include "cmdGpmcStages.h"
+#include "gpmcDevBuf.h"
+#include "gpmcDevCtl.h"
 #include "gpmcDevMap.h"
+#include "gpmcWordDump.h"
 #include "log.h"
 #include "terminal.h"
 
@@ -36,7 +39,7 @@ E_STATUS findTargets(const GpmcArgs& a, Targets& t) {
     LOGERR(LOG_TERM, "no device selected for -w, -r or -rc; name one with -m\n");
     return FAILURE;
   }
-  return a.forceReset ? t.reg->GPMCFrcMeasReset() : SUCCESS;
+  return a.forceReset ? GpmcDevCtl(*t.reg).GPMCFrcMeasReset() : SUCCESS;
 }
 
 // Reads one line of at most a line's worth of characters; the rest of a longer line is dropped.
@@ -50,7 +53,7 @@ bool readLine(FILE* f, char* line, int size) {
 
 E_STATUS writeFromFile(GpmcDev* dev, FILE* in, unsigned long offset) {
   char line[ARG_LEN];
-  unsigned short word[1];
+  unsigned short word[1];  // a failed write shows this one word, and 0 for the rest
   unsigned long n;
   for (int i = 0; i < FI_MAX_LINES && readLine(in, line, sizeof line); ++i) {
     int v;
@@ -92,12 +95,12 @@ E_STATUS writeStage(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsigned 
       LOGERR(LOG_TERM, "reg device not found\n");
       return FAILURE;
     }
-    E_STATUS status = reg->GPMCEnOBufWrites();
+    E_STATUS status = GpmcDevCtl(*reg).GPMCEnOBufWrites();
     if (status != SUCCESS) return status;
   }
   E_STATUS status = files.in ? writeFromFile(dev, files.in, offset) : writeData(dev, a, offset);
   if (obuf) {
-    E_STATUS dis = reg->GPMCDisOBufWrites();
+    E_STATUS dis = GpmcDevCtl(*reg).GPMCDisOBufWrites();
     if (status == SUCCESS) status = dis;
   }
   return status;
@@ -106,7 +109,11 @@ E_STATUS writeStage(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsigned 
 E_STATUS readBlock(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsigned long offset, unsigned long n) {
   unsigned short buf[BLOCK_WORDS];
   unsigned long got = 0;
-  E_STATUS status = dev->read(buf, offset, n, &got, a.silent);
+  GpmcWordDump dump;
+  GpmcWordSink toDump = nullptr;
+  if (!a.silent) toDump = [&dump](unsigned long off, unsigned short word) { dump.add(off, word); };
+  E_STATUS status = dev->read({buf, n}, offset, &got, toDump);
+  if (!a.silent) dump.finish();
   if (status != SUCCESS || !files.out || a.dumpKind == GPMC_DUMP_CTF) return status;
   gpmcDumpBlock(files.out, a.dumpKind, buf, got, a.sincorr);
   if (ferror(files.out)) {
@@ -164,20 +171,21 @@ E_STATUS timeCycles(GpmcDev* reg) {
 E_STATUS invertStage(const GpmcArgs& a) {
   GpmcDev* reg = lookup("reg");
   if (!reg) return FAILURE;
-  return reg->GPMCInvertWFData(static_cast<int>(a.invChan) - 1, a.invFlag == 0);
+  return GpmcDevCtl(*reg).GPMCInvertWFData(static_cast<int>(a.invChan) - 1, a.invFlag == 0);
 }
 
 E_STATUS collectToFile(const GpmcArgs& a, GpmcFiles& files) {
   GpmcDev* ibuf = lookup("ibuf");
   if (!ibuf) return FAILURE;
-  return ibuf->rdOBufToFile(files.out, static_cast<int>(a.ctfSamples));
+  return GpmcDevBuf(*ibuf).rdOBufToFile(files.out, static_cast<int>(a.ctfSamples));
 }
 
 E_STATUS driverAcquisition(const GpmcArgs& a) {
   GpmcDev* reg = lookup("reg");
   if (!reg) return FAILURE;
-  if (a.caon) reg->drvrContColl(true);
-  if (a.caoff) reg->drvrContColl(false);
+  GpmcDevCtl ctl(*reg);
+  if (a.caon) ctl.drvrContColl(true);
+  if (a.caoff) ctl.drvrContColl(false);
   return SUCCESS;
 }
 }  // namespace

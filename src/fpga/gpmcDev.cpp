@@ -1,48 +1,19 @@
 #include "gpmcDev.h"
 
 #include <fcntl.h>
+#include <sys/mman.h>
 
 #include <cerrno>
 
 #include "diagMutex.h"
-#include "gpmcDevMap.h"
 #include "kernel.h"
 #include "log.h"
 
 bool GpmcDev::sysLoggingOn = false;
-int GpmcDev::adapterFD = 0;
+std::optional<int> GpmcDev::adapterFD;
 
 namespace {
 const char* const GPMC_ADAPTER = "/dev/z9fpga0";
-constexpr int OBUF_DEVTYPE = FPGA_OUTPUT_BUFFER + 1;
-
-// The console dump of the read loops: eight words a line, the first after its
-// byte offset, the words run together, then the line's bytes as text (low
-// byte of each word first, unprintable bytes as '.').
-class WordDump {
-public:
-  void add(unsigned long offset, unsigned short word) {
-    if (n == 0)
-      log(LOG_TERM, "%04lx: %04x", offset, word);
-    else if (n < 7)
-      log(LOG_TERM, "%04x", word);
-    words[n++] = word;
-    if (n < 8) return;
-    char text[17];
-    for (int i = 0; i < 16; ++i) {
-      unsigned char c = static_cast<unsigned char>(i % 2 ? words[i / 2] >> 8 : words[i / 2] & 0xff);
-      text[i] = c < 0x20 || c > 0x7e ? '.' : static_cast<char>(c);
-    }
-    text[16] = '\0';
-    log(LOG_TERM, "%04x %s\n", word, escPct(text).c_str());
-    n = 0;
-  }
-  void finish() { log(LOG_TERM, "\n"); }
-
-private:
-  unsigned short words[8] = {};
-  int n = 0;
-};
 
 struct ShRegAddr {
   unsigned short S_GPMC_FPGA_REGS::*field;
@@ -72,61 +43,62 @@ unsigned short M::*const mhRegTable[] = {&M::devId,    &M::rev,      &M::scr,   
 unsigned long GpmcDev::errFlags() { return sysLoggingOn ? LOG_TERM | LOG_SYS : LOG_TERM; }
 
 GpmcDev::GpmcDev(E_GPMC_FPGA_TGT tgt) : target(tgt) {
-  if (adapterFD != 0) return;
+  if (adapterFD) return;
   adapterFD = kernel().open(GPMC_ADAPTER, O_RDWR);
-  if (adapterFD < 0) {
+  if (*adapterFD < 0) {
     int err = errno;
     LOGERR(errFlags(), "failed to open GPMC adapter %s\n", GPMC_ADAPTER);
     logErrno(errFlags(), err);
   }
 }
 
-GpmcDev* GpmcDev::getGpmcDev(E_GPMC_FPGA_TGT tgt) {
-  for (auto& entry : GpmcDevMap::getGpmcDevMap()->map)
-    if (entry.second->target == tgt) return entry.second;
-  return nullptr;
-}
-
-int GpmcDev::xfer(unsigned long request, int devtype, unsigned long offset, unsigned* val) {
-  S_FPGA_CMD cmd = {devtype, static_cast<int32_t>(offset), val ? *val : 0u, 0u};
-  int r = kernel().ioctl(adapterFD, request, &cmd);
+int GpmcDev::xfer(E_GPMC_IOCTL request, E_GPMC_FPGA_TGT tgt, unsigned long offset, unsigned* val) const {
+  S_FPGA_CMD cmd = {tgt + 1, static_cast<int32_t>(offset), val ? *val : 0u, 0u};
+  int r = kernel().ioctl(adapter(), request, &cmd);
   if (r >= 0 && val) *val = cmd.val;
   return r;
 }
 
-int GpmcDev::lockedXfer(unsigned long request, int devtype, unsigned long offset, unsigned* val) {
+ssize_t GpmcDev::drvWrite(const S_FPGA_CMD& cmd) const { return kernel().write(adapter(), &cmd, sizeof cmd); }
+
+void* GpmcDev::drvMap(size_t len) const {
+  return kernel().mmap(len, PROT_READ | PROT_WRITE, MAP_SHARED, adapter(), 0);
+}
+
+int GpmcDev::lockedXfer(E_GPMC_IOCTL request, unsigned long offset, unsigned* val) const {
   sem_t* sem = nullptr;
   if (getGPMCMutx(&sem) != SUCCESS || semTake(sem) != SUCCESS) {
     errno = ENOLCK;
     return -1;
   }
-  int r = xfer(request, devtype, offset, val);
+  int r = xfer(request, target, offset, val);
   int err = errno;
   semGive(sem);
   errno = err;
   return r;
 }
 
-E_STATUS GpmcDev::read(unsigned short* buf, unsigned long offset, unsigned long nWords, unsigned long* nRead,
-                       unsigned long silent) {
-  if (target == FPGA_OUTPUT_BUFFER) return rdLoopForOBuf(buf, offset, nWords, nRead, silent);
-  return rdLoop(buf, offset, nWords, nRead, silent);
+E_STATUS GpmcDev::read(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
+                       const GpmcWordSink& sink) {
+  if (target == FPGA_OUTPUT_BUFFER) return rdLoopForOBuf(buf, offset, nRead, sink);
+  return rdLoop(buf, offset, nRead, sink);
 }
 
-E_STATUS GpmcDev::write(unsigned short* buf, unsigned long offset, unsigned long nWords, unsigned long* nWritten) {
+E_STATUS GpmcDev::write(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,
+                        unsigned long* nWritten) {
+  if (nWords > buf.size()) nWords = buf.size();
   if (target == FPGA_OUTPUT_BUFFER) return wrLoopForOBuf(buf, offset, nWords, nWritten);
   return wrLoop(buf, offset, nWords, nWritten);
 }
 
-E_STATUS GpmcDev::rdLoop(unsigned short* buf, unsigned long offset, unsigned long nWords, unsigned long* nRead,
-                         unsigned long silent) {
-  WordDump dump;
+E_STATUS GpmcDev::rdLoop(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
+                         const GpmcWordSink& sink) {
   E_STATUS status = SUCCESS;
   unsigned long i = 0;
-  for (; i < nWords; ++i) {
+  for (; i < buf.size(); ++i) {
     unsigned long off = offset + 2 * i;
     unsigned val = 0;
-    if (lockedXfer(GPMC_IOCTL_RD, devType(), off, &val) < 0) {
+    if (lockedXfer(GPMC_IOCTL_RD, off, &val) < 0) {
       int err = errno;
       LOGERR(errFlags(), "failed to read device %d(0x%02lx), byteCnt= %lu\n", devType(), off, i);
       logErrno(errFlags(), err);
@@ -134,25 +106,25 @@ E_STATUS GpmcDev::rdLoop(unsigned short* buf, unsigned long offset, unsigned lon
       break;
     }
     buf[i] = static_cast<unsigned short>(val);
-    if (!silent) dump.add(off, buf[i]);
+    if (sink) sink(off, buf[i]);
   }
-  if (!silent) dump.finish();
   if (nRead) *nRead = i;
   return status;
 }
 
-E_STATUS GpmcDev::wrLoop(unsigned short* buf, unsigned long offset, unsigned long nWords, unsigned long* nWritten) {
+E_STATUS GpmcDev::wrLoop(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,
+                         unsigned long* nWritten) {
+  // The report shows the caller's first four words, whatever the count.
+  auto shown = [buf](size_t k) -> unsigned { return k < buf.size() ? buf[k] : 0; };
   E_STATUS status = SUCCESS;
   unsigned long i = 0;
   // One byte per word: multi-word writes to register space step by one.
   for (; i < nWords; ++i) {
     unsigned val = buf[i];
-    if (lockedXfer(GPMC_IOCTL_WR, devType(), offset + i, &val) < 0) {
+    if (lockedXfer(GPMC_IOCTL_WR, offset + i, &val) < 0) {
       int err = errno;
-      unsigned short first[4] = {};
-      for (unsigned long k = 0; k < 4 && k < nWords; ++k) first[k] = buf[k];
       LOGERR(errFlags(), "failed to write device %d(0x%02lx), buf[0]= 0x%04x, buf[1]= 0x%04x, buf[2]= 0x%04x, buf[3]= 0x%04x\n",
-             devType(), offset + i, first[0], first[1], first[2], first[3]);
+             devType(), offset + i, shown(0), shown(1), shown(2), shown(3));
       logErrno(errFlags(), err);
       status = FAILURE;
       break;
@@ -164,9 +136,9 @@ E_STATUS GpmcDev::wrLoop(unsigned short* buf, unsigned long offset, unsigned lon
 
 // The output buffer answers a read with the word its previous read fetched:
 // each location is accessed twice, and of a read the second answer kept.
-int GpmcDev::oBufTwice(unsigned long request, unsigned long offset, unsigned* val) {
+int GpmcDev::oBufTwice(E_GPMC_IOCTL request, unsigned long offset, unsigned* val) const {
   for (int k = 0; k < 2; ++k)
-    if (xfer(request, OBUF_DEVTYPE, offset, val) < 0) return -1;
+    if (xfer(request, FPGA_OUTPUT_BUFFER, offset, val) < 0) return -1;
   return 0;
 }
 
@@ -174,7 +146,7 @@ E_STATUS GpmcDev::oBufRd(unsigned long offset, unsigned short* val, unsigned lon
   unsigned v = 0;
   if (oBufTwice(GPMC_IOCTL_RD, offset, &v) < 0) {
     int err = errno;
-    LOGERR(errFlags(), "failed to read device %d(0x%02lx), byteCnt= %lu\n", OBUF_DEVTYPE, offset, wordsSoFar);
+    LOGERR(errFlags(), "failed to read device %d(0x%02lx), byteCnt= %lu\n", devType(), offset, wordsSoFar);
     logErrno(errFlags(), err);
     return FAILURE;
   }
@@ -182,35 +154,31 @@ E_STATUS GpmcDev::oBufRd(unsigned long offset, unsigned short* val, unsigned lon
   return SUCCESS;
 }
 
-E_STATUS GpmcDev::rdOBufLoc(unsigned long offset, unsigned short* val) { return oBufRd(offset, val, 0); }
-
 E_STATUS GpmcDev::wrOBufLoc(unsigned long offset, unsigned short val) {
   unsigned v = val;
   if (oBufTwice(GPMC_IOCTL_WR, offset, &v) < 0) {
     int err = errno;
-    LOGERR(errFlags(), "failed to write device %d(0x%02lx), datum= 0x%04x\n", OBUF_DEVTYPE, offset, val);
+    LOGERR(errFlags(), "failed to write device %d(0x%02lx), datum= 0x%04x\n", devType(), offset, val);
     logErrno(errFlags(), err);
     return FAILURE;
   }
   return SUCCESS;
 }
 
-E_STATUS GpmcDev::rdLoopForOBuf(unsigned short* buf, unsigned long offset, unsigned long nWords,
-                                unsigned long* nRead, unsigned long silent) {
-  WordDump dump;
+E_STATUS GpmcDev::rdLoopForOBuf(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
+                                const GpmcWordSink& sink) {
   E_STATUS status = SUCCESS;
   unsigned long i = 0;
-  for (; i < nWords; ++i) {
+  for (; i < buf.size(); ++i) {
     status = oBufRd(offset + 2 * i, &buf[i], i);
     if (status != SUCCESS) break;
-    if (!silent) dump.add(offset + 2 * i, buf[i]);
+    if (sink) sink(offset + 2 * i, buf[i]);
   }
-  if (!silent) dump.finish();
   if (nRead) *nRead = i;
   return status;
 }
 
-E_STATUS GpmcDev::wrLoopForOBuf(unsigned short* buf, unsigned long offset, unsigned long nWords,
+E_STATUS GpmcDev::wrLoopForOBuf(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,
                                 unsigned long* nWritten) {
   E_STATUS status = SUCCESS;
   unsigned long i = 0;
@@ -224,19 +192,18 @@ E_STATUS GpmcDev::wrLoopForOBuf(unsigned short* buf, unsigned long offset, unsig
 
 E_STATUS GpmcDev::regRd(unsigned short* val, unsigned long offset) {
   unsigned long n;
-  return read(val, offset, 1, &n, 1);
+  return read({val, 1}, offset, &n);
 }
 
 E_STATUS GpmcDev::regWrWithRdBack(unsigned short val, unsigned long offset, bool rdBack) {
   unsigned long n;
-  E_STATUS status = write(&val, offset, 1, &n);
+  E_STATUS status = write({&val, 1}, offset, 1, &n);
   if (status != SUCCESS || !rdBack) return status;
   unsigned short back;
   status = regRd(&back, offset);
   if (status != SUCCESS) return status;
   return back == val ? SUCCESS : FAILURE;
 }
-
 E_STATUS GpmcDev::setResetBits(unsigned long regOffset, unsigned long bits, bool set) {
   unsigned short v;
   if (regRd(&v, regOffset) != SUCCESS) {
@@ -287,6 +254,3 @@ E_STATUS GpmcDev::rdFPGARegs(S_GPMC_MH_FPGA_REGS* regs) {
   }
   return SUCCESS;
 }
-
-E_STATUS GpmcDev::ampsToStrmVal(float, unsigned short*) { return SUCCESS; }
-E_STATUS GpmcDev::strmValToAmps(unsigned short, float*) { return SUCCESS; }

@@ -1,8 +1,5 @@
 #include "gpmcDevMap.h"
 
-GpmcDevMap* GpmcDevMap::pGpmcDevM = nullptr;
-bool GpmcDevMap::mapInitialized = false;
-
 namespace {
 struct TargetRow {
   const char* name;
@@ -14,17 +11,22 @@ const TargetRow targetTable[] = {{"ibuf", FPGA_INPUT_BUFFER},   {"obuf", FPGA_OU
 }  // namespace
 
 GpmcDevMap::GpmcDevMap() {
-  mapInitialized = true;
-  for (const TargetRow& r : targetTable) map.insert(GpmcDevMapT::value_type(r.name, new GpmcDev(r.target)));
+  for (const TargetRow& r : targetTable) map.try_emplace(r.name, r.target);
 }
 
-GpmcDevMap* GpmcDevMap::getGpmcDevMap() {
-  if (!mapInitialized) pGpmcDevM = new GpmcDevMap();
-  return pGpmcDevM;
+GpmcDevMap& GpmcDevMap::getGpmcDevMap() {
+  static GpmcDevMap m;
+  return m;
 }
 
 GpmcDev* GpmcDevMap::find(const std::string& name) {
-  GpmcDevMapT& m = getGpmcDevMap()->map;
+  auto& m = getGpmcDevMap().map;
   auto it = m.find(name);
-  return it == m.end() ? nullptr : it->second;
+  return it == m.end() ? nullptr : &it->second;
+}
+
+std::vector<std::string> GpmcDevMap::names() {
+  std::vector<std::string> out;
+  for (const auto& entry : getGpmcDevMap().map) out.push_back(entry.first);
+  return out;
 }

@@ -1,22 +1,21 @@
 #pragma once
 #include <map>
 #include <string>
+#include <vector>
 
 #include "gpmcDev.h"
 
-typedef std::map<std::string, GpmcDev*> GpmcDevMapT;
-
-// The process-wide registry of FPGA access targets by name, built on first use
-// and kept until the process ends. "oled" and "psocbuf" are two objects on one target.
+// The process-wide registry of FPGA word ports by name, built on first use and
+// kept until the process ends. "oled" and "psocbuf" are two ports on one target.
 class GpmcDevMap : public DiagObject {
 public:
-  static GpmcDevMap* getGpmcDevMap();
-  // The named target, or null.
+  // The named port, or null.
   static GpmcDev* find(const std::string& name);
-  GpmcDevMapT map;
+  // Every name, in the registry's order.
+  static std::vector<std::string> names();
 
 private:
   GpmcDevMap();
-  static GpmcDevMap* pGpmcDevM;
-  static bool mapInitialized;
+  static GpmcDevMap& getGpmcDevMap();
+  std::map<std::string, GpmcDev> map;
 };

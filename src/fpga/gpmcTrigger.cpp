@@ -1,13 +1,15 @@
 #include "gpmcTrigger.h"
 
+#include "gpmcDevCtl.h"
 #include "gpmcDevMap.h"
 #include "log.h"
 
 void pulseFpgaTrigger() {
   GpmcDev* reg = GpmcDevMap::find("reg");
   if (!reg) return;
-  reg->GPMCEnPrimarySrc();
-  reg->GPMCDisPrimarySrc();
+  GpmcDevCtl ctl(*reg);
+  ctl.GPMCEnPrimarySrc();
+  ctl.GPMCDisPrimarySrc();
 }
 
 void connectFpgaLog() {

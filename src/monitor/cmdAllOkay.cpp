@@ -4,6 +4,7 @@
 #include "argScan.h"
 #include "commands.h"
 #include "gpmcDevMap.h"
+#include "gpmcDevStat.h"
 #include "log.h"
 
 bool setFPTheOldWay = false;
@@ -33,10 +34,11 @@ bool hostOf(const char* arg, E_HOST* host) {
 const char* word(E_STATUS st, bool ok, const char* yes) { return st == FXN_NOT_SUPPORTED ? "NA" : ok ? yes : "false"; }
 
 E_STATUS setHostOK(const std::string& name, bool ok) {
-  GpmcDev* dev = GpmcDevMap::getGpmcDevMap()->find("reg");
+  GpmcDev* dev = GpmcDevMap::find("reg");
   if (name != "mnhost" && name != "mshost" && name != "srchost") return SUCCESS;
   if (!dev) return ENTRY_NOT_FOUND;
-  return name == "mnhost" ? dev->setMHOK(ok) : dev->setSHOK(ok);
+  GpmcDevStat stat(*dev);
+  return name == "mnhost" ? stat.setMHOK(ok) : stat.setSHOK(ok);
 }
 
 E_STATUS scan4Okay(AllOkayMap& m, E_HOST host) {

@@ -11,7 +11,7 @@ constexpr unsigned long FPGA_SCRATCH = 0x04;
 constexpr unsigned char SA_LHIGH_WR = 0x0B, SA_LHIGH_RD = 0x05;
 constexpr unsigned char FP_SCRATCH = 0x39;
 
-GpmcDev* regDev() { return GpmcDevMap::getGpmcDevMap()->find("reg"); }
+GpmcDev* regDev() { return GpmcDevMap::find("reg"); }
 }  // namespace
 
 GpmcRegTest::GpmcRegTest(std::string nm, std::string help, bool rprt, bool contOnErr)

@@ -133,7 +133,7 @@ TEST_F(GpmcCmd, SyncSourceAndTransmitFrequency) {
   EXPECT_TRUE(contains(run({"-si"}), "using external MCLK from other signal host\n"));
   EXPECT_TRUE(contains(run({"-t"}), "transmitting approx. 0 cycles per second\n"));
   simctl({"fpga", "poke", "reg", "0x14", "0"});
-  reg->GPMCStartWaveForm();  // 60 cycles a second
+  ctl.GPMCStartWaveForm();  // 60 cycles a second
   std::string out = run({"-t"});
   size_t at = out.find("transmitting approx. ");
   ASSERT_NE(at, std::string::npos) << out;
@@ -153,6 +153,23 @@ TEST_F(GpmcCmd, ListUsageAndContinuousReadUntilQ) {
   trace.mark();
   run({"-m", "reg", "-rc", "-s"});
   EXPECT_EQ(trace.grep("fpga rd reg").size(), 256u);
+}
+
+// A failed write names the words the command meant to write (the -d value's
+// two words, whatever the count); a read that fails mid-line shows the words
+// read before the failure, then the report, then the dump's end.
+TEST_F(GpmcCmd, FailedTransfersShowTheWordsOnEitherSide) {
+  std::string out = run({"-m", "reg", "-w", "1", "-o", "0x1000", "-d", "0x12345678"});
+  EXPECT_TRUE(contains(out, "function wrLoop - failed to write device 4(0x1000), buf[0]= 0x5678, buf[1]= 0x1234, "
+                            "buf[2]= 0x0000, buf[3]= 0x0000\nInvalid argument (22)\n"))
+      << out;
+  out = run({"-m", "reg", "-w", "3", "-o", "0xffe", "-d", "0x12345678"});
+  EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x5678, buf[1]= 0x1234, buf[2]= 0x0000"));
+  EXPECT_EQ(trace.grep("fpga wr reg 0x0ffe 0x5678").size(), 1u);
+  out = run({"-m", "reg", "-o", "0xff8", "-r", "10"});
+  EXPECT_TRUE(out.starts_with("reading reg:\n0ff8: 0000000000000000file gpmcDev, line ")) << out;
+  EXPECT_TRUE(out.ends_with("function rdLoop - failed to read device 4(0x1000), byteCnt= 4\nInvalid argument (22)\n\n"))
+      << out;
 }
 
 TEST_F(GpmcCmd, BadInputGetsAClearMessage) {

@@ -1,9 +1,11 @@
-// GpmcDev word access, switches and status against the simulated FPGA. The
-// offsets each word goes to, and the okay bits the allok command sets and
-// reads, are checked through those commands.
+// The FPGA word port, its controls, status bits and buffers against the
+// simulated FPGA. The offsets each word goes to, and the okay bits the allok
+// command sets and reads, are checked through those commands.
 #include <cstdio>
 
+#include "gpmcDevBuf.h"
 #include "gpmcTestUtil.h"
+#include "gpmcWordDump.h"
 #include "kernel.h"
 #include "log.h"
 
@@ -17,36 +19,68 @@ TEST_F(GpmcTest, EachWordIsOneRequestWithTheDeviceAndSemaphoreKeptOpen) {
   unsigned short buf[64] = {}, words[3] = {0x1111, 0x2222, 0x3333};
   unsigned long n = 0;
   kernel().resetCounts();
-  ASSERT_EQ(reg->read(buf, 0x10, 4, &n, 1), SUCCESS);
+  ASSERT_EQ(reg->read({buf, 4}, 0x10, &n), SUCCESS);
   EXPECT_EQ(n, 4u);
   ASSERT_EQ(reg->write(words, 0x10, 3, &n), SUCCESS);
-  ASSERT_EQ(reg->read(buf, 0, 64, &n, 1), SUCCESS);
+  ASSERT_EQ(reg->read(buf, 0, &n), SUCCESS);
   Kernel::Counts c = kernel().counts();
   EXPECT_EQ(c.ioctl, 4u + 3u + 64u);
   EXPECT_EQ(c.total(), c.ioctl);
 }
 
-TEST_F(GpmcTest, ReadLoopDumpsEightWordsALineWithTheirText) {
+// The port prints nothing of a read; the dump is its reader's, word by word,
+// so that a failure report follows the words read before it.
+TEST_F(GpmcTest, ReadHandsEachWordToItsReaderAsItArrives) {
   simctl({"fpga", "poke", "reg", "0x04", "0x4241"});  // "AB"
   unsigned short buf[10];
   unsigned long n;
-  EXPECT_EQ(captured([&] { reg->read(buf, 0, 10, &n, 0); }),
-            "0000: 53480104424100000000000000000000 HS..AB..........\n0010: 00000000\n");
+  EXPECT_EQ(captured([&] { reg->read(buf, 0, &n); }), "");
+  auto dumped = [&](GpmcDev* port, unsigned long offset, size_t count) {
+    GpmcWordDump dump;
+    return captured([&] {
+      port->read({buf, count}, offset, &n, [&](unsigned long off, unsigned short w) { dump.add(off, w); });
+      dump.finish();
+    });
+  };
+  EXPECT_EQ(dumped(reg, 0, 10), "0000: 53480104424100000000000000000000 HS..AB..........\n0010: 00000000\n");
+  std::string out = dumped(reg, 0xff8, 10);
+  EXPECT_EQ(n, 4u);
+  EXPECT_TRUE(out.starts_with("0ff8: 0000000000000000file gpmcDev, line ")) << out;
+  EXPECT_TRUE(out.ends_with("function rdLoop - failed to read device 4(0x1000), byteCnt= 4\nInvalid argument (22)\n\n"))
+      << out;
+  out = dumped(dev("obuf"), 0x3ffc, 4);
+  EXPECT_EQ(n, 2u);
+  EXPECT_TRUE(out.starts_with("3ffc: 00000000file gpmcDev, line ")) << out;
+  EXPECT_TRUE(out.ends_with("function oBufRd - failed to read device 2(0x4000), byteCnt= 2\nInvalid argument (22)\n\n"))
+      << out;
 }
 
 TEST_F(GpmcTest, DriverFailuresAreReportedWithTheSystemError) {
-  unsigned short buf[4] = {}, two[2] = {0xa, 0xb};
+  unsigned short buf[4] = {}, two[2] = {0xa, 0xb}, three[3] = {0x5678, 0x1234, 0x9abc};
   unsigned long n = 99;
-  std::string out = captured([&] { EXPECT_EQ(reg->read(buf, 0xffc, 4, &n, 1), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(reg->read(buf, 0xffc, &n), FAILURE); });
   EXPECT_EQ(n, 2u);
   EXPECT_TRUE(contains(out, "function rdLoop - failed to read device 4(0x1000), byteCnt= 2\nInvalid argument (22)\n"));
-  out = captured([&] { EXPECT_EQ(reg->write(two, 0x1000, 2, &n), FAILURE); });
+  // A failed write shows the first four words of the writer's buffer, whatever
+  // the count, and 0 only past the buffer's end.
+  out = captured([&] { EXPECT_EQ(reg->write(three, 0x1000, 1, &n), FAILURE); });
   EXPECT_EQ(n, 0u);
-  // Only two words were given: the rest of the four shown are 0, not read past the buffer.
+  EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x5678, buf[1]= 0x1234, buf[2]= 0x9abc, "
+                            "buf[3]= 0x0000\nInvalid argument (22)\n"));
+  out = captured([&] { EXPECT_EQ(reg->write(two, 0xfff, 2, &n), FAILURE); });
+  EXPECT_EQ(n, 1u);
   EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x000a, buf[1]= 0x000b, buf[2]= 0x0000, "
                             "buf[3]= 0x0000\n"));
-  out = captured([&] { EXPECT_EQ(dev("obuf")->wrOBufLoc(0x4000, 7), FAILURE); });
-  EXPECT_TRUE(contains(out, "failed to write device 2(0x4000), datum= 0x0007\n"));
+  out = captured([&] { EXPECT_EQ(reg->regWrWithRdBack(0x4321, 0x1000, true), FAILURE); });
+  EXPECT_TRUE(contains(out, "buf[0]= 0x4321, buf[1]= 0x0000, buf[2]= 0x0000, buf[3]= 0x0000\n"));
+  // A count beyond the buffer writes the buffer and no more.
+  trace.mark();
+  EXPECT_EQ(reg->write(two, 0x20, 5, &n), SUCCESS);
+  EXPECT_EQ(n, 2u);
+  EXPECT_EQ(trace.grep("fpga wr reg").size(), 2u);
+  unsigned short seven[1] = {7};
+  out = captured([&] { EXPECT_EQ(dev("obuf")->write(seven, 0x4000, 1, &n), FAILURE); });
+  EXPECT_TRUE(contains(out, "function wrOBufLoc - failed to write device 2(0x4000), datum= 0x0007\n"));
   EXPECT_EQ(trace.grep("fpga wr obuf 0x4000").size(), 1u);  // no second request after a failed first
 }
 
@@ -56,30 +90,30 @@ TEST_F(GpmcTest, RegisterWritesWithReadBackAndBitChanges) {
   EXPECT_EQ(reg->setField(0x04, 0x0f, 0x05), SUCCESS);
   EXPECT_EQ(peek("reg", "0x04"), 0x1235);
   simctl({"fpga", "fault", "stuck", "0x14", "1", "0"});
-  std::string out = captured([&] { EXPECT_EQ(reg->GPMCEnPrimarySrc(), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(ctl.GPMCEnPrimarySrc(), FAILURE); });
   EXPECT_TRUE(contains(out, "function setResetBits - bits read back not as expected, bits= 0x0002 act= 0x0000\n"));
   EXPECT_TRUE(contains(out, "function GPMCEnPrimarySrc - failed to enable primary source\n"));
   simctl({"fpga", "fault", "stuck", "0x0e", "0", "1"});
-  out = captured([&] { EXPECT_EQ(reg->GPMCInvertWFData(0, false), FAILURE); });
+  out = captured([&] { EXPECT_EQ(ctl.GPMCInvertWFData(0, false), FAILURE); });
   EXPECT_TRUE(contains(out, "bits= 0x0001 act= 0x0001\n"));
   EXPECT_TRUE(contains(out, "failed to non-invert chan 0 data\n"));
 }
 
 TEST_F(GpmcTest, WaveformActionsSetTheirBitsInOrder) {
-  ASSERT_EQ(reg->GPMCStartWaveForm(), SUCCESS);
+  ASSERT_EQ(ctl.GPMCStartWaveForm(), SUCCESS);
   bool enabled = false, running = false;
-  ASSERT_EQ(reg->isDataStrmEnabled(&enabled, &running), SUCCESS);
+  ASSERT_EQ(stat.isDataStrmEnabled(&enabled, &running), SUCCESS);
   EXPECT_TRUE(enabled && running);
-  ASSERT_EQ(reg->GPMCStopWaveForm(), SUCCESS);
+  ASSERT_EQ(ctl.GPMCStopWaveForm(), SUCCESS);
   EXPECT_EQ(wrote("0x0014"), "0x1000 0x1010 0x1000 0x0000");
-  std::string out = captured([&] { EXPECT_EQ(reg->startStopWaveForm(static_cast<E_GPMC_WV_ACTION>(9)), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(ctl.startStopWaveForm(static_cast<E_GPMC_WV_ACTION>(9)), FAILURE); });
   EXPECT_TRUE(contains(out, "unrecognized action"));
   // Only the last step of a pair counts; a failed stop pair skips the start pair.
   simctl({"fpga", "fault", "stuck", "0x14", "4", "1"});
-  EXPECT_EQ(reg->GPMCStopWaveForm(), SUCCESS);
+  EXPECT_EQ(ctl.GPMCStopWaveForm(), SUCCESS);
   simctl({"fpga", "fault", "stuck", "0x14", "12", "1"});
   trace.mark();
-  out = captured([&] { EXPECT_EQ(reg->GPMCStopStartWaveForm(), FAILURE); });
+  out = captured([&] { EXPECT_EQ(ctl.GPMCStopStartWaveForm(), FAILURE); });
   EXPECT_EQ(trace.grep("fpga wr reg 0x0014").size(), 2u);  // the stop pair only
   EXPECT_TRUE(contains(out, "failed to start-stop data stream and wave run\n"));
 }
@@ -90,25 +124,25 @@ TEST_F(GpmcTest, FpgaTriggerOfTheLogPulsesThePrimarySource) {
 }
 
 TEST_F(GpmcTest, WatchdogAndMeasurementControls) {
-  ASSERT_EQ(reg->setSHDogEn(true), SUCCESS);
-  ASSERT_EQ(reg->tickleDog(false), SUCCESS);
+  ASSERT_EQ(stat.setSHDogEn(true), SUCCESS);
+  ASSERT_EQ(stat.tickleDog(false), SUCCESS);
   EXPECT_EQ(wrote("0x0048"), "0x0000");
-  ASSERT_EQ(reg->GPMCFrcMeasReset(), SUCCESS);
+  ASSERT_EQ(ctl.GPMCFrcMeasReset(), SUCCESS);
   EXPECT_EQ(wrote("0x000e"), "0x1040 0x1440 0x1040");
-  ASSERT_EQ(reg->GPMCEnContDataColl(), SUCCESS);
+  ASSERT_EQ(ctl.GPMCEnContDataColl(), SUCCESS);
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "a2d: continuous"));
 }
 
 TEST_F(GpmcMainHostTest, MainHostOkayWatchdogOledResetAndSnapshot) {
   bool ok = true;
-  ASSERT_EQ(reg->setMHOK(false), SUCCESS);
-  ASSERT_EQ(reg->mhAllOK(&ok), SUCCESS);
+  ASSERT_EQ(stat.setMHOK(false), SUCCESS);
+  ASSERT_EQ(stat.mhAllOK(&ok), SUCCESS);
   EXPECT_FALSE(ok);
-  ASSERT_EQ(reg->setMHOK(true), SUCCESS);
-  ASSERT_EQ(reg->setMHDogEn(true), SUCCESS);
+  ASSERT_EQ(stat.setMHOK(true), SUCCESS);
+  ASSERT_EQ(stat.setMHDogEn(true), SUCCESS);
   trace.mark();
-  ASSERT_EQ(reg->tickleDog(true), SUCCESS);
-  ASSERT_EQ(reg->rstOLED(), SUCCESS);
+  ASSERT_EQ(stat.tickleDog(true), SUCCESS);
+  ASSERT_EQ(ctl.rstOLED(), SUCCESS);
   EXPECT_EQ(wrote("0x0014"), "0x0000");
   EXPECT_EQ(wrote("0x0006"), "0x0010 0x4010");
   S_GPMC_MH_FPGA_REGS regs = {};
@@ -137,12 +171,12 @@ TEST_F(GpmcTest, OutputBufferTakesWritesOnlyWhenEnabledAndReadsTwice) {
   GpmcDev* obuf = dev("obuf");
   unsigned short words[2] = {0x1234, 0x5678}, buf[2] = {};
   unsigned long n = 0;
-  ASSERT_EQ(obuf->wrOBufLoc(0x20, 0x1111), SUCCESS);
+  ASSERT_EQ(obuf->write(words, 0x20, 1, &n), SUCCESS);
   EXPECT_EQ(peek("obuf", "0x20"), 0);
-  ASSERT_EQ(reg->GPMCEnOBufWrites(), SUCCESS);
+  ASSERT_EQ(ctl.GPMCEnOBufWrites(), SUCCESS);
   ASSERT_EQ(obuf->write(words, 0x20, 2, &n), SUCCESS);
   trace.mark();
-  ASSERT_EQ(obuf->read(buf, 0x20, 2, &n, 1), SUCCESS);
+  ASSERT_EQ(obuf->read(buf, 0x20, &n), SUCCESS);
   EXPECT_EQ(buf[0], 0x1234);
   EXPECT_EQ(buf[1], 0x5678);
   EXPECT_EQ(fpgaLines(), (std::vector<std::string>{"fpga rd obuf 0x0020 -> 0x0000", "fpga rd obuf 0x0020 -> 0x1234",
@@ -154,7 +188,7 @@ TEST_F(GpmcTest, SampleBlocksGoToAFileFromTheSettledAddress) {
   std::string path = testPath("ctf.txt");
   FILE* f = fopen(path.c_str(), "w+");
   ASSERT_NE(f, nullptr);
-  ASSERT_EQ(dev("ibuf")->rdOBufToFile(f, 2), SUCCESS);
+  ASSERT_EQ(GpmcDevBuf(*dev("ibuf")).rdOBufToFile(f, 2), SUCCESS);
   fclose(f);
   // Address 0: a discarded read, then four words per block.
   std::string expected;
@@ -170,8 +204,7 @@ TEST_F(GpmcTest, SampleBlocksGoToAFileFromTheSettledAddress) {
 }
 
 TEST_F(GpmcTest, DriverBufferIsPreparedWithOneWriteAndAMapping) {
-  ASSERT_EQ(reg->GPMCPreventDriverOverflow(), SUCCESS);
+  ASSERT_EQ(GpmcDevBuf(*reg).GPMCPreventDriverOverflow(), SUCCESS);
   EXPECT_EQ(fpgaLines(), (std::vector<std::string>{"fpga write cmd 0x11abcb val 0x100000", "fpga mmap len 0x200000"}));
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "driver buffer prepared: yes"));
-  EXPECT_EQ(GpmcDev::getGpmcDev(FPGA_OUTPUT_BUFFER), dev("obuf"));
 }

@@ -1,88 +1,88 @@
-// GpmcDev's ramp sequences and waits against the simulated ramp engine.
+// The ramp engine's sequences and waits against the simulated ramp engine.
 #include <unistd.h>
 
 #include "gpmcTestUtil.h"
 
 TEST_F(GpmcTest, ManualStepsClampAtTheTopAndAtZero) {
-  ASSERT_EQ(reg->GPMCSetOutput(0x7ff0), SUCCESS);
+  ASSERT_EQ(ramp.GPMCSetOutput(0x7ff0), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x7ff0);
-  ASSERT_EQ(reg->GPMCStepUp(0x20), SUCCESS);
+  ASSERT_EQ(ramp.GPMCStepUp(0x20), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x8000);
   EXPECT_EQ(wrote("0x0026"), "0x7ff0 0x8000");
-  ASSERT_EQ(reg->GPMCSetOutput(0x7000), SUCCESS);
-  ASSERT_EQ(reg->GPMCStepUp(0x100), SUCCESS);
+  ASSERT_EQ(ramp.GPMCSetOutput(0x7000), SUCCESS);
+  ASSERT_EQ(ramp.GPMCStepUp(0x100), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x7100);
-  ASSERT_EQ(reg->GPMCStepDown(0x40), SUCCESS);
+  ASSERT_EQ(ramp.GPMCStepDown(0x40), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x70c0);
-  ASSERT_EQ(reg->GPMCStepDown(0x8000), SUCCESS);
+  ASSERT_EQ(ramp.GPMCStepDown(0x8000), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0);
   // Zero is set with the direction bit clear, any other value with it set.
-  ASSERT_EQ(reg->GPMCSetOutput(0), SUCCESS);
+  ASSERT_EQ(ramp.GPMCSetOutput(0), SUCCESS);
   EXPECT_EQ(peek("reg", "0x30") & 0x000f, 0x000b);
-  ASSERT_EQ(reg->GPMCSetOutput(5), SUCCESS);
+  ASSERT_EQ(ramp.GPMCSetOutput(5), SUCCESS);
   EXPECT_EQ(peek("reg", "0x30") & 0x000f, 0x000f);
 }
 
 TEST_F(GpmcTest, TimerRampUpAndDownWithTheirWaits) {
-  ASSERT_EQ(reg->GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);  // four steps of 1 ms
-  ASSERT_EQ(reg->waitForRampStart(false, true), SUCCESS);
-  std::string out = captured([&] { EXPECT_EQ(reg->waitForAtTgtLim(true, true), SUCCESS); });
+  ASSERT_EQ(ramp.GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);  // four steps of 1 ms
+  ASSERT_EQ(ramp.waitForRampStart(false, true), SUCCESS);
+  std::string out = captured([&] { EXPECT_EQ(ramp.waitForAtTgtLim(true, true), SUCCESS); });
   EXPECT_EQ(peek("reg", "0x24"), 0x400);
   EXPECT_TRUE(contains(out, "function waitForAtTgtLim - current value= 0x0"));
   EXPECT_TRUE(contains(out, "function waitForAtTgtLim - waited "));
-  ASSERT_EQ(reg->waitForRampEnd(false, false), SUCCESS);
+  ASSERT_EQ(ramp.waitForRampEnd(false, false), SUCCESS);
   bool ended = false;
-  ASSERT_EQ(reg->checkForRampEnd(&ended), SUCCESS);
+  ASSERT_EQ(ramp.checkForRampEnd(&ended), SUCCESS);
   EXPECT_TRUE(ended);
 
   trace.mark();
-  ASSERT_EQ(reg->GPMCRampDownTmr(0x100, 100), SUCCESS);
+  ASSERT_EQ(ramp.GPMCRampDownTmr(0x100, 100), SUCCESS);
   EXPECT_EQ(wrote("0x0028") + " " + wrote("0x001e"), "0x0064 0x0000");
-  ASSERT_EQ(reg->waitForAtZero(false, true), SUCCESS);
-  ASSERT_EQ(reg->waitForCurrValZero(false, true), SUCCESS);
+  ASSERT_EQ(ramp.waitForAtZero(false, true), SUCCESS);
+  ASSERT_EQ(ramp.waitForCurrValZero(false, true), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0);
 }
 
 TEST_F(GpmcTest, CycleRampFollowsTheRunningWaveformInItsRegisterOrder) {
-  ASSERT_EQ(reg->GPMCStartWaveForm(), SUCCESS);
+  ASSERT_EQ(ctl.GPMCStartWaveForm(), SUCCESS);
   trace.mark();
-  ASSERT_EQ(reg->GPMCRampUpCyc(0x200, 0x100, 1), SUCCESS);
+  ASSERT_EQ(ramp.GPMCRampUpCyc(0x200, 0x100, 1), SUCCESS);
   std::string order;
   for (const std::string& w : trace.grep("fpga wr reg")) order += w.substr(12, 6) + " ";
   EXPECT_EQ(order, "0x0030 0x0030 0x0020 0x0030 0x001e 0x0022 0x0030 ");
   EXPECT_EQ(wrote("0x0020") + " " + wrote("0x001e") + " " + wrote("0x0022"), "0x0100 0x0200 0x0000");
   EXPECT_EQ(wrote("0x0030"), "0x2000 0x2004 0x2004 0x200c");  // at last: up, cycle mode, enabled
-  ASSERT_EQ(reg->waitForAtTgtLim(false, true), SUCCESS);
+  ASSERT_EQ(ramp.waitForAtTgtLim(false, true), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x200);
-  ASSERT_EQ(reg->GPMCRampDownCyc(0x200, 2), SUCCESS);
-  ASSERT_EQ(reg->waitForAtZero(false, true), SUCCESS);
-  ASSERT_EQ(reg->disableRamping(), SUCCESS);
+  ASSERT_EQ(ramp.GPMCRampDownCyc(0x200, 2), SUCCESS);
+  ASSERT_EQ(ramp.waitForAtZero(false, true), SUCCESS);
+  ASSERT_EQ(ramp.disableRamping(), SUCCESS);
   EXPECT_EQ(peek("reg", "0x30") & 0x0008, 0);
 }
 
 TEST_F(GpmcTest, RampSequenceStopsAtTheFirstFailingStep) {
   simctl({"fpga", "fault", "stuck", "0x30", "2", "0"});
-  std::string out = captured([&] { EXPECT_EQ(reg->GPMCRampUpCyc(0x200, 0x100, 1), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(ramp.GPMCRampUpCyc(0x200, 0x100, 1), FAILURE); });
   EXPECT_TRUE(contains(out, "function GPMCRampUpCyc - failed to set ramp direction to up\n"));
   EXPECT_TRUE(trace.grep("fpga wr reg 0x0020").empty());
 }
 
 TEST_F(GpmcTest, NotOkaySignalHostAbortsAWaitThatQuitsOnIt) {
   simctl({"fpga", "fault", "sh-not-ok"});
-  ASSERT_EQ(reg->GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);
-  std::string out = captured([&] { EXPECT_EQ(reg->waitForRampEnd(false, true), FAILURE); });
+  ASSERT_EQ(ramp.GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);
+  std::string out = captured([&] { EXPECT_EQ(ramp.waitForRampEnd(false, true), FAILURE); });
   EXPECT_TRUE(contains(out, "function waitForRampEnd - quitting with status 2 due to signal host All-okay out not okay\n"));
   EXPECT_EQ(trace.grep("fpga rd reg 0x0016").size(), 1u);  // aborted at the first poll
   // Without quitOnNotOK the same wait goes on to the ramp's end.
-  EXPECT_EQ(reg->waitForRampEnd(false, false), SUCCESS);
+  EXPECT_EQ(ramp.waitForRampEnd(false, false), SUCCESS);
 }
 
 TEST_F(GpmcTest, RampThatNeverEndsKeepsRunningAtItsLimit) {
   simctl({"fpga", "fault", "ramp-never-ends"});
-  ASSERT_EQ(reg->GPMCRampUpTmr(0x200, 0x100, 10), SUCCESS);  // two steps of 100 us
+  ASSERT_EQ(ramp.GPMCRampUpTmr(0x200, 0x100, 10), SUCCESS);  // two steps of 100 us
   usleep(20000);
   bool ended = true;
-  ASSERT_EQ(reg->checkForRampEnd(&ended), SUCCESS);
+  ASSERT_EQ(ramp.checkForRampEnd(&ended), SUCCESS);
   EXPECT_FALSE(ended);
   EXPECT_EQ(peek("reg", "0x24"), 0x200);
   EXPECT_TRUE(contains(simctl({"fpga", "ramp"}), "status: running\n"));
@@ -92,9 +92,9 @@ TEST_F(GpmcTest, RampThatNeverEndsKeepsRunningAtItsLimit) {
 // 10000 polls of 500 us, printing the value every 1000th poll.
 TEST_F(GpmcTest, RampThatNeverStartsTimesOutWithItsMessage) {
   simctl({"fpga", "fault", "ramp-never-starts"});
-  ASSERT_EQ(reg->GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);
+  ASSERT_EQ(ramp.GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);
   trace.mark();
-  std::string out = captured([&] { EXPECT_EQ(reg->waitForRampStart(true, false), TIMEOUT); });
+  std::string out = captured([&] { EXPECT_EQ(ramp.waitForRampStart(true, false), TIMEOUT); });
   EXPECT_TRUE(contains(out, "function waitForRampStart - timed out waiting for ramp start\n"));
   EXPECT_TRUE(contains(out, "function waitForRampStart - waited 5000000 microsecs\n"));
   size_t values = 0;

@@ -4,7 +4,10 @@
 #include <string>
 #include <vector>
 
+#include "gpmcDevCtl.h"
 #include "gpmcDevMap.h"
+#include "gpmcDevRamp.h"
+#include "gpmcDevStat.h"
 #include "testEnv.h"
 #include "textUtil.h"
 
@@ -33,4 +36,7 @@ protected:
 
   Trace trace;
   GpmcDev* reg = dev("reg");
+  GpmcDevCtl ctl{*reg};
+  GpmcDevStat stat{*reg};
+  GpmcDevRamp ramp{*reg};
 };

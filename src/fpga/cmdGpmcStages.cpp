@@ -10,8 +10,9 @@
 #include "gpmcDevCtl.h"
 #include "gpmcDevMap.h"
 #include "gpmcWordDump.h"
+#include "keyInput.h"
 #include "log.h"
-#include "terminal.h"
+#include "termState.h"
 
 namespace {
 constexpr unsigned long BLOCK_WORDS = 256;

@@ -16,7 +16,7 @@
 #include "i2cSmbus.h"
 #include "rev.h"
 #include "log.h"
-#include "terminal.h"
+#include "keyInput.h"
 
 namespace {
 constexpr unsigned short SCAN_FAILED_CODE = 0x1729;

@@ -1,6 +1,6 @@
 #pragma once
+#include "keyInput.h"
 #include "log.h"
-#include "terminal.h"
 #include "test.h"
 
 // Walks a single one and then a single zero through every bit of one

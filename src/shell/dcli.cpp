@@ -7,9 +7,9 @@
 #include "cmdHistory.h"
 #include "commands.h"
 #include "cmdLine.h"
+#include "keyInput.h"
 #include "lineEditor.h"
 #include "log.h"
-#include "terminal.h"
 
 namespace {
 char lclCmdLine[CMD_LINE_LEN];

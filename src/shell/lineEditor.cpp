@@ -4,7 +4,7 @@
 #include <cstring>
 
 #include "cmdLineObjectMap.h"
-#include "terminal.h"
+#include "keyInput.h"
 
 namespace {
 constexpr char TAB = 9, BS = 8, DEL = 0x7F, ESC = 0x1B, CR = 0x0D, LF = 0x0A;

@@ -1,11 +1,6 @@
 #pragma once
-// Raw-terminal character input and the ANSI cursor and colour helpers.
-
-int nonblock(bool on);
-int inputAvailable();
-char nonBlockingGetChar();
-// True once standard input has reached end of file.
-bool stdinAtEof();
+// The ANSI cursor and colour helpers of full-screen output. Key input and the
+// terminal's modes are in keyInput.h and termState.h.
 
 void textWhite();
 void textRed();

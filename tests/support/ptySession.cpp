@@ -3,11 +3,13 @@
 #include <poll.h>
 #include <pty.h>
 #include <signal.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <termios.h>
 #include <unistd.h>
 
 #include <chrono>
+#include <cstdio>
 #include <cstdlib>
 
 #include "programs.h"
@@ -17,22 +19,102 @@ long long nowMs() {
   using namespace std::chrono;
   return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
 }
-}  // namespace
 
-PtySession::PtySession(const std::vector<std::string>& argv) {
-  struct winsize ws = {40, 120, 0, 0};
-  pid = forkpty(&master, nullptr, nullptr, &ws);
-  if (pid == 0) {
+// The session leader under job control: puts the program in a process group
+// of its own in the foreground, reports on the events pipe how the job fares,
+// and ends as the job ended (its exit code, or its signal).
+[[noreturn]] void jobShell(const std::vector<std::string>& argv, int events) {
+  signal(SIGTTOU, SIG_IGN);  // handing the terminal to the job from outside the foreground
+  pid_t job = fork();
+  if (job == 0) {
+    setpgid(0, 0);
+    tcsetpgrp(STDIN_FILENO, getpid());
+    signal(SIGTTOU, SIG_DFL);
+    close(events);
     execProgram(argv);
   }
+  setpgid(job, job);
+  tcsetpgrp(STDIN_FILENO, job);
+  dprintf(events, "job %d\n", static_cast<int>(job));
+  for (;;) {
+    int st;
+    if (waitpid(job, &st, WUNTRACED | WCONTINUED) < 0) _exit(126);
+    if (WIFSTOPPED(st)) {
+      dprintf(events, "stopped\n");
+    } else if (WIFCONTINUED(st)) {
+      dprintf(events, "continued\n");
+    } else if (WIFSIGNALED(st)) {
+      signal(WTERMSIG(st), SIG_DFL);
+      kill(getpid(), WTERMSIG(st));
+      _exit(126);
+    } else {
+      _exit(WEXITSTATUS(st));
+    }
+  }
+}
+}  // namespace
+
+PtySession::PtySession(const std::vector<std::string>& argv, const Options& opts) {
+  struct winsize ws = {40, 120, 0, 0};
+  int ev[2] = {-1, -1};
+  if (opts.jobControl && pipe(ev) != 0) return;
+  pid = forkpty(&master, nullptr, opts.modes, &ws);
+  if (pid == 0) {
+    // Programs that a test ends with a fatal signal leave no core files behind.
+    struct rlimit noCore = {0, 0};
+    setrlimit(RLIMIT_CORE, &noCore);
+    if (!opts.jobControl) execProgram(argv);
+    close(ev[0]);
+    jobShell(argv, ev[1]);
+  }
+  if (!opts.jobControl) return;
+  close(ev[1]);
+  events = ev[0];
+  if (waitJob("job ")) jobPid = atoi(eventText.c_str() + eventText.rfind("job ") + 4);
 }
 
 PtySession::~PtySession() {
+  if (jobPid > 0 && !exited) kill(jobPid, SIGKILL);
   if (pid > 0 && !exited) {
     kill(pid, SIGKILL);
     waitpid(pid, nullptr, 0);
   }
   if (master >= 0) close(master);
+  if (events >= 0) close(events);
+}
+
+termios PtySession::modes() const {
+  termios t = {};
+  tcgetattr(master, &t);
+  return t;
+}
+
+bool PtySession::waitCanonical(bool canonical, int timeoutMs) {
+  long long deadline = nowMs() + timeoutMs;
+  while (((modes().c_lflag & ICANON) != 0) != canonical) {
+    if (nowMs() > deadline) return false;
+    pump(10);
+  }
+  return true;
+}
+
+bool PtySession::waitJob(const std::string& event, int timeoutMs) {
+  long long deadline = nowMs() + timeoutMs;
+  for (;;) {
+    size_t at = eventText.find(event, eventPos);
+    size_t end = at == std::string::npos ? at : eventText.find('\n', at);
+    if (end != std::string::npos) {
+      eventPos = end + 1;
+      return true;
+    }
+    long long left = deadline - nowMs();
+    struct pollfd p = {events, POLLIN, 0};
+    if (left <= 0 || poll(&p, 1, static_cast<int>(left)) <= 0) return false;
+    char buf[256];
+    ssize_t n = read(events, buf, sizeof buf);
+    if (n <= 0) return false;
+    eventText.append(buf, static_cast<size_t>(n));
+  }
 }
 
 void PtySession::send(const std::string& keys) {
@@ -135,6 +217,7 @@ int PtySession::waitExit(int timeoutMs) {
     if (r == pid) {
       exited = true;
       exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+      endSig = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
       break;
     }
     if (nowMs() > deadline) return -1;

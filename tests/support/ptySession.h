@@ -1,5 +1,6 @@
 #pragma once
 #include <sys/types.h>
+#include <termios.h>
 #include <string>
 #include <vector>
 
@@ -7,7 +8,14 @@
 // it: raw keys in, screen text out. Waits are bounded by a timeout.
 class PtySession {
 public:
-  explicit PtySession(const std::vector<std::string>& argv);
+  struct Options {
+    const termios* modes = nullptr;  // the terminal's modes at start; the pty's defaults when null
+    // Runs the program as the foreground job of a small job-control shell, as
+    // at a login console: Ctrl-Z then stops it (see waitJob).
+    bool jobControl = false;
+  };
+  explicit PtySession(const std::vector<std::string>& argv) : PtySession(argv, Options()) {}
+  PtySession(const std::vector<std::string>& argv, const Options& opts);
   ~PtySession();
   PtySession(const PtySession&) = delete;
   PtySession& operator=(const PtySession&) = delete;
@@ -31,15 +39,31 @@ public:
   std::string currentLine() const;
   // Waits until the cursor's line reads exactly text; false on timeout.
   bool waitForLine(const std::string& text, int timeoutMs = 10000);
-  // Waits for the program to end; its exit code, or -1 on timeout.
+  // Waits for the program to end; its exit code, or -1 on timeout or when a signal ended it.
   int waitExit(int timeoutMs = 10000);
+  // After waitExit: the signal that ended the program, 0 when it exited.
+  int endSignal() const { return endSig; }
+
+  // The terminal's modes now, as the program sees them.
+  termios modes() const;
+  // Waits until the terminal is in canonical mode (or, with false, out of it).
+  bool waitCanonical(bool canonical, int timeoutMs = 10000);
+  // The program's process (under job control the job, not its shell).
+  pid_t programPid() const { return jobPid > 0 ? jobPid : pid; }
+  // Under job control: waits for the shell to report the job "stopped" or "continued".
+  bool waitJob(const std::string& event, int timeoutMs = 10000);
 
 private:
   void pump(int timeoutMs);
   int master = -1;
   pid_t pid = -1;
+  pid_t jobPid = -1;
+  int events = -1;  // the job-control shell's reports
+  std::string eventText;
+  size_t eventPos = 0;
   bool exited = false;
   int exitCode = -1;
+  int endSig = 0;
   std::string raw;
   size_t markPos = 0;
 };

@@ -1,0 +1,112 @@
+// The terminal after the shell: however the shell ends, and while it is
+// stopped, the terminal's modes are those it had before the shell started.
+#include <gtest/gtest.h>
+
+#include <pty.h>
+#include <signal.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <functional>
+#include <string>
+
+#include "programs.h"
+#include "ptySession.h"
+#include "testEnv.h"
+
+namespace {
+// The pty's own modes with a minimum read count of 4: canonical mode ignores
+// it, and the key wait sets it to 1, so only a shell that gives back exactly
+// what it found leaves it at 4.
+termios startModes() {
+  int m, s;
+  termios t = {};
+  if (openpty(&m, &s, nullptr, nullptr, nullptr) == 0) {
+    tcgetattr(s, &t);
+    close(m);
+    close(s);
+  }
+  t.c_cc[VMIN] = 4;
+  return t;
+}
+
+std::string text(const termios& t) {
+  char buf[64];
+  std::string out;
+  snprintf(buf, sizeof buf, "iflag %x oflag %x cflag %x lflag %x cc", t.c_iflag, t.c_oflag, t.c_cflag, t.c_lflag);
+  out = buf;
+  for (cc_t c : t.c_cc) out += " " + std::to_string(c);
+  return out;
+}
+
+struct WayOut {
+  const char* name;
+  const char* command;  // typed at the prompt first, "" for none
+  const char* running;  // what the command prints once it runs
+  bool keyWait;         // the shell then reads keys outside canonical mode
+  std::function<void(PtySession&)> end;
+  int exitCode;  // -1 when a signal ends the shell
+  int signal;
+};
+
+void key(PtySession& s, const char* k) { s.send(k); }
+void sig(PtySession& s, int n) { kill(s.programPid(), n); }
+}  // namespace
+
+TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
+  const WayOut ways[] = {
+      {"q", "", "", true, [](PtySession& s) { s.type("q\r"); }, 0, 0},
+      {"Ctrl-C at the prompt", "", "", true, [](PtySession& s) { key(s, "\x03"); }, -1, SIGINT},
+      {"Ctrl-\\ at the prompt", "", "", true, [](PtySession& s) { key(s, "\x1c"); }, -1, SIGQUIT},
+      {"terminate at the prompt", "", "", true, [](PtySession& s) { sig(s, SIGTERM); }, -1, SIGTERM},
+      {"hang-up at the prompt", "", "", true, [](PtySession& s) { sig(s, SIGHUP); }, -1, SIGHUP},
+      {"abort (a fatal fault)", "", "", true, [](PtySession& s) { sig(s, SIGABRT); }, -1, SIGABRT},
+      {"terminate in gpmc -rc", "gpmc -m reg -rc -s", "continuously reading reg", true,
+       [](PtySession& s) { sig(s, SIGTERM); }, -1, SIGTERM},
+      {"Ctrl-C in runtest -l 0", "runtest gpmcreg -l 0", "<CR> to quit", false,
+       [](PtySession& s) { key(s, "\x03"); }, -1, SIGINT},
+  };
+  const termios before = startModes();
+  for (const WayOut& w : ways) {
+    SCOPED_TRACE(w.name);
+    PtySession sh(programArgv(diagSimBin(), {}), {&before});
+    ASSERT_TRUE(sh.waitFor("diag> "));
+    if (*w.command) {
+      sh.type(w.command);
+      sh.send(PtySession::ENTER);
+      ASSERT_TRUE(sh.waitFor(w.running)) << sh.since();
+    }
+    if (w.keyWait) {
+      ASSERT_TRUE(sh.waitCanonical(false));
+    }
+    w.end(sh);
+    EXPECT_EQ(sh.waitExit(), w.exitCode) << sh.since();
+    EXPECT_EQ(sh.endSignal(), w.signal);
+    EXPECT_EQ(text(sh.modes()), text(before));
+  }
+}
+
+// Ctrl-Z gives the terminal back while the shell is stopped; continued, the
+// shell takes up its key wait again, and Tab completes at once.
+TEST(Terminal, GivenBackWhileStoppedAndTakenUpOnContinue) {
+  const termios before = startModes();
+  PtySession sh(programArgv(diagSimBin(), {}), {&before, true});
+  ASSERT_TRUE(sh.waitFor("diag> "));
+  ASSERT_TRUE(sh.waitCanonical(false));
+  sh.send("\x1a");
+  ASSERT_TRUE(sh.waitJob("stopped"));
+  EXPECT_EQ(text(sh.modes()), text(before));
+
+  kill(sh.programPid(), SIGCONT);
+  ASSERT_TRUE(sh.waitJob("continued"));
+  EXPECT_TRUE(sh.waitCanonical(false));
+  sh.mark();
+  sh.type("he\t");
+  EXPECT_TRUE(sh.waitFor("diag> help")) << sh.since();
+  sh.send(PtySession::ENTER);
+  EXPECT_TRUE(sh.waitFor("xth - external temp/humid ADC utility"));
+  sh.type("q\r");
+  EXPECT_EQ(sh.waitExit(), 0);
+  EXPECT_EQ(text(sh.modes()), text(before));
+}
+

@@ -1,5 +1,6 @@
 #include "keyInput.h"
 
+#include <poll.h>
 #include <sys/select.h>
 #include <unistd.h>
 
@@ -10,6 +11,27 @@
 
 namespace {
 bool atEof = false;
+constexpr char END_OF_INPUT = static_cast<char>(0xFF);
+
+// Blocks until a character can be read: a shell waiting at its prompt takes
+// no processor time. 0 when a signal (stop and continue) cut the wait short.
+char waitKey() {
+  struct pollfd p = {STDIN_FILENO, POLLIN, 0};
+  if (poll(&p, 1, -1) < 0) {
+    if (errno == EINTR) return 0;
+    atEof = true;
+    return END_OF_INPUT;
+  }
+  int r = fgetc(stdin);
+  if (r != EOF) return static_cast<char>(r);
+  if (ferror(stdin) && errno == EINTR) {
+    clearerr(stdin);
+    return 0;
+  }
+  // A hung-up or unreadable terminal ends the input as its end does.
+  atEof = true;
+  return END_OF_INPUT;
+}
 }  // namespace
 
 int inputAvailable() {
@@ -24,20 +46,9 @@ int inputAvailable() {
 }
 
 char nonBlockingGetChar() {
-  char c = 0;
   nonblock(true);
-  do {
-    usleep(1);
-    if (inputAvailable()) {
-      int r = fgetc(stdin);
-      if (r == EOF) {
-        atEof = feof(stdin);
-        c = static_cast<char>(0xFF);
-      } else {
-        c = static_cast<char>(r);
-      }
-    }
-  } while (c == 0);
+  char c = 0;
+  while (c == 0) c = waitKey();
   nonblock(false);
   return c;
 }

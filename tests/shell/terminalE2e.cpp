@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <cstdio>
+#include <cstdlib>
 #include <functional>
 #include <string>
 
@@ -48,6 +49,14 @@ struct WayOut {
   int exitCode;  // -1 when a signal ends the shell
   int signal;
 };
+
+// The times the program's main thread gave up the processor (to sleep or wait); -1 when /proc cannot tell.
+long voluntarySwitches(pid_t pid) {
+  const std::string status = readFile("/proc/" + std::to_string(pid) + "/status");
+  const std::string field = "\nvoluntary_ctxt_switches:";
+  size_t at = status.find(field);
+  return at == std::string::npos ? -1 : atol(status.c_str() + at + field.size());
+}
 
 void key(PtySession& s, const char* k) { s.send(k); }
 void sig(PtySession& s, int n) { kill(s.programPid(), n); }
@@ -110,3 +119,20 @@ TEST(Terminal, GivenBackWhileStoppedAndTakenUpOnContinue) {
   EXPECT_EQ(text(sh.modes()), text(before));
 }
 
+// Waiting at the prompt, the shell blocks until a key arrives instead of
+// waking to look for one. The half second here is a window of idleness, not a
+// wait for output: a shell that polls for keys gives up the processor
+// thousands of times in it; one blocked on the terminal at most once, as it
+// enters the wait.
+TEST(Terminal, IdlePromptSleepsUntilAKey) {
+  PtySession sh(programArgv(diagSimBin(), {}));
+  ASSERT_TRUE(sh.waitFor("diag> "));
+  ASSERT_TRUE(sh.waitCanonical(false));
+  const long before = voluntarySwitches(sh.programPid());
+  if (before < 0) GTEST_SKIP() << "/proc gives no context switch counts here";
+  usleep(500000);
+  EXPECT_LE(voluntarySwitches(sh.programPid()) - before, 1);
+  sh.mark();
+  sh.type("he\t");
+  EXPECT_TRUE(sh.waitFor("diag> help")) << sh.since();
+}

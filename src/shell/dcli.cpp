@@ -27,7 +27,7 @@ E_STATUS runScriptFile(const char* name) {
     LOGERR(LOG_TERM, "unable to open file %s\n", escPct(name).c_str());
     return FAILURE;
   }
-  E_STATUS status = runScript(f);
+  E_STATUS status = runScript(f, name);
   fclose(f);
   return status;
 }

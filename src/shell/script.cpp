@@ -1,3 +1,5 @@
+#include <algorithm>
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -6,41 +8,83 @@
 #include "log.h"
 
 namespace {
-bool readScriptLine(FILE* f, std::string& line) {
-  line.clear();
-  int c;
-  while ((c = fgetc(f)) != EOF && c != '\n') line += static_cast<char>(c);
-  if (c == EOF && line.empty()) return false;
+// The longest script line kept, far beyond a command line, so that banner
+// lines (#!) are echoed whole. A longer line is cut there and the rest of it
+// skipped: whatever a file holds (an endless line), memory stays bounded.
+constexpr int SCRIPT_LINE_MAX = 4096;
+
+// fgets into buf; true when it stopped at a newline or at the end of the file,
+// false when the buffer filled first. NUL characters in the line do not fool it:
+// fgets writes the buffer's last byte only when it fills the buffer.
+bool readToEnd(FILE* f, char* buf, int size, bool* got) {
+  buf[size - 1] = 1;
+  *got = fgets(buf, size, f) != nullptr;
+  return !*got || buf[size - 1] != '\0' || buf[size - 2] == '\n';
+}
+
+// Reads one line, without its end, into buf; sets cut when it did not fit.
+bool readScriptLine(FILE* f, char (&buf)[SCRIPT_LINE_MAX + 1], bool* cut) {
+  bool got;
+  bool whole = readToEnd(f, buf, sizeof buf, &got);
+  if (!got) return false;
+  *cut = false;
+  if (!whole) {
+    int c = getc(f);
+    *cut = c != '\n' && c != EOF;
+    char rest[512];
+    while (*cut && !readToEnd(f, rest, sizeof rest, &got)) {
+    }
+  }
+  size_t n = strlen(buf);
+  if (n > 0 && buf[n - 1] == '\n') buf[--n] = '\0';
   // Scripts edited on other systems end their lines with CR LF.
-  if (!line.empty() && line.back() == '\r') line.pop_back();
+  if (n > 0 && buf[n - 1] == '\r') buf[--n] = '\0';
   return true;
 }
 
-bool isRunnable(const std::string& line) {
-  if (line.empty()) return false;
+bool isRunnable(const char* line) {
   unsigned char c = static_cast<unsigned char>(line[0]);
   return c > 0x20 && c <= 0x7E && c != '#';
 }
+
+// Prints a banner line whole with its newline: one log call holds a few hundred characters.
+void echoLine(const char* line) {
+  constexpr size_t PIECE = 200;
+  for (size_t n = strlen(line), at = 0; at < n; at += PIECE)
+    log(LOG_TERM, "%s", escPct(std::string(line + at, std::min(PIECE, n - at))).c_str());
+  log(LOG_TERM, "\n");
+}
 }  // namespace
 
-E_STATUS runScript(FILE* f) {
-  std::string line;
+E_STATUS runScript(FILE* f, const char* name) {
+  char line[SCRIPT_LINE_MAX + 1];
   char argv[MAX_ARGS][ARG_LEN];
   int argc;
-  while (readScriptLine(f, line)) {
+  bool cut;
+  for (int lineNo = 1; readScriptLine(f, line, &cut); ++lineNo) {
+    if (cut)
+      LOGERR(LOG_TERM, "line %d of file %s is longer than %d characters: cut there, the rest of it skipped\n", lineNo,
+             escPct(name).c_str(), SCRIPT_LINE_MAX);
     if (!isRunnable(line)) {
-      if (line.compare(0, 2, "#!") == 0) log(LOG_TERM, "%s\n", escPct(line).c_str());
+      if (!strncmp(line, "#!", 2)) echoLine(line);
       continue;
     }
-    if (line == "stop") {
+    if (!strcmp(line, "stop")) {
       log(LOG_TERM, "found stop - stopping\n");
-      break;
+      return SUCCESS;
     }
-    if (lineParser(&argc, argv, line.c_str()) != SUCCESS) continue;  // refused with its reason; the script goes on
+    if (lineParser(&argc, argv, line) != SUCCESS) continue;  // refused with its reason; the script goes on
     if (cmdExec(argc, argv) != SUCCESS) {
       LOGERR(LOG_TERM, "cmdExec failed\n");
-      break;
+      return SUCCESS;
     }
+  }
+  // A directory, or a file the system cannot read: say so rather than run nothing in silence.
+  if (ferror(f)) {
+    int err = errno;
+    LOGERR(LOG_TERM, "unable to read file %s, so it cannot be run\n", escPct(name).c_str());
+    logErrno(LOG_TERM, err);
+    return FAILURE;
   }
   return SUCCESS;
 }

@@ -12,6 +12,8 @@
 #include <cstring>
 #include <ctime>
 
+#include "simTrace.h"
+
 namespace sim {
 
 std::string statePath() {
@@ -44,6 +46,8 @@ void SimStore::openFile() {
 }
 
 SimStore::SimStore() {
+  // Outside the state lock, which every other process waits for.
+  traceOpen();
   openFile();
   if (flock(fd, LOCK_EX) != 0) fatal("cannot lock the simulator state");
   struct stat sb;

@@ -22,7 +22,8 @@ bool readToEnd(FILE* f, char* buf, int size, bool* got) {
   return !*got || buf[size - 1] != '\0' || buf[size - 2] == '\n';
 }
 
-// Reads one line, without its end, into buf; sets cut when it did not fit.
+// Reads one line, without its end, into buf; sets cut when it did not fit
+// (the rest of it is then still to be read: see skipRest).
 bool readScriptLine(FILE* f, char (&buf)[SCRIPT_LINE_MAX + 1], bool* cut) {
   bool got;
   bool whole = readToEnd(f, buf, sizeof buf, &got);
@@ -31,15 +32,19 @@ bool readScriptLine(FILE* f, char (&buf)[SCRIPT_LINE_MAX + 1], bool* cut) {
   if (!whole) {
     int c = getc(f);
     *cut = c != '\n' && c != EOF;
-    char rest[512];
-    while (*cut && !readToEnd(f, rest, sizeof rest, &got)) {
-    }
   }
   size_t n = strlen(buf);
   if (n > 0 && buf[n - 1] == '\n') buf[--n] = '\0';
   // Scripts edited on other systems end their lines with CR LF.
   if (n > 0 && buf[n - 1] == '\r') buf[--n] = '\0';
   return true;
+}
+
+void skipRest(FILE* f) {
+  char rest[512];
+  bool got;
+  while (!readToEnd(f, rest, sizeof rest, &got)) {
+  }
 }
 
 bool isRunnable(const char* line) {
@@ -62,9 +67,12 @@ E_STATUS runScript(FILE* f, const char* name) {
   int argc;
   bool cut;
   for (int lineNo = 1; readScriptLine(f, line, &cut); ++lineNo) {
-    if (cut)
+    if (cut) {
+      // Said before the rest is read: an endless line (/dev/zero) is read until the operator interrupts.
       LOGERR(LOG_TERM, "line %d of file %s is longer than %d characters: cut there, the rest of it skipped\n", lineNo,
              escPct(name).c_str(), SCRIPT_LINE_MAX);
+      skipRest(f);
+    }
     if (!isRunnable(line)) {
       if (!strncmp(line, "#!", 2)) echoLine(line);
       continue;

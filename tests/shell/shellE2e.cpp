@@ -2,6 +2,7 @@
 // interactive prompt in a real pseudo-terminal.
 #include <gtest/gtest.h>
 
+#include <signal.h>
 #include <unistd.h>
 
 #include <fstream>
@@ -72,29 +73,6 @@ TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {
   EXPECT_NE(r.out.find("function runScriptFile - unable to open file " + testPath("missing")), std::string::npos);
 }
 
-// A directory cannot be run and the message says why; a banner longer than one
-// log call is echoed whole; a line longer than a script line can be is cut with
-// a message naming it, the script goes on, and memory stays bounded however
-// long the line (measured against the same script without it).
-TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
-  RunResult r = runSim({"file", testDir()});
-  EXPECT_NE(r.out.find("unable to read file " + testDir() + ", so it cannot be run\nIs a directory (21)\n"),
-            std::string::npos) << r.out;
-
-  const std::string banner = "#!" + std::string(600, '=') + " 100% %s";
-  writeFile(testPath("banner.txt"), banner + "\nec -cd Scan\n");
-  EXPECT_EQ(runSim({"file", testPath("banner.txt")}).out, banner + "\n!1729\n");
-
-  writeFile(testPath("short.txt"), "# short\n#!y\nec -cd Scan\n");
-  RunResult base = runSim({"file", testPath("short.txt")});
-  writeFile(testPath("long.txt"), "# short\n#!" + std::string(24 << 20, 'y') + "\nec -cd Scan\n");
-  r = runSim({"file", testPath("long.txt")});
-  EXPECT_NE(r.out.find("line 2 of file " + testPath("long.txt") + " is longer than 4096 characters"),
-            std::string::npos) << r.out.substr(0, 300);
-  EXPECT_NE(r.out.find("\n#!" + std::string(4094, 'y') + "\n!1729\n"), std::string::npos);
-  EXPECT_LT(r.maxRssKb - base.maxRssKb, 8 * 1024);
-}
-
 TEST(Interactive, CompletionHistoryAndQuit) {
   Shell sh;
   sh.mark();
@@ -146,6 +124,38 @@ TEST(Interactive, ScriptsRunFromThePrompt) {
   // Empty and blank lines just bring a new prompt.
   sh.line("");
   sh.line("   ");
+}
+
+// A directory cannot be run and the message says why; a banner longer than one
+// log call is echoed whole; a line longer than a script line can be is cut with
+// a message naming it, the script goes on, and the shell's memory does not grow
+// with the line (an endless line, as /dev/zero holds, once took it all).
+TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
+  RunResult r = runSim({"file", testDir()});
+  EXPECT_NE(r.out.find("unable to read file " + testDir() + ", so it cannot be run\nIs a directory (21)\n"),
+            std::string::npos) << r.out;
+
+  const std::string banner = "#!" + std::string(600, '=') + " 100% %s";
+  writeFile(testPath("banner.txt"), banner + "\nec -cd Scan\n");
+  EXPECT_EQ(runSim({"file", testPath("banner.txt")}).out, banner + "\n!1729\n");
+
+  writeFile(testPath("short.txt"), "# short\n#!y\nec -cd Scan\n");
+  writeFile(testPath("long.txt"), "# short\n#!" + std::string(24 << 20, 'y') + "\nec -cd Scan\n");
+  Shell sh;
+  sh.line("file " + testPath("short.txt"));
+  const long before = procStatus(sh.programPid(), "VmHWM");
+  std::string out = sh.line("file " + testPath("long.txt"));
+  EXPECT_NE(out.find("line 2 of file " + testPath("long.txt") + " is longer than 4096 characters"), std::string::npos)
+      << out.substr(0, 300);
+  EXPECT_NE(out.find("\r\n#!" + std::string(4094, 'y') + "\r\n!1729\r\n"), std::string::npos);
+  EXPECT_LT(procStatus(sh.programPid(), "VmHWM") - before, 8 * 1024);
+
+  // An endless line is named at once; the shell reads on until interrupted.
+  PtySession zero(programArgv(diagSimBin(), {"file", "/dev/zero"}));
+  EXPECT_TRUE(zero.waitFor("line 1 of file /dev/zero is longer than 4096 characters")) << zero.since();
+  zero.send("\x03");
+  zero.waitExit();
+  EXPECT_EQ(zero.endSignal(), SIGINT);
 }
 
 TEST(Interactive, EndOfInputEndsTheShell) {

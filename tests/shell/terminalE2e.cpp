@@ -7,7 +7,6 @@
 #include <unistd.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <functional>
 #include <string>
 
@@ -49,14 +48,6 @@ struct WayOut {
   int exitCode;  // -1 when a signal ends the shell
   int signal;
 };
-
-// The times the program's main thread gave up the processor (to sleep or wait); -1 when /proc cannot tell.
-long voluntarySwitches(pid_t pid) {
-  const std::string status = readFile("/proc/" + std::to_string(pid) + "/status");
-  const std::string field = "\nvoluntary_ctxt_switches:";
-  size_t at = status.find(field);
-  return at == std::string::npos ? -1 : atol(status.c_str() + at + field.size());
-}
 
 void key(PtySession& s, const char* k) { s.send(k); }
 void sig(PtySession& s, int n) { kill(s.programPid(), n); }
@@ -128,10 +119,10 @@ TEST(Terminal, IdlePromptSleepsUntilAKey) {
   PtySession sh(programArgv(diagSimBin(), {}));
   ASSERT_TRUE(sh.waitFor("diag> "));
   ASSERT_TRUE(sh.waitCanonical(false));
-  const long before = voluntarySwitches(sh.programPid());
+  const long before = procStatus(sh.programPid(), "voluntary_ctxt_switches");
   if (before < 0) GTEST_SKIP() << "/proc gives no context switch counts here";
   usleep(500000);
-  EXPECT_LE(voluntarySwitches(sh.programPid()) - before, 1);
+  EXPECT_LE(procStatus(sh.programPid(), "voluntary_ctxt_switches") - before, 1);
   sh.mark();
   sh.type("he\t");
   EXPECT_TRUE(sh.waitFor("diag> help")) << sh.since();

@@ -16,7 +16,6 @@ struct RunResult {
   int exitCode = -1;  // -1: killed or did not end in time
   std::string out;    // standard output and standard error, in order
   bool timedOut = false;
-  long maxRssKb = 0;  // the most memory the program held at once
 };
 
 // Runs a program to its end with the given standard input; kills it after timeoutMs.

@@ -52,6 +52,12 @@ std::string usePrivateShm() {
   return "";
 }
 
+long procStatus(int pid, const std::string& field) {
+  const std::string status = readFile("/proc/" + std::to_string(pid) + "/status");
+  size_t at = status.find("\n" + field + ":");
+  return at == std::string::npos ? -1 : atol(status.c_str() + at + field.size() + 2);
+}
+
 std::string simctl(const std::vector<std::string>& args) {
   std::string out;
   int rc = sim::simCtl(args, out);

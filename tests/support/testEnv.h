@@ -17,6 +17,9 @@ void writeFile(const std::string& path, const std::string& text);
 // process, so tests that hold, leak or kill a holder of one disturb no other.
 std::string usePrivateShm();
 
+// A number field of /proc/PID/status (VmHWM in kB, voluntary_ctxt_switches); -1 when /proc cannot tell.
+long procStatus(int pid, const std::string& field);
+
 // The simulator's control surface, in-process (same state as the started programs).
 std::string simctl(const std::vector<std::string>& args);
 

@@ -140,7 +140,7 @@ E_STATUS plainRead(I2cDev& dev, const Request& rq, unsigned long count) {
 }
 
 E_STATUS access(const Request& rq) {
-  I2cDevUtil util(rq.device, __FILE__, __LINE__, __func__, false, false);
+  I2cDevUtil util(rq.device, false, false);
   if (util.stat() != SUCCESS) {
     LOGERR(LOG_TERM, "cannot reach I2C device %s, status= %d\n", escPct(rq.device).c_str(), util.stat());
     return util.stat();

@@ -155,19 +155,19 @@ E_STATUS FanCtlr::rdFanCtlrReg(unsigned char page, unsigned char offset, unsigne
     LOGERR(LOG_TERM, "page %d, command 0x%02x is not in the fan controller's register table\n", page, offset);
     return ENTRY_NOT_FOUND;
   }
-  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util("fctl", true, false);
   if (util.stat() != SUCCESS) return util.stat();
   return lclRdFanCtlrReg(util.getItr(), page, offset, reg->width / 8, pDatum);
 }
 
 E_STATUS FanCtlr::wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsigned char offset, unsigned short datum) {
-  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util("fctl", true, false);
   if (util.stat() != SUCCESS) return util.stat();
   return lclWrFanCtlrReg(util.getItr(), page, offset, numBytes, &datum);
 }
 
 E_STATUS FanCtlr::rdFanCtlrRegs() {
-  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util("fctl", true, false);
   E_STATUS st = util.stat();
   if (st != SUCCESS) return st;
   for (auto& [page, cmds] : pageMap) {

@@ -37,7 +37,7 @@ bool answers(I2cDev* dev) {
 
 // Sets the device's path up and probes it; false with the reason printed.
 bool probe(const std::string& name) {
-  I2cDevUtil util(name, __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util(name, true, false);
   return util.stat() == SUCCESS && answers(util.getItr()->second);
 }
 
@@ -118,7 +118,7 @@ E_STATUS I2CFastRegAxsTest::runTest(int argc, char argv[][ARG_LEN]) {
     verdict(FAILURE, 0);
     return FAILURE;
   }
-  I2cDevUtil util(dev, __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util(dev, true, false);
   E_STATUS st = util.stat();
   unsigned long done = 0, failures = 0;
   while (st == SUCCESS && (loops == 0 ? !inputAvailable() : done < loops)) {
@@ -184,10 +184,10 @@ bool farEndAnswers(const char* name) {
   if (!dev) return false;
   if (dev->localMux == NO_MUX) {
     // Nothing behind the second level may answer beside a first-level memory.
-    I2cDevUtil reach(second, __FILE__, __LINE__, __func__, true, false);
+    I2cDevUtil reach(second, true, false);
     if (reach.stat() == SUCCESS) closeChannels(second);
   }
-  I2cDevUtil util(name, __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util(name, true, false);
   if (util.stat() != SUCCESS) return false;
   std::string open = readId(dev);
   if (open.empty()) return false;

@@ -9,6 +9,7 @@
 #include "i2cTestUtil.h"
 #include "programs.h"
 #include "semIsolation.h"
+#include "textUtil.h"
 
 TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
   resetSim();
@@ -18,7 +19,7 @@ TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
   kernel().resetCounts();
   I2cDev* dev = nullptr;
   {
-    I2cDevUtil u("fpfpga", __FILE__, __LINE__, __func__, true, false);
+    I2cDevUtil u("fpfpga", true, false);
     ASSERT_EQ(u.stat(), SUCCESS);
     EXPECT_TRUE(semHeldHere(sem));
     dev = u.getItr()->second;
@@ -34,6 +35,22 @@ TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
   }
   EXPECT_FALSE(semHeldHere(sem));
   EXPECT_EQ(dev->adapterFD, 0);
+}
+
+// Asked to, the accessor names the caller's file, line and function (as
+// __func__ names it); else its own place.
+TEST(I2cAccessor, AMissingDeviceIsReportedWhereTheCallerAskedForIt) {
+  resetSim();
+  testing::internal::CaptureStdout();
+  int line = __LINE__ + 1;
+  I2cDevUtil asked("nosuch", true, false);
+  I2cDevUtil own("nosuch", false, false);
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(asked.stat(), ENTRY_NOT_FOUND);
+  EXPECT_TRUE(contains(out, "file i2cDevUtilTest, line " + std::to_string(line) +
+                                ", function TestBody - I2C device nosuch not found\n")) << out;
+  EXPECT_TRUE(contains(out, "function reportMissing - I2C device nosuch not found\n")) << out;
+  EXPECT_TRUE(contains(out, "file i2cDevUtil, line ")) << out;
 }
 
 namespace {

@@ -95,7 +95,7 @@ E_STATUS plainWrite(I2cDev& dev, const Request& rq, bool withData) {
     for (unsigned long b : rq.data) buf.push_back(static_cast<char>(b));
   if (buf.empty()) return SUCCESS;
   int written = 0;
-  return dev.wrBytes(buf.data(), buf.size(), &written, 0);
+  return dev.wrBytes(buf, buf.size(), &written, 0);
 }
 
 E_STATUS smbusWrite(I2cDev& dev, const Request& rq) {

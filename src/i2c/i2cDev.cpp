@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 
@@ -11,10 +12,16 @@
 
 namespace {
 constexpr int DUMP_WIDTH = 16;
+constexpr unsigned long SHOWN_BYTES = 4;  // buffer bytes a write failure shows
 
-// Buffer byte k for the failure message, shown only where it belongs to the
-// transfer: the caller's buffer may end there.
-unsigned shownByte(const unsigned char* b, unsigned long len, unsigned long k) { return k < len ? b[k] : 0; }
+// The bytes a write takes from the buffer: in SMBus mode the command byte and
+// up to two data bytes, or a block that starts at the command byte (cut to the
+// SMBus maximum of 32); in plain mode the count itself.
+unsigned long bytesTaken(bool smbus, unsigned long n) {
+  if (!smbus) return n;
+  if (n <= 2) return n + 1;
+  return std::clamp(n & 0xFF, 1ul, static_cast<unsigned long>(I2C_SMBUS_BLOCK_MAX));
+}
 }  // namespace
 
 I2cDev::I2cDev(std::string name, unsigned adapter, unsigned address, E_HOST host, unsigned hostMux, unsigned localMux,
@@ -111,25 +118,34 @@ int I2cDev::smbusWrite(const unsigned char* b, unsigned long n) {
   return written;
 }
 
-E_STATUS I2cDev::wrBytes(char* pBuf, unsigned long numBytesToWrite, int* pBytesWritten, unsigned long silent) {
-  auto* b = reinterpret_cast<unsigned char*>(pBuf);
+E_STATUS I2cDev::wrBytes(std::span<const char> buf, unsigned long numBytesToWrite, int* pBytesWritten,
+                         unsigned long silent) {
+  *pBytesWritten = 0;
+  if (buf.size() < bytesTaken(smbus, numBytesToWrite)) {
+    LOGERR(logFlags(), "a write of %lu bytes to device %s(0x%02x) does not fit the buffer of %zu bytes\n",
+           numBytesToWrite, escPct(name).c_str(), address, buf.size());
+    return BAD_PARAMETER;
+  }
   errno = 0;
   if (smbus)
-    *pBytesWritten = smbusWrite(b, numBytesToWrite);
+    *pBytesWritten = smbusWrite(reinterpret_cast<const unsigned char*>(buf.data()), numBytesToWrite);
   else
-    *pBytesWritten = static_cast<int>(kernel().write(adapterFD, pBuf, numBytesToWrite));
+    *pBytesWritten = static_cast<int>(kernel().write(adapterFD, buf.data(), numBytesToWrite));
   if (static_cast<long>(*pBytesWritten) == static_cast<long>(numBytesToWrite)) return SUCCESS;
-  int err = errno;
-  if (!silent) {
-    unsigned long len = smbus ? numBytesToWrite + 1 : numBytesToWrite;
-    LOGERR(logFlags(),
-           "failed to write device %s(0x%02x) bytesWritten= %d, numBytesToWrite= %d buf[0]= 0x%02x, buf[1]= 0x%02x, "
-           "buf[2]= 0x%02x, buf[3]= 0x%02x\n",
-           escPct(name).c_str(), address, *pBytesWritten, static_cast<int>(numBytesToWrite), shownByte(b, len, 0),
-           shownByte(b, len, 1), shownByte(b, len, 2), shownByte(b, len, 3));
-    logErrno(logFlags(), err);
-  }
+  if (!silent) reportWriteFailure(buf, numBytesToWrite, *pBytesWritten, errno);
   return FAILURE;
+}
+
+// Reported as wrBytes's own: the caller's first buffer bytes, 0 beyond its end, are what the write was
+// meant to send.
+void I2cDev::reportWriteFailure(std::span<const char> buf, unsigned long n, int written, int err) const {
+  unsigned shown[SHOWN_BYTES] = {};
+  for (size_t k = 0; k < SHOWN_BYTES && k < buf.size(); ++k) shown[k] = static_cast<unsigned char>(buf[k]);
+  LOGERR_FN(logFlags(), "wrBytes",
+            "failed to write device %s(0x%02x) bytesWritten= %d, numBytesToWrite= %d buf[0]= 0x%02x, buf[1]= 0x%02x, "
+            "buf[2]= 0x%02x, buf[3]= 0x%02x\n",
+            escPct(name).c_str(), address, written, static_cast<int>(n), shown[0], shown[1], shown[2], shown[3]);
+  logErrno(logFlags(), err);
 }
 
 E_STATUS I2cDev::smbusRead(char* pBuf, unsigned long n, int* pBytesRead) {

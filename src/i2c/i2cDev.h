@@ -1,4 +1,5 @@
 #pragma once
+#include <span>
 #include <string>
 
 #include "diagStatus.h"
@@ -21,7 +22,11 @@ public:
   E_STATUS setDevAddr();
   E_STATUS setUp();
   E_STATUS tearDown();
-  E_STATUS wrBytes(char* pBuf, unsigned long numBytesToWrite, int* pBytesWritten, unsigned long silent);
+  // buf is the caller's whole buffer: the transfer takes its first bytes (a
+  // count that needs more than it holds is refused), and a failure message
+  // shows its first four, 0 only for those beyond its end.
+  E_STATUS wrBytes(std::span<const char> buf, unsigned long numBytesToWrite, int* pBytesWritten,
+                   unsigned long silent);
   // A block read (SMBus, count 0 or 3 and more) may fill up to 32 bytes when
   // numBytesToRead is 0; otherwise at most numBytesToRead bytes are stored.
   E_STATUS rdBytes(char* pBuf, unsigned long numBytesToRead, int* pBytesRead, unsigned long silent, bool noASCII,
@@ -48,6 +53,7 @@ public:
 private:
   unsigned long logFlags() const;
   int smbusWrite(const unsigned char* b, unsigned long n);
+  void reportWriteFailure(std::span<const char> buf, unsigned long n, int written, int err) const;
   E_STATUS smbusRead(char* pBuf, unsigned long n, int* pBytesRead);
 };
 

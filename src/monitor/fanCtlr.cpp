@@ -137,7 +137,9 @@ E_STATUS FanCtlr::lclWrFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned ch
   E_STATUS st = selectPage(itr, page, false);
   if (st != SUCCESS) return st;
   usleep(PMBUS_GAP_US);
-  char buf[3] = {static_cast<char>(offset), static_cast<char>(*pDatum & 0xFF), static_cast<char>(*pDatum >> 8)};
+  // The command and the whole datum, low byte first, whatever the count sent:
+  // a failed write shows the four buffer bytes.
+  char buf[4] = {static_cast<char>(offset), static_cast<char>(*pDatum & 0xFF), static_cast<char>(*pDatum >> 8), 0};
   int cnt = 0;
   st = itr->second->wrBytes(buf, numBytesToWrite, &cnt, 0);
   usleep(PMBUS_GAP_US);

@@ -86,11 +86,11 @@ E_STATUS fastRound(I2cDev* d, const std::vector<unsigned char>& msg, bool readBa
   int cnt = 0;
   bool wasSmbus = d->smbus;
   d->setBus(false);  // the data is the whole message, whatever the chip's usual mode
-  E_STATUS st = d->wrBytes(buf.data(), buf.size(), &cnt, 1);
+  E_STATUS st = d->wrBytes(buf, buf.size(), &cnt, 1);
   if (st == SUCCESS && readBack) {
     size_t n = msg.size() > 1 ? msg.size() - 1 : 1;
     std::vector<char> rd(n);
-    if (msg.size() > 1) st = d->wrBytes(buf.data(), 1, &cnt, 1);
+    if (msg.size() > 1) st = d->wrBytes(buf, 1, &cnt, 1);
     if (st == SUCCESS) st = d->rdBytes(rd.data(), n, &cnt, 1, true, true);
     if (st == SUCCESS && memcmp(rd.data(), msg.data() + (msg.size() > 1 ? 1 : 0), n) != 0) st = FAILURE;
   }
@@ -157,9 +157,9 @@ I2cDev* regDevice(const std::string& name) {
 void closeChannels(const char* mux) {
   I2cDev* sw = regDevice(mux);
   if (!sw || sw->setUp() != SUCCESS) return;
-  char off = 0;
+  const char off[1] = {0};
   int cnt = 0;
-  sw->wrBytes(&off, 1, &cnt, 1);
+  sw->wrBytes(off, 1, &cnt, 1);
   sw->tearDown();
 }
 

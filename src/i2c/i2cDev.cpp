@@ -24,26 +24,6 @@ unsigned long bytesTaken(bool smbus, unsigned long n) {
 }
 }  // namespace
 
-I2cDev::I2cDev(std::string name, unsigned adapter, unsigned address, E_HOST host, unsigned hostMux, unsigned localMux,
-               bool smbus, bool sysLoggingOn, TstAxs* pTstAxs, std::string description, bool axsTestedDuringPOST,
-               bool notOnLaterRevs, bool scanTstIgnore)
-    : adapterFD(0),
-      openCount(0),
-      closeCount(0),
-      smbus(smbus),
-      sysLoggingOn(sysLoggingOn),
-      name(std::move(name)),
-      adapter(adapter),
-      address(address),
-      host(host),
-      hostMux(hostMux),
-      localMux(localMux),
-      pTstAxs(pTstAxs),
-      axsTestedDuringPOST(axsTestedDuringPOST),
-      notOnLaterRevs(notOnLaterRevs),
-      description(std::move(description)),
-      scanTstIgnore(scanTstIgnore) {}
-
 unsigned long I2cDev::logFlags() const { return sysLoggingOn ? (LOG_TERM | LOG_SYS) : LOG_TERM; }
 
 E_STATUS I2cDev::openAdapter() {
@@ -51,7 +31,7 @@ E_STATUS I2cDev::openAdapter() {
   snprintf(path, sizeof path, "/dev/i2c-%d", static_cast<int>(adapter));
   errno = 0;
   adapterFD = kernel().open(path, O_RDWR);
-  if (adapterFD < 0) {
+  if (*adapterFD < 0) {
     int err = errno;
     LOGERR(logFlags(), "failed to open I2C adapter %s openCount= %d, closeCount= %d\n", path, openCount, closeCount);
     logErrno(LOG_TERM | LOG_SYS, err);
@@ -63,11 +43,11 @@ E_STATUS I2cDev::openAdapter() {
 
 E_STATUS I2cDev::setDevAddr() {
   errno = 0;
-  if (kernel().ioctlVal(adapterFD, I2C_SLAVE_FORCE, address) < 0) {
+  if (kernel().ioctlVal(fd(), I2C_SLAVE_FORCE, address) < 0) {
     int err = errno;
     LOGERR(logFlags(), "failed to set device %s address 0x%02x\n", escPct(name).c_str(), address);
     logErrno(LOG_TERM | LOG_SYS, err);
-    kernel().close(adapterFD);  // the value stays stored: tearDown closes (and counts) once more
+    kernel().close(fd());  // the value stays stored: tearDown closes (and counts) once more
     ++closeCount;
     return FAILURE;
   }
@@ -81,10 +61,10 @@ E_STATUS I2cDev::setUp() {
 }
 
 E_STATUS I2cDev::tearDown() {
-  if (adapterFD != 0) {
-    kernel().close(adapterFD);
+  if (adapterFD) {
+    kernel().close(*adapterFD);
     ++closeCount;
-    adapterFD = 0;
+    adapterFD.reset();
   }
   return SUCCESS;
 }
@@ -95,17 +75,17 @@ int I2cDev::smbusWrite(const unsigned char* b, unsigned long n) {
   int written;
   const char* byteCnt = ", byteCnt= 0";
   switch (n) {
-    case 0: r = i2c_smbus_write_byte(adapterFD, b[0]); written = 0; break;
-    case 1: r = i2c_smbus_write_byte_data(adapterFD, b[0], b[1]); written = r < 0 ? 0 : 1; break;
+    case 0: r = i2c_smbus_write_byte(fd(), b[0]); written = 0; break;
+    case 1: r = i2c_smbus_write_byte_data(fd(), b[0], b[1]); written = r < 0 ? 0 : 1; break;
     case 2:
-      r = i2c_smbus_write_word_data(adapterFD, b[0], static_cast<__u16>(b[1] | (b[2] << 8)));
+      r = i2c_smbus_write_word_data(fd(), b[0], static_cast<__u16>(b[1] | (b[2] << 8)));
       written = r < 0 ? 0 : 2;
       byteCnt = "";
       break;
     default:
       // The block's data starts at the command byte itself and the result is the
       // request's (0), so a block write is always reported as failed.
-      r = i2c_smbus_write_block_data(adapterFD, b[0], static_cast<__u8>(n & 0xFF), b);
+      r = i2c_smbus_write_block_data(fd(), b[0], static_cast<__u8>(n & 0xFF), b);
       written = r;
       byteCnt = "";
   }
@@ -130,7 +110,7 @@ E_STATUS I2cDev::wrBytes(std::span<const char> buf, unsigned long numBytesToWrit
   if (smbus)
     *pBytesWritten = smbusWrite(reinterpret_cast<const unsigned char*>(buf.data()), numBytesToWrite);
   else
-    *pBytesWritten = static_cast<int>(kernel().write(adapterFD, buf.data(), numBytesToWrite));
+    *pBytesWritten = static_cast<int>(kernel().write(fd(), buf.data(), numBytesToWrite));
   if (static_cast<long>(*pBytesWritten) == static_cast<long>(numBytesToWrite)) return SUCCESS;
   if (!silent) reportWriteFailure(buf, numBytesToWrite, *pBytesWritten, errno);
   return FAILURE;
@@ -152,13 +132,13 @@ E_STATUS I2cDev::smbusRead(char* pBuf, unsigned long n, int* pBytesRead) {
   auto command = static_cast<__u8>(pBuf[0]);
   if (n == 1) {
     // A failed byte read is not detected: it reads as 0xFF.
-    pBuf[0] = static_cast<char>(i2c_smbus_read_byte_data(adapterFD, command) & 0xFF);
+    pBuf[0] = static_cast<char>(i2c_smbus_read_byte_data(fd(), command) & 0xFF);
     *pBytesRead = 1;
     return SUCCESS;
   }
   int v;
   if (n == 2) {
-    v = i2c_smbus_read_word_data(adapterFD, command);
+    v = i2c_smbus_read_word_data(fd(), command);
     if (v >= 0) {
       pBuf[0] = static_cast<char>(v & 0xFF);
       pBuf[1] = static_cast<char>((v >> 8) & 0xFF);
@@ -166,7 +146,7 @@ E_STATUS I2cDev::smbusRead(char* pBuf, unsigned long n, int* pBytesRead) {
     *pBytesRead = v < 0 ? 0 : 2;
   } else {
     int maxLen = (n == 0 || n > I2C_SMBUS_BLOCK_MAX) ? I2C_SMBUS_BLOCK_MAX : static_cast<int>(n);
-    v = i2c_smbus_read_block_data(adapterFD, command, reinterpret_cast<__u8*>(pBuf), maxLen);
+    v = i2c_smbus_read_block_data(fd(), command, reinterpret_cast<__u8*>(pBuf), maxLen);
     *pBytesRead = v;
   }
   if (v >= 0) return SUCCESS;
@@ -184,7 +164,7 @@ E_STATUS I2cDev::rdBytes(char* pBuf, unsigned long numBytesToRead, int* pBytesRe
   if (smbus)
     status = smbusRead(pBuf, numBytesToRead, pBytesRead);
   else
-    *pBytesRead = static_cast<int>(kernel().read(adapterFD, pBuf, numBytesToRead));
+    *pBytesRead = static_cast<int>(kernel().read(fd(), pBuf, numBytesToRead));
   int err = errno;
   bool complete = static_cast<long>(*pBytesRead) == static_cast<long>(numBytesToRead);
   if (complete && !silent) dumpBytes(pBuf, *pBytesRead, noASCII, noNewLines);

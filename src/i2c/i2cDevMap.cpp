@@ -68,38 +68,42 @@ std::map<std::string, unsigned> detectedAddresses(bool mainHost) {
   }
   return found;
 }
+
+// The fixed-column description: host board, bus and channels, board number, function, part.
+std::string describe(const I2cBoardTable& t, const I2cBoardEntry& e) {
+  auto channel = [](unsigned c) { return c == NO_MUX ? std::string(" ") : std::to_string(c); };
+  // The bus column numbers the processor's bus as the board drawings do: adapter 2 is bus 1.
+  std::string d = std::string(t.label) + " 1 " + channel(e.dev.hostMux);
+  if (t.twoLevels) d += " " + channel(e.dev.localMux);
+  d += std::string(" ") + e.boardNo + " " + e.function;
+  if (e.part[0]) d += std::string(" ") + e.part;
+  return d;
+}
 }  // namespace
 
 I2cDevMap* I2cDevMap::getI2cDevMap() {
-  static I2cDevMap* pMap = new I2cDevMap();
-  return pMap;
+  static I2cDevMap registry;
+  return &registry;
 }
 
 I2cDevMap::I2cDevMap() {
   const I2cBoardTable& t = boardTable();
   boardLabel = t.label;
   std::map<std::string, unsigned> addrs = detectedAddresses(&t == &MAIN_HOST_TABLE);
-  for (size_t i = 0; i < t.count; ++i) {
-    const Entry& e = t.entries[i];
-    auto a = addrs.find(e.name);
-    add(t.label, t.twoLevels, e, a == addrs.end() ? e.address : a->second);
+  for (const I2cBoardEntry& e : t.entries) {
+    auto a = addrs.find(e.dev.name);
+    add(t, e, a == addrs.end() ? e.dev.address : a->second);
   }
 }
 
-void I2cDevMap::add(const char* hostLabel, bool twoLevels, const Entry& e, unsigned address) {
-  tests.push_back(std::make_unique<TstAxs>(I2CPath(e.name, e.host, e.hostMux, e.localMux, 0)));
-  devices.push_back(std::make_unique<I2cDev>(e.name, SWITCH_BUS, address, e.host, e.hostMux, e.localMux, e.smbus,
-                                             false, tests.back().get(), describe(hostLabel, twoLevels, e), e.post,
-                                             e.notOnLaterRevs, e.scanIgnore));
-  map.emplace(e.name, devices.back().get());
-}
-
-std::string I2cDevMap::describe(const char* hostLabel, bool twoLevels, const Entry& e) {
-  auto channel = [](unsigned c) { return c == NO_MUX ? std::string(" ") : std::to_string(c); };
-  // The bus column numbers the processor's bus as the board drawings do: adapter 2 is bus 1.
-  std::string d = std::string(hostLabel) + " 1 " + channel(e.hostMux);
-  if (twoLevels) d += " " + channel(e.localMux);
-  d += std::string(" ") + e.boardNo + " " + e.function;
-  if (e.part[0]) d += std::string(" ") + e.part;
-  return d;
+void I2cDevMap::add(const I2cBoardTable& t, const I2cBoardEntry& e, unsigned address) {
+  const I2cDevDesc& d = e.dev;
+  tests.push_back(std::make_unique<TstAxs>(I2CPath(d.name, d.host, d.hostMux, d.localMux, 0)));
+  I2cDevDesc desc = d;
+  desc.adapter = SWITCH_BUS;
+  desc.address = address;
+  desc.description = describe(t, e);
+  desc.pTstAxs = tests.back().get();
+  devices.push_back(std::make_unique<I2cDev>(std::move(desc)));
+  map.emplace(e.dev.name, devices.back().get());
 }

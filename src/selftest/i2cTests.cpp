@@ -31,8 +31,8 @@ void verdict(E_STATUS st, unsigned short code) {
 bool answers(I2cDev* dev) {
   bool memory = dev->address >= 0x50 && dev->address <= 0x57;
   union i2c_smbus_data data;
-  if (memory) return i2c_smbus_access(dev->adapterFD, I2C_SMBUS_READ, 0, I2C_SMBUS_BYTE, &data) >= 0;
-  return i2c_smbus_access(dev->adapterFD, I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr) >= 0;
+  if (memory) return i2c_smbus_access(dev->fd(), I2C_SMBUS_READ, 0, I2C_SMBUS_BYTE, &data) >= 0;
+  return i2c_smbus_access(dev->fd(), I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr) >= 0;
 }
 
 // Sets the device's path up and probes it; false with the reason printed.

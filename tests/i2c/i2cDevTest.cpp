@@ -153,26 +153,46 @@ TEST_F(I2cDevOps, WriteThatDoesNotFitItsBufferIsRefused) {
 }
 
 TEST_F(I2cDevOps, MissingAdapterFailsToOpenAndTearDownStillClosesAndCounts) {
-  I2cDev d("ghost", 7, 0x50, NONE, NO_MUX, NO_MUX, false, false, nullptr, "", false, false, false);
+  I2cDev d({.name = "ghost", .adapter = 7, .address = 0x50});
   Trace t;
   std::string out = captured([&] { EXPECT_EQ(d.setUp(), FAILURE); });
   EXPECT_TRUE(contains(out, "function openAdapter - failed to open I2C adapter /dev/i2c-7 openCount= 0, closeCount= 0\n"
                        "No such file or directory (2)\n"));
-  EXPECT_LT(d.adapterFD, 0);
+  ASSERT_TRUE(d.adapterFD);
+  EXPECT_LT(*d.adapterFD, 0);
   EXPECT_EQ(d.tearDown(), SUCCESS);
   EXPECT_EQ(d.closeCount, 1);
-  EXPECT_EQ(d.adapterFD, 0);
+  EXPECT_FALSE(d.adapterFD);
   EXPECT_EQ(t.grep("close fd -1 -> EBADF").size(), 1u);
   EXPECT_EQ(d.tearDown(), SUCCESS);  // closed now: nothing more to close
   EXPECT_EQ(d.closeCount, 1);
 }
 
 TEST_F(I2cDevOps, RefusedAddressClosesTheAdapterAndTearDownClosesAgain) {
-  I2cDev d("wide", 2, 0x80, NONE, NO_MUX, NO_MUX, true, false, nullptr, "", false, false, false);
+  I2cDev d({.name = "wide", .adapter = 2, .address = 0x80, .smbus = true});
   EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.setUp(), FAILURE); }), "failed to set device wide address 0x80\nInvalid argument (22)\n"));
   EXPECT_EQ(d.openCount, 1);
   EXPECT_EQ(d.closeCount, 1);
-  EXPECT_NE(d.adapterFD, 0);  // the closed descriptor stays stored
+  EXPECT_TRUE(d.adapterFD);  // the closed descriptor stays stored
   d.tearDown();
   EXPECT_EQ(d.closeCount, 2);
+}
+
+// Descriptor 0 is what an open gets when standard input is closed: it is an
+// open adapter like any other, and a device that tearDown has closed reaches
+// no descriptor at all.
+TEST_F(I2cDevOps, DescriptorZeroIsAnOpenAdapter) {
+  I2cDev d({.name = "zero", .adapter = 2, .address = 0x40, .smbus = true});
+  d.adapterFD = 0;  // as the open handed it out
+  Trace t;
+  EXPECT_EQ(d.tearDown(), SUCCESS);
+  EXPECT_EQ(d.closeCount, 1);
+  EXPECT_EQ(t.grep("close fd 0 ").size(), 1u);
+  EXPECT_FALSE(d.adapterFD);
+  const char byte[2] = {0x10, 0x11};
+  int n = 0;
+  std::string out = captured([&] { EXPECT_EQ(d.wrBytes(byte, 1, &n, 0), FAILURE); });
+  EXPECT_TRUE(contains(out, "failed to write device zero(0x40), byteCnt= 0\nBad file descriptor (9)\n")) << out;
+  EXPECT_EQ(d.tearDown(), SUCCESS);
+  EXPECT_EQ(d.closeCount, 1);
 }

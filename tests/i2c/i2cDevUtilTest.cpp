@@ -23,7 +23,8 @@ TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
     ASSERT_EQ(u.stat(), SUCCESS);
     EXPECT_TRUE(semHeldHere(sem));
     dev = u.getItr()->second;
-    EXPECT_GT(dev->adapterFD, 0);
+    ASSERT_TRUE(dev->adapterFD);
+    EXPECT_GE(*dev->adapterFD, 0);
     // Per level: the revision file (open, read, close) and the control byte (open, address, write, close);
     // then the device's open and address.
     Kernel::Counts c = kernel().counts();
@@ -34,7 +35,7 @@ TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
     EXPECT_EQ(c.close, 4u);
   }
   EXPECT_FALSE(semHeldHere(sem));
-  EXPECT_EQ(dev->adapterFD, 0);
+  EXPECT_FALSE(dev->adapterFD);
 }
 
 // Asked to, the accessor names the caller's file, line and function (as

@@ -4,7 +4,7 @@
 #include <string>
 
 #include "diagStatus.h"
-#include "i2cPath.h"
+#include "i2cHost.h"
 
 class TstAxs;
 

@@ -9,7 +9,6 @@
 #include "rev.h"
 
 namespace {
-constexpr int FIRST_SWITCH_REV = 3;
 // The multiplexer trees and every named device hang on adapter 2.
 constexpr int SWITCH_BUS = 2;
 // The main-reference sensor behind channel 2 of the host switch answers at one of two addresses.
@@ -55,7 +54,7 @@ std::map<std::string, unsigned> detectedAddresses(bool mainHost) {
   std::map<std::string, unsigned> found;
   int rev = 0;
   Rev().getRev(&rev);
-  if (rev < FIRST_SWITCH_REV) return found;
+  if (rev < Rev::FIRST_SWITCH_REV) return found;
   for (const SwitchSearch& s : switchSearches) {
     char hwname[20];
     int addr = searchForI2cMuxSwAddr(&s.info, hwname);
@@ -94,16 +93,32 @@ I2cDevMap::I2cDevMap() {
     auto a = addrs.find(e.dev.name);
     add(t, e, a == addrs.end() ? e.dev.address : a->second);
   }
+  // Every chip is in now: each path is handed the multiplexers it selects.
+  for (const std::unique_ptr<I2cDev>& dev : devices) {
+    I2CPath path(dev->name, dev->host, dev->hostMux, dev->localMux, 0, muxesFor(dev->host));
+    tests.push_back(std::make_unique<TstAxs>(path));
+    dev->pTstAxs = tests.back().get();
+  }
 }
 
 void I2cDevMap::add(const I2cBoardTable& t, const I2cBoardEntry& e, unsigned address) {
-  const I2cDevDesc& d = e.dev;
-  tests.push_back(std::make_unique<TstAxs>(I2CPath(d.name, d.host, d.hostMux, d.localMux, 0)));
-  I2cDevDesc desc = d;
+  I2cDevDesc desc = e.dev;
   desc.adapter = SWITCH_BUS;
   desc.address = address;
   desc.description = describe(t, e);
-  desc.pTstAxs = tests.back().get();
   devices.push_back(std::make_unique<I2cDev>(std::move(desc)));
   map.emplace(e.dev.name, devices.back().get());
+}
+
+I2cDev* I2cDevMap::find(const char* name) const {
+  auto it = name ? map.find(name) : map.end();
+  return it == map.end() ? nullptr : it->second;
+}
+
+I2cPathMuxes I2cDevMap::muxesFor(E_HOST host) const {
+  auto chips = [&](E_MUX_LEVEL level) {
+    I2cMuxNames names = I2CPath::muxNames(host, level);
+    return I2cMuxLevel{find(names.mux), find(names.sw)};
+  };
+  return {chips(HOST_LEVEL), chips(LOCAL_LEVEL)};
 }

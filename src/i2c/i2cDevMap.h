@@ -6,6 +6,7 @@
 
 #include "i2cBoardTables.h"
 #include "i2cDev.h"
+#include "i2cPath.h"
 #include "tstAxs.h"
 
 typedef std::map<std::string, I2cDev*> I2cDevNameMap;
@@ -14,7 +15,8 @@ typedef std::map<std::string, I2cDev*> I2cDevNameMap;
 // it finds the board (main host, signal host, front-panel or main-reference
 // processor), and from revision 3 the address of each PCA9545 switch from
 // sysfs and the address at which the main-reference sensor answers. It owns
-// the devices and their access tests.
+// the devices and their access tests, and hands each device's path the
+// multiplexer chips of the device's host.
 class I2cDevMap : public DiagObject {
 public:
   // The process's registry: built on first use, lives until the process ends.
@@ -24,11 +26,15 @@ public:
   I2cDevMap(const I2cDevMap&) = delete;
   I2cDevMap& operator=(const I2cDevMap&) = delete;
 
+  // The multiplexer chips of this board that a path behind host selects.
+  I2cPathMuxes muxesFor(E_HOST host) const;
+
   I2cDevNameMap map;
   std::string boardLabel;  // which board the registry was built for
 
 private:
   void add(const I2cBoardTable& t, const I2cBoardEntry& e, unsigned address);
+  I2cDev* find(const char* name) const;
   std::vector<std::unique_ptr<I2cDev>> devices;
   std::vector<std::unique_ptr<TstAxs>> tests;
 };

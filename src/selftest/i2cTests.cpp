@@ -178,8 +178,12 @@ std::string readId(I2cDev* dev) {
 bool farEndAnswers(const char* name) {
   int rev = 0;
   Rev().getRev(&rev);
-  const char* second = rev >= 3 ? "fpsw" : "fpmux";
-  const char* first = rev >= 3 ? "hostsw" : "hostmux";
+  auto chip = [rev](E_MUX_LEVEL level) {
+    I2cMuxNames n = I2CPath::muxNames(MAIN, level);
+    return rev >= Rev::FIRST_SWITCH_REV ? n.sw : n.mux;
+  };
+  const char* first = chip(HOST_LEVEL);
+  const char* second = chip(LOCAL_LEVEL);
   I2cDev* dev = regDevice(name);
   if (!dev) return false;
   if (dev->localMux == NO_MUX) {

@@ -39,14 +39,13 @@ struct Request {
 };
 
 Request request(const ArgScan& s) {
-  Request rq;
-  rq.device = s.word("-d");
-  rq.list = s.has("-l");
-  rq.dump = s.has("-dump");
-  rq.hasOffset = s.has("-o");
-  rq.offset = s.num("-o");
-  rq.hasRead = s.has("-r");
-  rq.readCount = s.num("-r");
+  Request rq{.device = s.word("-d"),
+             .list = s.has("-l"),
+             .dump = s.has("-dump"),
+             .hasOffset = s.has("-o"),
+             .hasRead = s.has("-r"),
+             .offset = s.num("-o"),
+             .readCount = s.num("-r")};
   if (const OptHit* w = s.last("-w")) {
     rq.hasWrite = true;
     for (int i = w->first; i < w->end; ++i) rq.data.push_back(strtoul(s.at(i), nullptr, 0));  // checked by the scan

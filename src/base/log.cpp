@@ -2,6 +2,8 @@
 
 #include <sys/time.h>
 #include <syslog.h>
+
+#include <algorithm>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -99,6 +101,42 @@ const char* srcName(const char* path) {
   snprintf(name, sizeof name, "%s", base);
   if (char* dot = strrchr(name, '.')) *dot = '\0';
   return name;
+}
+
+namespace {
+// Where the parameter list of a signature starts: the first '(' outside template arguments.
+size_t paramsAt(const std::string& s) {
+  int angles = 0;
+  for (size_t i = 0; i < s.size(); ++i) {
+    if (s[i] == '<') ++angles;
+    if (s[i] == '>') --angles;
+    if (s[i] == '(' && angles == 0) return i;
+  }
+  return s.size();
+}
+
+// The text without the template argument list that ends it.
+std::string withoutTrailingArgs(const std::string& s) {
+  int depth = 0;
+  for (size_t i = s.size(); i-- > 0;) {
+    if (s[i] == '>') ++depth;
+    if (s[i] == '<' && --depth == 0) return s.substr(0, i);
+  }
+  return s;
+}
+}  // namespace
+
+std::string fnName(const char* signature) {
+  std::string s = signature ? signature : "";
+  s = s.substr(0, s.find(" [with "));  // a template's arguments follow its signature
+  if (s.ends_with(">") && s.find("::<lambda") != std::string::npos) return "operator()";
+  size_t params = paramsAt(s);
+  std::string head = s.substr(0, params);
+  if (head.ends_with("operator") && s.compare(params, 2, "()") == 0) head += "()";
+  if (head.ends_with(">")) head = withoutTrailingArgs(head);
+  size_t scope = head.rfind("::"), blank = head.rfind(' ');
+  size_t start = std::max(scope == std::string::npos ? 0 : scope + 2, blank == std::string::npos ? 0 : blank + 1);
+  return head.substr(start);
 }
 
 E_STATUS log(unsigned long flags, const char* fmt, ...) {

@@ -35,6 +35,10 @@ std::string escPct(const std::string& text);
 
 // Source file name without directory and extension, for the error-report prefix.
 const char* srcName(const char* path);
+// The plain name of a function, as __func__ gives it, from the signature the
+// compiler reports for it (std::source_location::function_name), for the
+// error-report prefix of a caller's place.
+std::string fnName(const char* signature);
 
 // "file %s, line %d, function %s - " followed by the message.
 #define LOGERR(flags, fmt, ...) \

@@ -39,14 +39,13 @@ struct Request {
 };
 
 Request request(const ArgScan& s) {
-  Request rq;
-  rq.device = s.word("-d");
-  rq.list = s.has("-l");
-  rq.dump = s.has("-dump");
-  rq.hasOffset = s.has("-o");
-  rq.offset = s.num("-o");
-  rq.hasRead = s.has("-r");
-  rq.readCount = s.num("-r");
+  Request rq{.device = s.word("-d"),
+             .list = s.has("-l"),
+             .dump = s.has("-dump"),
+             .hasOffset = s.has("-o"),
+             .hasRead = s.has("-r"),
+             .offset = s.num("-o"),
+             .readCount = s.num("-r")};
   if (const OptHit* w = s.last("-w")) {
     rq.hasWrite = true;
     for (int i = w->first; i < w->end; ++i) rq.data.push_back(strtoul(s.at(i), nullptr, 0));  // checked by the scan
@@ -95,7 +94,7 @@ E_STATUS plainWrite(I2cDev& dev, const Request& rq, bool withData) {
     for (unsigned long b : rq.data) buf.push_back(static_cast<char>(b));
   if (buf.empty()) return SUCCESS;
   int written = 0;
-  return dev.wrBytes(buf.data(), buf.size(), &written, 0);
+  return dev.wrBytes(buf, buf.size(), &written, 0);
 }
 
 E_STATUS smbusWrite(I2cDev& dev, const Request& rq) {
@@ -140,7 +139,7 @@ E_STATUS plainRead(I2cDev& dev, const Request& rq, unsigned long count) {
 }
 
 E_STATUS access(const Request& rq) {
-  I2cDevUtil util(rq.device, __FILE__, __LINE__, __func__, false, false);
+  I2cDevUtil util(rq.device, false, false);
   if (util.stat() != SUCCESS) {
     LOGERR(LOG_TERM, "cannot reach I2C device %s, status= %d\n", escPct(rq.device).c_str(), util.stat());
     return util.stat();

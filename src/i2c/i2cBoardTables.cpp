@@ -1,61 +1,85 @@
 #include "i2cBoardTables.h"
 
 namespace {
-constexpr unsigned N = NO_MUX;
-constexpr bool SMB = true, PLAIN = false;
-constexpr bool Y = true, n = false;
-
-// name, address, host, host channel, local channel, mode, board number, function, part,
-// checked at power-on, absent on later revisions, skipped by the bus scan
-const I2cDevMap::Entry mainHost[] = {
-    {"hostsw", 0x71, MAIN, N, N, PLAIN, "0980", "Host I2C Switch", "PCA9545", n, n, n},
-    {"hostmux", 0x74, MAIN, N, N, PLAIN, "0980", "Host I2C Multiplexer", "4-channel mux", n, Y, Y},
-    {"mhEeprom", 0x56, MAIN, N, N, PLAIN, "0980", "Main Host EEPROM", "24LC32A", Y, n, n},
-    {"commEeprom", 0x50, MAIN, 0, N, PLAIN, "0996", "Communications EEPROM", "24LC32A", Y, n, n},
-    {"fctl", 0x52, MAIN, 1, N, SMB, "0995", "Fan Controller", "MAX31785", n, n, n},
-    {"fcEeprom", 0x50, MAIN, 1, N, PLAIN, "0995", "Fan Control EEPROM", "24LC32A", Y, n, n},
-    {"mrtmp1", 0x48, MAIN, 2, N, SMB, "0989", "Main Reference Temperature Sensor 1", "SA56004X", n, n, n},
-    {"mrtmp2", 0x4C, MAIN, 2, N, SMB, "0989", "Main Reference Temperature Sensor 2", "SA56004X", n, n, n},
-    {"mrEeprom", 0x50, MAIN, 2, N, PLAIN, "0989", "Main Reference EEPROM", "24LC32A", Y, n, n},
-    {"bpEeprom", 0x50, MAIN, 3, N, PLAIN, "0970", "Back Plane EEPROM", "24LC32A", Y, n, n},
-    {"fpsw", 0x72, MAIN, 3, N, PLAIN, "0970", "Front Panel I2C Switch", "PCA9545", n, n, n},
-    {"fpmux", 0x75, MAIN, 3, N, PLAIN, "0970", "Front Panel I2C Multiplexer", "4-channel mux", n, Y, Y},
-    {"smcEeprom", 0x50, MAIN, 3, 0, PLAIN, "1000", "SRC/Meas Connector EEPROM", "24LC32A", Y, n, n},
-    {"fpfpga", 0x40, MAIN, 3, 1, SMB, "0981", "Front Panel FPGA", "", n, n, n},
-    {"fpioEeprom", 0x50, MAIN, 3, 1, PLAIN, "0981", "Front Panel - Input/Output EEPROM", "24LC32A", Y, n, n},
-    {"fprlyEeprom", 0x50, MAIN, 3, 3, PLAIN, "0997", "Front Panel - Relay EEPROM", "24LC32A", Y, n, n},
+// The 24LC32A EEPROMs are checked at power-on; the 4-channel muxes are gone
+// from later revisions, and the bus scan passes them over.
+const I2cBoardEntry mainHost[] = {
+    {.dev = {.name = "hostsw", .address = 0x71, .host = MAIN},
+     .boardNo = "0980", .function = "Host I2C Switch", .part = "PCA9545"},
+    {.dev = {.name = "hostmux", .address = 0x74, .host = MAIN, .notOnLaterRevs = true, .scanTstIgnore = true},
+     .boardNo = "0980", .function = "Host I2C Multiplexer", .part = "4-channel mux"},
+    {.dev = {.name = "mhEeprom", .address = 0x56, .host = MAIN, .axsTestedDuringPOST = true},
+     .boardNo = "0980", .function = "Main Host EEPROM", .part = "24LC32A"},
+    {.dev = {.name = "commEeprom", .address = 0x50, .host = MAIN, .hostMux = 0, .axsTestedDuringPOST = true},
+     .boardNo = "0996", .function = "Communications EEPROM", .part = "24LC32A"},
+    {.dev = {.name = "fctl", .address = 0x52, .host = MAIN, .hostMux = 1, .smbus = true},
+     .boardNo = "0995", .function = "Fan Controller", .part = "MAX31785"},
+    {.dev = {.name = "fcEeprom", .address = 0x50, .host = MAIN, .hostMux = 1, .axsTestedDuringPOST = true},
+     .boardNo = "0995", .function = "Fan Control EEPROM", .part = "24LC32A"},
+    {.dev = {.name = "mrtmp1", .address = 0x48, .host = MAIN, .hostMux = 2, .smbus = true},
+     .boardNo = "0989", .function = "Main Reference Temperature Sensor 1", .part = "SA56004X"},
+    {.dev = {.name = "mrtmp2", .address = 0x4C, .host = MAIN, .hostMux = 2, .smbus = true},
+     .boardNo = "0989", .function = "Main Reference Temperature Sensor 2", .part = "SA56004X"},
+    {.dev = {.name = "mrEeprom", .address = 0x50, .host = MAIN, .hostMux = 2, .axsTestedDuringPOST = true},
+     .boardNo = "0989", .function = "Main Reference EEPROM", .part = "24LC32A"},
+    {.dev = {.name = "bpEeprom", .address = 0x50, .host = MAIN, .hostMux = 3, .axsTestedDuringPOST = true},
+     .boardNo = "0970", .function = "Back Plane EEPROM", .part = "24LC32A"},
+    {.dev = {.name = "fpsw", .address = 0x72, .host = MAIN, .hostMux = 3},
+     .boardNo = "0970", .function = "Front Panel I2C Switch", .part = "PCA9545"},
+    {.dev = {.name = "fpmux", .address = 0x75, .host = MAIN, .hostMux = 3, .notOnLaterRevs = true,
+             .scanTstIgnore = true},
+     .boardNo = "0970", .function = "Front Panel I2C Multiplexer", .part = "4-channel mux"},
+    {.dev = {.name = "smcEeprom", .address = 0x50, .host = MAIN, .hostMux = 3, .localMux = 0,
+             .axsTestedDuringPOST = true},
+     .boardNo = "1000", .function = "SRC/Meas Connector EEPROM", .part = "24LC32A"},
+    {.dev = {.name = "fpfpga", .address = 0x40, .host = MAIN, .hostMux = 3, .localMux = 1, .smbus = true},
+     .boardNo = "0981", .function = "Front Panel FPGA"},
+    {.dev = {.name = "fpioEeprom", .address = 0x50, .host = MAIN, .hostMux = 3, .localMux = 1,
+             .axsTestedDuringPOST = true},
+     .boardNo = "0981", .function = "Front Panel - Input/Output EEPROM", .part = "24LC32A"},
+    {.dev = {.name = "fprlyEeprom", .address = 0x50, .host = MAIN, .hostMux = 3, .localMux = 3,
+             .axsTestedDuringPOST = true},
+     .boardNo = "0997", .function = "Front Panel - Relay EEPROM", .part = "24LC32A"},
 };
 
 // The signal host's second-level selection is written to the front-panel
 // multiplexer names, so the registry carries them here too.
-const I2cDevMap::Entry signalHost[] = {
-    {"shostsw", 0x70, SIGNAL, N, N, PLAIN, "0984", "Signal Host I2C Switch", "PCA9545", n, n, n},
-    {"shostmux", 0x76, SIGNAL, N, N, PLAIN, "0984", "Signal Host I2C Multiplexer", "4-channel mux", n, Y, Y},
-    {"fpsw", 0x72, SIGNAL, N, N, PLAIN, "0984", "Second-level I2C Switch", "PCA9545", n, n, Y},
-    {"fpmux", 0x75, SIGNAL, N, N, PLAIN, "0984", "Second-level I2C Multiplexer", "4-channel mux", n, Y, Y},
-    {"shEeprom", 0x50, SIGNAL, N, N, PLAIN, "0984", "Signal Host EEPROM", "24LC32A", Y, n, n},
-    {"hvuc3", 0x21, SIGNAL, 1, N, SMB, "0976", "H.V. Source PSOC microcontroller - stage 3", "CY8C28545", Y, n, n},
-    {"mc1i2cspi", 0x28, SIGNAL, 2, N, PLAIN, "0985", "Measure Channel 1 I2C to SPI Bridge", "", n, n, n},
-    {"mc1Eeprom", 0x50, SIGNAL, 2, N, PLAIN, "0985", "Measure Channel 1 EEPROM", "24LC32A", Y, n, n},
-    {"mc2i2cspi", 0x28, SIGNAL, 3, N, PLAIN, "0985", "Measure Channel 2 I2C to SPI Bridge", "", n, n, n},
-    {"mc2Eeprom", 0x50, SIGNAL, 3, N, PLAIN, "0985", "Measure Channel 2 EEPROM", "24LC32A", Y, n, n},
+const I2cBoardEntry signalHost[] = {
+    {.dev = {.name = "shostsw", .address = 0x70, .host = SIGNAL},
+     .boardNo = "0984", .function = "Signal Host I2C Switch", .part = "PCA9545"},
+    {.dev = {.name = "shostmux", .address = 0x76, .host = SIGNAL, .notOnLaterRevs = true, .scanTstIgnore = true},
+     .boardNo = "0984", .function = "Signal Host I2C Multiplexer", .part = "4-channel mux"},
+    {.dev = {.name = "fpsw", .address = 0x72, .host = SIGNAL, .scanTstIgnore = true},
+     .boardNo = "0984", .function = "Second-level I2C Switch", .part = "PCA9545"},
+    {.dev = {.name = "fpmux", .address = 0x75, .host = SIGNAL, .notOnLaterRevs = true, .scanTstIgnore = true},
+     .boardNo = "0984", .function = "Second-level I2C Multiplexer", .part = "4-channel mux"},
+    {.dev = {.name = "shEeprom", .address = 0x50, .host = SIGNAL, .axsTestedDuringPOST = true},
+     .boardNo = "0984", .function = "Signal Host EEPROM", .part = "24LC32A"},
+    {.dev = {.name = "hvuc3", .address = 0x21, .host = SIGNAL, .hostMux = 1, .smbus = true,
+             .axsTestedDuringPOST = true},
+     .boardNo = "0976", .function = "H.V. Source PSOC microcontroller - stage 3", .part = "CY8C28545"},
+    {.dev = {.name = "mc1i2cspi", .address = 0x28, .host = SIGNAL, .hostMux = 2},
+     .boardNo = "0985", .function = "Measure Channel 1 I2C to SPI Bridge"},
+    {.dev = {.name = "mc1Eeprom", .address = 0x50, .host = SIGNAL, .hostMux = 2, .axsTestedDuringPOST = true},
+     .boardNo = "0985", .function = "Measure Channel 1 EEPROM", .part = "24LC32A"},
+    {.dev = {.name = "mc2i2cspi", .address = 0x28, .host = SIGNAL, .hostMux = 3},
+     .boardNo = "0985", .function = "Measure Channel 2 I2C to SPI Bridge"},
+    {.dev = {.name = "mc2Eeprom", .address = 0x50, .host = SIGNAL, .hostMux = 3, .axsTestedDuringPOST = true},
+     .boardNo = "0985", .function = "Measure Channel 2 EEPROM", .part = "24LC32A"},
 };
 
-const I2cDevMap::Entry frontPanel[] = {
-    {"fpEeprom", 0x53, NONE, N, N, PLAIN, "0981", "Front Panel Processor EEPROM", "24C512", n, n, n},
+const I2cBoardEntry frontPanel[] = {
+    {.dev = {.name = "fpEeprom", .address = 0x53},
+     .boardNo = "0981", .function = "Front Panel Processor EEPROM", .part = "24C512"},
 };
 
-const I2cDevMap::Entry mainRef[] = {
-    {"mrefEeprom", 0x50, NONE, N, N, PLAIN, "0989", "Main Reference Processor EEPROM", "24C512", n, n, n},
+const I2cBoardEntry mainRef[] = {
+    {.dev = {.name = "mrefEeprom", .address = 0x50},
+     .boardNo = "0989", .function = "Main Reference Processor EEPROM", .part = "24C512"},
 };
-
-template <size_t K>
-constexpr I2cBoardTable table(const char* label, bool twoLevels, const I2cDevMap::Entry (&e)[K]) {
-  return {label, twoLevels, e, K};
-}
 }  // namespace
 
-const I2cBoardTable MAIN_HOST_TABLE = table("Main Host", true, mainHost);
-const I2cBoardTable SIGNAL_HOST_TABLE = table("Signal Host", false, signalHost);
-const I2cBoardTable FRONT_PANEL_TABLE = table("Front Panel", false, frontPanel);
-const I2cBoardTable MAIN_REF_TABLE = table("Main Reference", false, mainRef);
+const I2cBoardTable MAIN_HOST_TABLE = {"Main Host", true, mainHost};
+const I2cBoardTable SIGNAL_HOST_TABLE = {"Signal Host", false, signalHost};
+const I2cBoardTable FRONT_PANEL_TABLE = {"Front Panel", false, frontPanel};
+const I2cBoardTable MAIN_REF_TABLE = {"Main Reference", false, mainRef};

@@ -1,15 +1,24 @@
 #pragma once
-#include <cstddef>
+#include <span>
 
-#include "i2cDevMap.h"
+#include "i2cDev.h"
 
-// The device tables of the boards the program runs on, with the addresses a
-// board has when its sysfs tree tells nothing else.
+// One row of a board's device table: the device, and the board number,
+// function and part that its description line shows. The registry gives the
+// device its adapter, its description and the access test with its path, and
+// the address it finds on the board where that differs.
+struct I2cBoardEntry {
+  I2cDevDesc dev;
+  const char* boardNo;
+  const char* function;
+  const char* part = "";
+};
+
+// The device table of one kind of board the program runs on.
 struct I2cBoardTable {
   const char* label;  // host board column of the descriptions
   bool twoLevels;     // descriptions show a second-level channel column
-  const I2cDevMap::Entry* entries;
-  size_t count;
+  std::span<const I2cBoardEntry> entries;
 };
 
 extern const I2cBoardTable MAIN_HOST_TABLE;

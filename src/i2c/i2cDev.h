@@ -1,53 +1,71 @@
 #pragma once
+#include <optional>
+#include <span>
 #include <string>
 
 #include "diagStatus.h"
-#include "i2cPath.h"
+#include "i2cHost.h"
 
 class TstAxs;
+
+// What the registry knows of one named chip: where it sits, how it is driven,
+// how it is listed and which tests look at it. Fields left out of a
+// declaration keep the defaults: no multiplexer, plain transfers, no flags.
+struct I2cDevDesc {
+  std::string name;            // the key by which commands name the device
+  unsigned adapter = 0;        // the N of /dev/i2c-N
+  unsigned address = 0;        // 7-bit slave address
+  E_HOST host = NONE;          // the host board behind which the chip sits
+  unsigned hostMux = NO_MUX;   // channel of the host-level multiplexer
+  unsigned localMux = NO_MUX;  // channel of the second-level multiplexer
+  bool smbus = false;          // SMBus transactions, else plain read/write on the adapter
+  bool sysLoggingOn = false;   // error messages go to the system log too
+  TstAxs* pTstAxs = nullptr;   // the access test that holds the chip's path; not owned
+  std::string description;     // the fixed-column line of the device listing
+  bool axsTestedDuringPOST = false;
+  bool notOnLaterRevs = false;
+  bool scanTstIgnore = false;  // the bus scan passes the chip over
+};
 
 // One named chip on an I2C adapter, reached through the i2c-dev device file.
 // Each access is setUp, one or more wrBytes/rdBytes, tearDown; the adapter is
 // closed between accesses. In SMBus mode the first buffer byte is the
 // command (register) byte and the byte counts count the data after it; in
 // plain mode each call is one I2C read or write transaction of the buffer.
-class I2cDev : public DiagObject {
+class I2cDev : public DiagObject, public I2cDevDesc {
 public:
-  I2cDev(std::string name, unsigned adapter, unsigned address, E_HOST host, unsigned hostMux, unsigned localMux,
-         bool smbus, bool sysLoggingOn, TstAxs* pTstAxs, std::string description, bool axsTestedDuringPOST,
-         bool notOnLaterRevs, bool scanTstIgnore);
+  explicit I2cDev(I2cDevDesc desc) : I2cDevDesc(std::move(desc)) {}
 
   E_STATUS openAdapter();
   E_STATUS setDevAddr();
   E_STATUS setUp();
   E_STATUS tearDown();
-  E_STATUS wrBytes(char* pBuf, unsigned long numBytesToWrite, int* pBytesWritten, unsigned long silent);
+  // buf is the caller's whole buffer: the transfer takes its first bytes (a
+  // count that needs more than it holds is refused), and a failure message
+  // shows its first four, 0 only for those beyond its end.
+  E_STATUS wrBytes(std::span<const char> buf, unsigned long numBytesToWrite, int* pBytesWritten,
+                   unsigned long silent);
   // A block read (SMBus, count 0 or 3 and more) may fill up to 32 bytes when
   // numBytesToRead is 0; otherwise at most numBytesToRead bytes are stored.
   E_STATUS rdBytes(char* pBuf, unsigned long numBytesToRead, int* pBytesRead, unsigned long silent, bool noASCII,
                    bool noNewLines);
   void setBus(bool smbusMode) { smbus = smbusMode; }
 
-  int adapterFD;
-  int openCount;
-  int closeCount;
-  bool smbus;
-  bool sysLoggingOn;
-  std::string name;
-  unsigned adapter;
-  unsigned address;
-  E_HOST host;
-  unsigned hostMux;
-  unsigned localMux;
-  TstAxs* pTstAxs;
-  bool axsTestedDuringPOST;
-  bool notOnLaterRevs;
-  std::string description;
-  bool scanTstIgnore;
+  // The adapter's descriptor from the last open, empty once tearDown has
+  // closed it; any value, descriptor 0 included, is closed by tearDown. A
+  // failed open leaves its negative result and a refused address the closed
+  // descriptor, so that tearDown closes (and counts) once more.
+  std::optional<int> adapterFD;
+  int openCount = 0;   // successful opens, shown when an open fails
+  int closeCount = 0;
+
+  // The descriptor transfers go to: those of a closed device fail as on a bad descriptor.
+  int fd() const { return adapterFD.value_or(-1); }
 
 private:
   unsigned long logFlags() const;
   int smbusWrite(const unsigned char* b, unsigned long n);
+  void reportWriteFailure(std::span<const char> buf, unsigned long n, int written, int err) const;
   E_STATUS smbusRead(char* pBuf, unsigned long n, int* pBytesRead);
 };
 

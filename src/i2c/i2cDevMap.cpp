@@ -9,7 +9,6 @@
 #include "rev.h"
 
 namespace {
-constexpr int FIRST_SWITCH_REV = 3;
 // The multiplexer trees and every named device hang on adapter 2.
 constexpr int SWITCH_BUS = 2;
 // The main-reference sensor behind channel 2 of the host switch answers at one of two addresses.
@@ -55,7 +54,7 @@ std::map<std::string, unsigned> detectedAddresses(bool mainHost) {
   std::map<std::string, unsigned> found;
   int rev = 0;
   Rev().getRev(&rev);
-  if (rev < FIRST_SWITCH_REV) return found;
+  if (rev < Rev::FIRST_SWITCH_REV) return found;
   for (const SwitchSearch& s : switchSearches) {
     char hwname[20];
     int addr = searchForI2cMuxSwAddr(&s.info, hwname);
@@ -68,38 +67,58 @@ std::map<std::string, unsigned> detectedAddresses(bool mainHost) {
   }
   return found;
 }
+
+// The fixed-column description: host board, bus and channels, board number, function, part.
+std::string describe(const I2cBoardTable& t, const I2cBoardEntry& e) {
+  auto channel = [](unsigned c) { return c == NO_MUX ? std::string(" ") : std::to_string(c); };
+  // The bus column numbers the processor's bus as the board drawings do: adapter 2 is bus 1.
+  std::string d = std::string(t.label) + " 1 " + channel(e.dev.hostMux);
+  if (t.twoLevels) d += " " + channel(e.dev.localMux);
+  d += std::string(" ") + e.boardNo + " " + e.function;
+  if (e.part[0]) d += std::string(" ") + e.part;
+  return d;
+}
 }  // namespace
 
 I2cDevMap* I2cDevMap::getI2cDevMap() {
-  static I2cDevMap* pMap = new I2cDevMap();
-  return pMap;
+  static I2cDevMap registry;
+  return &registry;
 }
 
 I2cDevMap::I2cDevMap() {
   const I2cBoardTable& t = boardTable();
   boardLabel = t.label;
   std::map<std::string, unsigned> addrs = detectedAddresses(&t == &MAIN_HOST_TABLE);
-  for (size_t i = 0; i < t.count; ++i) {
-    const Entry& e = t.entries[i];
-    auto a = addrs.find(e.name);
-    add(t.label, t.twoLevels, e, a == addrs.end() ? e.address : a->second);
+  for (const I2cBoardEntry& e : t.entries) {
+    auto a = addrs.find(e.dev.name);
+    add(t, e, a == addrs.end() ? e.dev.address : a->second);
+  }
+  // Every chip is in now: each path is handed the multiplexers it selects.
+  for (const std::unique_ptr<I2cDev>& dev : devices) {
+    I2CPath path(dev->name, dev->host, dev->hostMux, dev->localMux, 0, muxesFor(dev->host));
+    tests.push_back(std::make_unique<TstAxs>(path));
+    dev->pTstAxs = tests.back().get();
   }
 }
 
-void I2cDevMap::add(const char* hostLabel, bool twoLevels, const Entry& e, unsigned address) {
-  tests.push_back(std::make_unique<TstAxs>(I2CPath(e.name, e.host, e.hostMux, e.localMux, 0)));
-  devices.push_back(std::make_unique<I2cDev>(e.name, SWITCH_BUS, address, e.host, e.hostMux, e.localMux, e.smbus,
-                                             false, tests.back().get(), describe(hostLabel, twoLevels, e), e.post,
-                                             e.notOnLaterRevs, e.scanIgnore));
-  map.emplace(e.name, devices.back().get());
+void I2cDevMap::add(const I2cBoardTable& t, const I2cBoardEntry& e, unsigned address) {
+  I2cDevDesc desc = e.dev;
+  desc.adapter = SWITCH_BUS;
+  desc.address = address;
+  desc.description = describe(t, e);
+  devices.push_back(std::make_unique<I2cDev>(std::move(desc)));
+  map.emplace(e.dev.name, devices.back().get());
 }
 
-std::string I2cDevMap::describe(const char* hostLabel, bool twoLevels, const Entry& e) {
-  auto channel = [](unsigned c) { return c == NO_MUX ? std::string(" ") : std::to_string(c); };
-  // The bus column numbers the processor's bus as the board drawings do: adapter 2 is bus 1.
-  std::string d = std::string(hostLabel) + " 1 " + channel(e.hostMux);
-  if (twoLevels) d += " " + channel(e.localMux);
-  d += std::string(" ") + e.boardNo + " " + e.function;
-  if (e.part[0]) d += std::string(" ") + e.part;
-  return d;
+I2cDev* I2cDevMap::find(const char* name) const {
+  auto it = name ? map.find(name) : map.end();
+  return it == map.end() ? nullptr : it->second;
+}
+
+I2cPathMuxes I2cDevMap::muxesFor(E_HOST host) const {
+  auto chips = [&](E_MUX_LEVEL level) {
+    I2cMuxNames names = I2CPath::muxNames(host, level);
+    return I2cMuxLevel{find(names.mux), find(names.sw)};
+  };
+  return {chips(HOST_LEVEL), chips(LOCAL_LEVEL)};
 }

@@ -3,12 +3,11 @@
 #include "diagMutex.h"
 #include "log.h"
 
-I2cDevUtil::I2cDevUtil(std::string target, bool callrInfo, bool) : callrInfo(callrInfo) {
-  status = getI2CDevItr(std::move(target), true, true, false);
-}
-
-I2cDevUtil::I2cDevUtil(std::string target, std::string file, int line, std::string fxn, bool callrInfo, bool)
-    : file(std::move(file)), line(line), fxn(std::move(fxn)), callrInfo(callrInfo) {
+I2cDevUtil::I2cDevUtil(std::string target, bool callrInfo, bool, std::source_location caller)
+    : file(caller.file_name()),
+      line(static_cast<int>(caller.line())),
+      fxn(fnName(caller.function_name())),
+      callrInfo(callrInfo) {
   status = getI2CDevItr(std::move(target), true, true, false);
 }
 
@@ -41,7 +40,10 @@ E_STATUS I2cDevUtil::getI2CDevItr(std::string target, bool setMuxes, bool, bool 
 
 // Names the device that is not on this board, from where the caller asked for it when it said so.
 void I2cDevUtil::reportMissing(const std::string& target) const {
-  bool caller = callrInfo && !file.empty();
-  log(LOG_TERM, "file %s, line %d, function %s - I2C device %s not found\n", caller ? srcName(file.c_str()) : srcName(__FILE__),
-      caller ? line : __LINE__, caller ? escPct(fxn).c_str() : __func__, escPct(target).c_str());
+  if (!callrInfo) {
+    LOGERR(LOG_TERM, "I2C device %s not found\n", escPct(target).c_str());
+    return;
+  }
+  log(LOG_TERM, "file %s, line %d, function %s - I2C device %s not found\n", srcName(file.c_str()), line,
+      escPct(fxn).c_str(), escPct(target).c_str());
 }

@@ -1,6 +1,7 @@
 #pragma once
 #include <semaphore.h>
 
+#include <source_location>
 #include <string>
 
 #include "i2cDevMap.h"
@@ -16,8 +17,10 @@
 // the rest of a script; other processes wait until this one succeeds or ends.
 class I2cDevUtil : public DiagObject {
 public:
-  I2cDevUtil(std::string target, bool callrInfo, bool unused);
-  I2cDevUtil(std::string target, std::string file, int line, std::string fxn, bool callrInfo, bool unused);
+  // With callrInfo a missing device is reported at the caller's place
+  // (source file, line and function), else at this accessor's own.
+  I2cDevUtil(std::string target, bool callrInfo, bool unused,
+             std::source_location caller = std::source_location::current());
   ~I2cDevUtil();
   I2cDevUtil(const I2cDevUtil&) = delete;
   I2cDevUtil& operator=(const I2cDevUtil&) = delete;

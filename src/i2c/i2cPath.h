@@ -1,23 +1,42 @@
 #pragma once
 #include <string>
 
-#include "diagStatus.h"
+#include "i2cDev.h"
 
-// The host board behind which an I2C chip sits. Only MAIN, SIGNAL and SIGNAL1
-// have multiplexers to select.
-enum E_HOST { NONE = 0, CORE = 1, MAIN = 2, SIGNAL = 3, SIGNAL1 = 4, MEAS = 5 };
+// The two levels of multiplexers between the processor and a chip.
+enum E_MUX_LEVEL { HOST_LEVEL, LOCAL_LEVEL };
 
-// No multiplexer channel at this level.
-constexpr unsigned NO_MUX = 0xFFFFFFFF;
+// The registry names of the chips that select one level: the 4-channel mux of
+// boards below revision 3 and the PCA9545 switch that took its place.
+struct I2cMuxNames {
+  const char* mux;
+  const char* sw;
+};
+
+// Those chips themselves, as the registry hands them to a path; null where
+// the board has no such device.
+struct I2cMuxLevel {
+  I2cDev* mux = nullptr;
+  I2cDev* sw = nullptr;
+};
+
+struct I2cPathMuxes {
+  I2cMuxLevel host;
+  I2cMuxLevel local;
+};
 
 // Which channel to select at each multiplexer level to reach one device.
-// Selecting writes the control bytes to the multiplexer chips of the registry
-// ("hostmux"/"fpmux"/"shostmux" on boards below revision 3, the PCA9545
-// switches "hostsw"/"fpsw"/"shostsw" from revision 3). Channels stay selected
-// after the access; the next selection overwrites them.
+// Selecting writes the control bytes to the chips the path was handed, the
+// muxes or the switches as the board revision read for that selection says.
+// Channels stay selected after the access; the next selection overwrites them.
 class I2CPath : public DiagObject {
 public:
-  I2CPath(std::string devName, E_HOST host, unsigned hostMux, unsigned localMux, unsigned long useSwitch);
+  // The chips a path behind host selects at a level; null names where the
+  // host has no multiplexers.
+  static I2cMuxNames muxNames(E_HOST host, E_MUX_LEVEL level);
+
+  I2CPath(std::string devName, E_HOST host, unsigned hostMux, unsigned localMux, unsigned long useSwitch,
+          I2cPathMuxes muxes);
 
   E_STATUS setMuxes(unsigned long verbose);
   E_STATUS setMnHstMux(unsigned long verbose);
@@ -34,5 +53,6 @@ public:
   unsigned localMux;
 
 private:
-  E_STATUS selectLevel(const char* oldMux, const char* newSw, unsigned channel, bool pcaStyleAtRev3, unsigned long verbose);
+  E_STATUS selectLevel(E_MUX_LEVEL level, unsigned channel, bool pcaStyleAtRev3, unsigned long verbose);
+  I2cPathMuxes muxes;
 };

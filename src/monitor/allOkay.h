@@ -2,7 +2,7 @@
 #include <string>
 
 #include "diagStatus.h"
-#include "i2cPath.h"
+#include "i2cHost.h"
 
 // One source of the instrument's all-okay fault line: its own okay output,
 // and the system all-okay input as it sees it. Operations a source does not

@@ -137,7 +137,9 @@ E_STATUS FanCtlr::lclWrFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned ch
   E_STATUS st = selectPage(itr, page, false);
   if (st != SUCCESS) return st;
   usleep(PMBUS_GAP_US);
-  char buf[3] = {static_cast<char>(offset), static_cast<char>(*pDatum & 0xFF), static_cast<char>(*pDatum >> 8)};
+  // The command and the whole datum, low byte first, whatever the count sent:
+  // a failed write shows the four buffer bytes.
+  char buf[4] = {static_cast<char>(offset), static_cast<char>(*pDatum & 0xFF), static_cast<char>(*pDatum >> 8), 0};
   int cnt = 0;
   st = itr->second->wrBytes(buf, numBytesToWrite, &cnt, 0);
   usleep(PMBUS_GAP_US);
@@ -155,19 +157,19 @@ E_STATUS FanCtlr::rdFanCtlrReg(unsigned char page, unsigned char offset, unsigne
     LOGERR(LOG_TERM, "page %d, command 0x%02x is not in the fan controller's register table\n", page, offset);
     return ENTRY_NOT_FOUND;
   }
-  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util("fctl", true, false);
   if (util.stat() != SUCCESS) return util.stat();
   return lclRdFanCtlrReg(util.getItr(), page, offset, reg->width / 8, pDatum);
 }
 
 E_STATUS FanCtlr::wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsigned char offset, unsigned short datum) {
-  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util("fctl", true, false);
   if (util.stat() != SUCCESS) return util.stat();
   return lclWrFanCtlrReg(util.getItr(), page, offset, numBytes, &datum);
 }
 
 E_STATUS FanCtlr::rdFanCtlrRegs() {
-  I2cDevUtil util("fctl", __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util("fctl", true, false);
   E_STATUS st = util.stat();
   if (st != SUCCESS) return st;
   for (auto& [page, cmds] : pageMap) {

@@ -103,7 +103,7 @@ E_STATUS mrAttempt(I2cDev* dev, bool ok, bool* overTemp) {
 }  // namespace
 
 E_STATUS MrAllOkay::chk4OkayOut(bool* pOk) {
-  I2cDevUtil util("mrtmp1", __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util("mrtmp1", true, false);
   if (util.stat() != SUCCESS) return util.stat();
   unsigned char status = 0;
   E_STATUS st = rdReg8(util.getItr()->second, SA_STATUS, &status);
@@ -119,7 +119,7 @@ E_STATUS MrAllOkay::setOkayOut(bool ok, bool) {
     ++attempts;
     bool over = false;
     {
-      I2cDevUtil util("mrtmp1", __FILE__, __LINE__, __func__, true, false);
+      I2cDevUtil util("mrtmp1", true, false);
       st = util.stat();
       if (st == ENTRY_NOT_FOUND) return st;
       if (st == SUCCESS) st = mrAttempt(util.getItr()->second, ok, &over);
@@ -156,7 +156,7 @@ E_STATUS FpAllOkay::setOkayOut(bool ok, bool oldWay) {
   if (oldWay && ok) {
     fpOldWay();
   } else {
-    I2cDevUtil util("fpfpga", __FILE__, __LINE__, __func__, true, false);
+    I2cDevUtil util("fpfpga", true, false);
     st = util.stat();
     I2cDev* dev = st == SUCCESS ? util.getItr()->second : nullptr;
     if (dev && ok) {
@@ -172,7 +172,7 @@ E_STATUS FpAllOkay::setOkayOut(bool ok, bool oldWay) {
 }
 
 E_STATUS FpAllOkay::chk4OkayOut(bool* pOk) {
-  I2cDevUtil util("fpfpga", __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util("fpfpga", true, false);
   if (util.stat() != SUCCESS) return util.stat();
   unsigned char gpo0 = 0, gpo1 = 0;
   E_STATUS st = rdReg8(util.getItr()->second, FP_GPO0, &gpo0);
@@ -182,7 +182,7 @@ E_STATUS FpAllOkay::chk4OkayOut(bool* pOk) {
 }
 
 E_STATUS FpAllOkay::chk4AllOkayIn(bool* pOk) {
-  I2cDevUtil util("fpfpga", __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util("fpfpga", true, false);
   if (util.stat() != SUCCESS) return util.stat();
   unsigned char inputs = 0;
   E_STATUS st = rdReg8(util.getItr()->second, FP_INPUTS, &inputs);

@@ -31,13 +31,13 @@ void verdict(E_STATUS st, unsigned short code) {
 bool answers(I2cDev* dev) {
   bool memory = dev->address >= 0x50 && dev->address <= 0x57;
   union i2c_smbus_data data;
-  if (memory) return i2c_smbus_access(dev->adapterFD, I2C_SMBUS_READ, 0, I2C_SMBUS_BYTE, &data) >= 0;
-  return i2c_smbus_access(dev->adapterFD, I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr) >= 0;
+  if (memory) return i2c_smbus_access(dev->fd(), I2C_SMBUS_READ, 0, I2C_SMBUS_BYTE, &data) >= 0;
+  return i2c_smbus_access(dev->fd(), I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr) >= 0;
 }
 
 // Sets the device's path up and probes it; false with the reason printed.
 bool probe(const std::string& name) {
-  I2cDevUtil util(name, __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util(name, true, false);
   return util.stat() == SUCCESS && answers(util.getItr()->second);
 }
 
@@ -86,11 +86,11 @@ E_STATUS fastRound(I2cDev* d, const std::vector<unsigned char>& msg, bool readBa
   int cnt = 0;
   bool wasSmbus = d->smbus;
   d->setBus(false);  // the data is the whole message, whatever the chip's usual mode
-  E_STATUS st = d->wrBytes(buf.data(), buf.size(), &cnt, 1);
+  E_STATUS st = d->wrBytes(buf, buf.size(), &cnt, 1);
   if (st == SUCCESS && readBack) {
     size_t n = msg.size() > 1 ? msg.size() - 1 : 1;
     std::vector<char> rd(n);
-    if (msg.size() > 1) st = d->wrBytes(buf.data(), 1, &cnt, 1);
+    if (msg.size() > 1) st = d->wrBytes(buf, 1, &cnt, 1);
     if (st == SUCCESS) st = d->rdBytes(rd.data(), n, &cnt, 1, true, true);
     if (st == SUCCESS && memcmp(rd.data(), msg.data() + (msg.size() > 1 ? 1 : 0), n) != 0) st = FAILURE;
   }
@@ -118,7 +118,7 @@ E_STATUS I2CFastRegAxsTest::runTest(int argc, char argv[][ARG_LEN]) {
     verdict(FAILURE, 0);
     return FAILURE;
   }
-  I2cDevUtil util(dev, __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util(dev, true, false);
   E_STATUS st = util.stat();
   unsigned long done = 0, failures = 0;
   while (st == SUCCESS && (loops == 0 ? !inputAvailable() : done < loops)) {
@@ -157,9 +157,9 @@ I2cDev* regDevice(const std::string& name) {
 void closeChannels(const char* mux) {
   I2cDev* sw = regDevice(mux);
   if (!sw || sw->setUp() != SUCCESS) return;
-  char off = 0;
+  const char off[1] = {0};
   int cnt = 0;
-  sw->wrBytes(&off, 1, &cnt, 1);
+  sw->wrBytes(off, 1, &cnt, 1);
   sw->tearDown();
 }
 
@@ -178,16 +178,20 @@ std::string readId(I2cDev* dev) {
 bool farEndAnswers(const char* name) {
   int rev = 0;
   Rev().getRev(&rev);
-  const char* second = rev >= 3 ? "fpsw" : "fpmux";
-  const char* first = rev >= 3 ? "hostsw" : "hostmux";
+  auto chip = [rev](E_MUX_LEVEL level) {
+    I2cMuxNames n = I2CPath::muxNames(MAIN, level);
+    return rev >= Rev::FIRST_SWITCH_REV ? n.sw : n.mux;
+  };
+  const char* first = chip(HOST_LEVEL);
+  const char* second = chip(LOCAL_LEVEL);
   I2cDev* dev = regDevice(name);
   if (!dev) return false;
   if (dev->localMux == NO_MUX) {
     // Nothing behind the second level may answer beside a first-level memory.
-    I2cDevUtil reach(second, __FILE__, __LINE__, __func__, true, false);
+    I2cDevUtil reach(second, true, false);
     if (reach.stat() == SUCCESS) closeChannels(second);
   }
-  I2cDevUtil util(name, __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util(name, true, false);
   if (util.stat() != SUCCESS) return false;
   std::string open = readId(dev);
   if (open.empty()) return false;

@@ -1,20 +1,15 @@
 #pragma once
-#include "test.h"
+#include "walkTest.h"
 
 // A test of an area of main memory.
 template <typename W>
-class MemTest : public Test {
+class MemTest : public WalkTest<W> {
 public:
   MemTest(std::string nm, std::string helpString, unsigned int startAddr, unsigned int sz, bool rprt, bool contOnErr)
-      : Test(std::move(nm), std::move(helpString), ""), startAddr(startAddr), sz(sz), rprt(rprt), contOnErr(contOnErr) {}
+      : WalkTest<W>(std::move(nm), std::move(helpString), rprt, contOnErr), startAddr(startAddr), sz(sz) {}
   W* pMem = nullptr;
   unsigned int startAddr;
   unsigned int sz;
-  bool rprt;
-  bool contOnErr;
-  W wrDatum = 0;
-  W rdDatum = 0;
-  W ORValue = 0;
 };
 
 // Tests the data lines of a memory bus through one word.

@@ -2,15 +2,18 @@
 #include "keyInput.h"
 #include "log.h"
 #include "test.h"
+#include "walkTest.h"
 
 // Walks a single one and then a single zero through every bit of one
 // read-write register, for a number of loops, comparing what reads back under
 // the register's mask. A device test supplies the three accesses.
 template <typename T>
-class RegTest : public Test {
+class RegTest : public WalkTest<T> {
 public:
   RegTest(std::string nm, std::string helpString, T mask, bool rprt, bool contOnErr, unsigned int regAddr)
-      : Test(std::move(nm), std::move(helpString), ""), regAddr(regAddr), rprt(rprt), contOnErr(contOnErr), mask(mask) {}
+      : WalkTest<T>(std::move(nm), std::move(helpString), rprt, contOnErr), regAddr(regAddr), mask(mask) {}
+  // The walk's flags and words, by their plain names in the walk below.
+  using WalkTest<T>::rprt, WalkTest<T>::contOnErr, WalkTest<T>::wrDatum, WalkTest<T>::rdDatum, WalkTest<T>::ORValue;
 
   E_STATUS runTest(int argc, char argv[][ARG_LEN]) override;
   virtual void rd(T* value) = 0;
@@ -21,11 +24,6 @@ public:
   T* pReg = nullptr;
   T errCd = 0;
   unsigned int regAddr;
-  bool rprt;
-  bool contOnErr;
-  T wrDatum = 0;
-  T rdDatum = 0;
-  T ORValue = 0;
   T mask;
 
 private:
@@ -57,7 +55,7 @@ E_STATUS RegTest<T>::walk(unsigned long loop, E_STATUS status) {
 
 template <typename T>
 E_STATUS RegTest<T>::runTest(int argc, char argv[][ARG_LEN]) {
-  ArgsDecl args = ownArgs(loopTestUsage, loopTestOpts);
+  ArgsDecl args = this->ownArgs(loopTestUsage, loopTestOpts);
   ArgScan scan(args, argc, argv);
   E_STATUS status = scan.run();
   if (status != SUCCESS || scan.ended()) return status;

@@ -58,17 +58,17 @@ I2cByteRegTest::I2cByteRegTest(std::string nm, std::string help, std::string dev
       rdReg(rdReg) {}
 
 void I2cByteRegTest::rd(unsigned char* v) {
-  I2cDevUtil util(dev, __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util(dev, true, false);
   if (util.stat() == SUCCESS) rdReg8(util.getItr()->second, rdReg, v);
 }
 
 void I2cByteRegTest::wr(unsigned char* v) {
-  I2cDevUtil util(dev, __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util(dev, true, false);
   if (util.stat() == SUCCESS) wrReg8(util.getItr()->second, wrReg, *v);
 }
 
 void I2cByteRegTest::wrrd(unsigned char* w, unsigned char* r, unsigned char) {
-  I2cDevUtil util(dev, __FILE__, __LINE__, __func__, true, false);
+  I2cDevUtil util(dev, true, false);
   if (util.stat() != SUCCESS) return;
   if (wrReg8(util.getItr()->second, wrReg, *w) == SUCCESS) rdReg8(util.getItr()->second, rdReg, r);
 }

@@ -26,6 +26,34 @@ TEST_F(I2cRegistry, EachBoardIsDetectedFromSysfsAndGetsItsOwnTable) {
   }
 }
 
+// Each path is handed the multiplexers of its own host on the board the
+// registry was built for; the revision picks the mux or the switch.
+TEST_F(I2cRegistry, PathsSelectThroughTheirBoardsOwnMultiplexers) {
+  const struct {
+    const char* board;
+    int rev;
+    const char* device;
+    const char* writes;
+  } cases[] = {
+      {"signal", 3, "mc2Eeprom", "0x70 write 08 "},
+      {"signal", 2, "mc2Eeprom", "0x76 write 07 "},
+      {"main", 3, "fpioEeprom", "0x71 write 08 0x72 write 02 "},
+      {"main", 2, "fpioEeprom", "0x74 write 07 0x75 write 05 "},
+  };
+  for (const auto& c : cases) {
+    SCOPED_TRACE(std::string(c.board) + " " + c.device);
+    resetSim();
+    simctl({"set", "board", c.board});
+    simctl({"set", "rev", std::to_string(c.rev)});
+    I2cDevMap m;
+    Trace t;
+    EXPECT_EQ(m.map.at(c.device)->pTstAxs->getPath().setMuxes(1), SUCCESS);
+    std::string writes;
+    for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
+    EXPECT_EQ(writes, c.writes);
+  }
+}
+
 TEST_F(I2cRegistry, SwitchAddressesComeFromTheirSysfsNames) {
   simctl({"set", "switch", "host", "pca9545"});
   simctl({"set", "switch", "fp", "pca9545"});

@@ -2,6 +2,8 @@
 // dump, and the failures of opening and addressing.
 #include <gtest/gtest.h>
 
+#include <span>
+
 #include "i2cDevUtil.h"
 #include "i2cTestUtil.h"
 #include "textUtil.h"
@@ -96,39 +98,101 @@ TEST_F(I2cDevOps, PlainReadsDumpSixteenBytesALineWithATextColumn) {
   EXPECT_EQ(plainRead("mhEeprom", 16, false, true), "5a392030393830206d61696e20686f73 Z9 0980 main hos\n");
 }
 
-TEST_F(I2cDevOps, PlainWriteFailureNamesTheDeviceAndShowsOnlyTheSentBytes) {
+namespace {
+// What a failed write of n bytes from buf prints, on a device that is set up.
+std::string writeFailure(I2cDev& d, std::span<const char> buf, unsigned long n) {
+  int written = 0;
+  return captured([&] { EXPECT_EQ(d.wrBytes(buf, n, &written, 0), FAILURE); });
+}
+}  // namespace
+
+// The message shows the caller's first four buffer bytes whatever the count
+// sent, 0 only where the buffer has ended.
+TEST_F(I2cDevOps, WriteFailureShowsTheFirstFourBufferBytes) {
   simctl({"i2c", "nack", "mh-eeprom", "on"});
-  I2cDevUtil u("mhEeprom", false, false);
+  simctl({"i2c", "nack", "fpfpga", "on"});
+  {
+    I2cDevUtil u("mhEeprom", false, false);
+    ASSERT_EQ(u.stat(), SUCCESS);
+    I2cDev& d = *u.getItr()->second;
+    const char offset[2] = {0x00, 0x10}, page[6] = {0x00, 0x10, 0x41, 0x42, 0x43, 0x44};
+    EXPECT_TRUE(contains(writeFailure(d, offset, 2),
+                         "failed to write device mhEeprom(0x56) bytesWritten= -1, numBytesToWrite= 2 buf[0]= 0x00, "
+                         "buf[1]= 0x10, buf[2]= 0x00, buf[3]= 0x00\nRemote I/O error (121)\n"));
+    EXPECT_TRUE(contains(writeFailure(d, page, 2), "buf[0]= 0x00, buf[1]= 0x10, buf[2]= 0x41, buf[3]= 0x42\n"));
+    int n = 0;
+    EXPECT_EQ(captured([&] { EXPECT_EQ(d.wrBytes(offset, 2, &n, 1), FAILURE); }), "");
+  }
+  I2cDevUtil u("fpfpga", false, false);
   ASSERT_EQ(u.stat(), SUCCESS);
   I2cDev& d = *u.getItr()->second;
-  char offset[2] = {0x00, 0x10};
-  int n = 0;
-  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.wrBytes(offset, 2, &n, 0), FAILURE); }), "failed to write device mhEeprom(0x56) bytesWritten= -1, numBytesToWrite= 2 "
-                                       "buf[0]= 0x00, buf[1]= 0x10, buf[2]= 0x00, buf[3]= 0x00\nRemote I/O error (121)\n"));
-  EXPECT_EQ(captured([&] { EXPECT_EQ(d.wrBytes(offset, 2, &n, 1), FAILURE); }), "");
+  const char datum[4] = {0x19, 0x34, 0x12, 0x00}, byte[2] = {0x30, 0x31};
+  EXPECT_TRUE(contains(writeFailure(d, datum, 1),
+                       "failed to write device fpfpga(0x40) bytesWritten= 0, numBytesToWrite= 1 buf[0]= 0x19, "
+                       "buf[1]= 0x34, buf[2]= 0x12, buf[3]= 0x00\n"));
+  EXPECT_TRUE(contains(writeFailure(d, byte, 1), "buf[0]= 0x30, buf[1]= 0x31, buf[2]= 0x00, buf[3]= 0x00\n"));
+}
+
+// A transfer longer than the buffer it is to come from is refused before the bus.
+TEST_F(I2cDevOps, WriteThatDoesNotFitItsBufferIsRefused) {
+  I2cDevUtil u("fpfpga", false, false);
+  ASSERT_EQ(u.stat(), SUCCESS);
+  I2cDev& d = *u.getItr()->second;
+  Trace t;
+  int n = -1;
+  const char two[2] = {0x05, 0x34};
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.wrBytes(two, 2, &n, 1), BAD_PARAMETER); }),
+                       "a write of 2 bytes to device fpfpga(0x40) does not fit the buffer of 2 bytes\n"));
+  EXPECT_EQ(n, 0);
+  EXPECT_EQ(d.wrBytes(two, 1, &n, 1), SUCCESS);  // the register byte and one data byte
+  d.setBus(false);  // a plain transfer takes the count itself
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.wrBytes(two, 3, &n, 1), BAD_PARAMETER); }),
+                       "a write of 3 bytes to device fpfpga(0x40) does not fit the buffer of 2 bytes\n"));
+  d.setBus(true);
+  EXPECT_EQ(t.grep("i2c-2 0x40").size(), 1u);
 }
 
 TEST_F(I2cDevOps, MissingAdapterFailsToOpenAndTearDownStillClosesAndCounts) {
-  I2cDev d("ghost", 7, 0x50, NONE, NO_MUX, NO_MUX, false, false, nullptr, "", false, false, false);
+  I2cDev d({.name = "ghost", .adapter = 7, .address = 0x50});
   Trace t;
   std::string out = captured([&] { EXPECT_EQ(d.setUp(), FAILURE); });
   EXPECT_TRUE(contains(out, "function openAdapter - failed to open I2C adapter /dev/i2c-7 openCount= 0, closeCount= 0\n"
                        "No such file or directory (2)\n"));
-  EXPECT_LT(d.adapterFD, 0);
+  ASSERT_TRUE(d.adapterFD);
+  EXPECT_LT(*d.adapterFD, 0);
   EXPECT_EQ(d.tearDown(), SUCCESS);
   EXPECT_EQ(d.closeCount, 1);
-  EXPECT_EQ(d.adapterFD, 0);
+  EXPECT_FALSE(d.adapterFD);
   EXPECT_EQ(t.grep("close fd -1 -> EBADF").size(), 1u);
   EXPECT_EQ(d.tearDown(), SUCCESS);  // closed now: nothing more to close
   EXPECT_EQ(d.closeCount, 1);
 }
 
 TEST_F(I2cDevOps, RefusedAddressClosesTheAdapterAndTearDownClosesAgain) {
-  I2cDev d("wide", 2, 0x80, NONE, NO_MUX, NO_MUX, true, false, nullptr, "", false, false, false);
+  I2cDev d({.name = "wide", .adapter = 2, .address = 0x80, .smbus = true});
   EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.setUp(), FAILURE); }), "failed to set device wide address 0x80\nInvalid argument (22)\n"));
   EXPECT_EQ(d.openCount, 1);
   EXPECT_EQ(d.closeCount, 1);
-  EXPECT_NE(d.adapterFD, 0);  // the closed descriptor stays stored
+  EXPECT_TRUE(d.adapterFD);  // the closed descriptor stays stored
   d.tearDown();
   EXPECT_EQ(d.closeCount, 2);
+}
+
+// Descriptor 0 is what an open gets when standard input is closed: it is an
+// open adapter like any other, and a device that tearDown has closed reaches
+// no descriptor at all.
+TEST_F(I2cDevOps, DescriptorZeroIsAnOpenAdapter) {
+  I2cDev d({.name = "zero", .adapter = 2, .address = 0x40, .smbus = true});
+  d.adapterFD = 0;  // as the open handed it out
+  Trace t;
+  EXPECT_EQ(d.tearDown(), SUCCESS);
+  EXPECT_EQ(d.closeCount, 1);
+  EXPECT_EQ(t.grep("close fd 0 ").size(), 1u);
+  EXPECT_FALSE(d.adapterFD);
+  const char byte[2] = {0x10, 0x11};
+  int n = 0;
+  std::string out = captured([&] { EXPECT_EQ(d.wrBytes(byte, 1, &n, 0), FAILURE); });
+  EXPECT_TRUE(contains(out, "failed to write device zero(0x40), byteCnt= 0\nBad file descriptor (9)\n")) << out;
+  EXPECT_EQ(d.tearDown(), SUCCESS);
+  EXPECT_EQ(d.closeCount, 1);
 }

@@ -9,6 +9,7 @@
 #include "i2cTestUtil.h"
 #include "programs.h"
 #include "semIsolation.h"
+#include "textUtil.h"
 
 TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
   resetSim();
@@ -18,11 +19,12 @@ TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
   kernel().resetCounts();
   I2cDev* dev = nullptr;
   {
-    I2cDevUtil u("fpfpga", __FILE__, __LINE__, __func__, true, false);
+    I2cDevUtil u("fpfpga", true, false);
     ASSERT_EQ(u.stat(), SUCCESS);
     EXPECT_TRUE(semHeldHere(sem));
     dev = u.getItr()->second;
-    EXPECT_GT(dev->adapterFD, 0);
+    ASSERT_TRUE(dev->adapterFD);
+    EXPECT_GE(*dev->adapterFD, 0);
     // Per level: the revision file (open, read, close) and the control byte (open, address, write, close);
     // then the device's open and address.
     Kernel::Counts c = kernel().counts();
@@ -33,7 +35,23 @@ TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
     EXPECT_EQ(c.close, 4u);
   }
   EXPECT_FALSE(semHeldHere(sem));
-  EXPECT_EQ(dev->adapterFD, 0);
+  EXPECT_FALSE(dev->adapterFD);
+}
+
+// Asked to, the accessor names the caller's file, line and function (as
+// __func__ names it); else its own place.
+TEST(I2cAccessor, AMissingDeviceIsReportedWhereTheCallerAskedForIt) {
+  resetSim();
+  testing::internal::CaptureStdout();
+  int line = __LINE__ + 1;
+  I2cDevUtil asked("nosuch", true, false);
+  I2cDevUtil own("nosuch", false, false);
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_EQ(asked.stat(), ENTRY_NOT_FOUND);
+  EXPECT_TRUE(contains(out, "file i2cDevUtilTest, line " + std::to_string(line) +
+                                ", function TestBody - I2C device nosuch not found\n")) << out;
+  EXPECT_TRUE(contains(out, "function reportMissing - I2C device nosuch not found\n")) << out;
+  EXPECT_TRUE(contains(out, "file i2cDevUtil, line ")) << out;
 }
 
 namespace {

@@ -38,7 +38,7 @@ TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
     rev(c.rev);
     Trace t;
     kernel().resetCounts();
-    I2CPath p(c.name, c.host, c.hostMux, c.localMux, 0);
+    I2CPath p(c.name, c.host, c.hostMux, c.localMux, 0, I2cDevMap::getI2cDevMap()->muxesFor(c.host));
     EXPECT_EQ(c.host == SIGNAL ? p.setSigLclMux(1) : p.setMuxes(1), SUCCESS);
     std::string writes;
     for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
@@ -51,8 +51,39 @@ TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
 
 TEST_F(I2cPathSelect, FailedControlByteShowsOnlyInItsMessage) {
   simctl({"i2c", "nack", "hostsw", "on"});
-  I2CPath p("fctl", MAIN, 1, NO_MUX, 0);
+  I2CPath p("fctl", MAIN, 1, NO_MUX, 0, I2cDevMap::getI2cDevMap()->muxesFor(MAIN));
   EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(p.setMuxes(1), SUCCESS); }),
                        "failed to write device hostsw(0x71) bytesWritten= -1"));
   EXPECT_EQ(captured([&] { EXPECT_EQ(p.setMuxes(0), SUCCESS); }), "");
+}
+
+// A path reaches the bus only through the chips the registry handed it, and
+// which of a level's two chips it needs follows the revision of the moment.
+TEST_F(I2cPathSelect, AChipThePathWasNotHandedIsNotFound) {
+  const I2cPathMuxes board = I2cDevMap::getI2cDevMap()->muxesFor(MAIN);
+  const struct {
+    int rev;
+    E_HOST host;
+    I2cPathMuxes muxes;
+    const char* missing;
+    const char* writes;
+  } cases[] = {
+      {3, MAIN, {}, "hostsw", ""},
+      {2, MAIN, {}, "hostmux", ""},
+      {3, SIGNAL, {}, "shostsw", ""},
+      {2, MAIN, {.host = {.sw = board.host.sw}}, "hostmux", ""},
+      {4, MAIN, {.host = board.host}, "fpsw", "0x71 write 08 "},
+      {2, MAIN, {.host = board.host, .local = {.sw = board.local.sw}}, "fpmux", "0x74 write 07 "},
+  };
+  for (const auto& c : cases) {
+    rev(c.rev);
+    Trace t;
+    I2CPath p("fpfpga", c.host, 3, 1, 0, c.muxes);
+    std::string out = captured([&] { EXPECT_EQ(p.setMuxes(1), ENTRY_NOT_FOUND); });
+    EXPECT_TRUE(contains(out, std::string("function selectLevel - I2C device ") + c.missing + " not found\n"))
+        << c.missing << ": " << out;
+    std::string writes;
+    for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
+    EXPECT_EQ(writes, c.writes) << c.missing;
+  }
 }

@@ -126,6 +126,14 @@ TEST_F(FanCtlrTest, HelpComesAloneAndFailuresAreReported) {
   EXPECT_EQ(r.status, FAILURE);
 
   simctl({"i2c", "clear"});
+
+  // CAPABILITY is read-only: the chip refuses the write, whose message shows
+  // the command and the whole datum.
+  r = runCmd(fan, "fan -w 1 -o 0x19 -d 0x1234");
+  EXPECT_EQ(r.status, FAILURE);
+  EXPECT_NE(r.out.find("numBytesToWrite= 1 buf[0]= 0x19, buf[1]= 0x34, buf[2]= 0x12, buf[3]= 0x00\n"),
+            std::string::npos) << r.out;
+
   simctl({"i2c", "nack", "fctl", "on"});
   r = runCmd(fan, "fan -rr -o 0x90");
   EXPECT_EQ(r.status, FAILURE);

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <source_location>
 #include <string>
+#include <vector>
 
 #include "log.h"
 
@@ -40,6 +42,38 @@ TEST(LogOutput, ErrorPrefixNamesFileLineAndFunction) {
   LOGERR(LOG_TERM, "bad %s\n", "thing");
   std::string expect = "file logTest, line " + std::to_string(line) + ", function TestBody - bad thing\n";
   EXPECT_EQ(GetCapturedStdout(), expect);
+}
+
+namespace {
+std::string placeName(std::source_location where = std::source_location::current()) {
+  return fnName(where.function_name());
+}
+std::string freeFunction(int, char[][ARG_LEN]) { return placeName() + "=" + __func__; }
+template <typename T>
+std::string templateFunction(T) { return placeName() + "=" + __func__; }
+struct Holder {
+  std::string member() const { return placeName() + "=" + __func__; }
+  std::string operator()() { return placeName() + "=" + __func__; }
+  template <typename T>
+  std::vector<T> memberTemplate() { return {T(placeName() + "=" + __func__)}; }
+};
+}  // namespace
+
+// A caller's place names its function as __func__ does, whatever the signature
+// the compiler reports for it.
+TEST(LogPlace, FunctionNameIsThePlainName) {
+  char args[1][ARG_LEN] = {};
+  for (const std::string& got : {freeFunction(0, args), templateFunction(std::vector<int>{}), Holder().member(),
+                                 Holder()(), Holder().memberTemplate<std::string>()[0],
+                                 [] { return placeName() + "=" + __func__; }(), placeName() + "=" + __func__}) {
+    size_t eq = got.find('=');
+    EXPECT_EQ(got.substr(0, eq), got.substr(eq + 1));
+  }
+  EXPECT_EQ(fnName("E_STATUS FanCtlr::rdFanCtlrReg(unsigned char, unsigned char, short unsigned int*)"),
+            "rdFanCtlrReg");
+  EXPECT_EQ(fnName("std::map<int, int> ns::find<int>(const char*) [with T = int]"), "find");
+  EXPECT_EQ(fnName(""), "");
+  EXPECT_EQ(fnName(nullptr), "");
 }
 
 TEST(LogTimeStamp, KeepsSecondsAndMicroseconds) {

@@ -1,7 +1,8 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, when they are missing, and for
 # the tests fetches the kernel that the VM test boots (see scripts/vmKernel.sh).
-# Usage: scripts/deps.sh [run|test]   ("run": enough to build and start diag-sim)
+# Usage: scripts/deps.sh [run|test|vm-armhf]   ("run": enough to build and start diag-sim;
+#        "vm-armhf": what the armhf VM test needs, see docs/vm-test.md)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 want=(cmake make g++ libgtest-dev libgmock-dev googletest)
@@ -12,6 +13,7 @@ if [ "${1:-test}" = test ]; then
   want+=(g++-arm-linux-gnueabihf qemu-user libbenchmark-dev util-linux)
   [ "$(dpkg --print-architecture)" = amd64 ] && vm+=(qemu-system-x86 busybox-static)
 fi
+[ "${1:-test}" = vm-armhf ] && vm+=(qemu-system-arm busybox-static)
 
 missingOf() {
   local p
@@ -38,6 +40,10 @@ install() {
 
 install
 # Without the kernel the VM test skips and says so; the other tests do not need it.
-if [ ${#vm[@]} -gt 0 ]; then
-  scripts/vmKernel.sh amd64 build/vm-kernel/amd64 || echo "deps: no kernel for the VM test; it will be skipped" >&2
+case "${1:-test}" in
+  test) [ ${#vm[@]} -eq 0 ] || vmArch=amd64 ;;
+  vm-armhf) vmArch=armhf ;;
+esac
+if [ -n "${vmArch:-}" ]; then
+  scripts/vmKernel.sh "$vmArch" "build/vm-kernel/$vmArch" || echo "deps: no kernel for the VM test; it will be skipped" >&2
 fi

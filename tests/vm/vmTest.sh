@@ -1,8 +1,9 @@
 #!/usr/bin/env bash
 # Boots Debian's kernel in a small qemu VM with an initramfs built here (static
-# busybox, the production diag with its shared libraries, the i2c-dev and
-# i2c-stub modules) and checks what the program did against the kernel's own
-# I2C stub, as read from the VM's serial console.
+# busybox, the production diag with its shared libraries, the kernel's I2C
+# modules) and checks what the program did on the kernel's i2c-dev, as read
+# from the VM's serial console: against the kernel's own i2c-stub on amd64, and
+# against qemu's chips on the armhf board (Debian's ARM kernels have no stub).
 # Usage: vmTest.sh ARCH DIAG KERNEL_DIR WORK_DIR [LIB_DIR...]
 #   ARCH amd64 or armhf; DIAG the production program; KERNEL_DIR what
 #   scripts/vmKernel.sh fetched; LIB_DIRs where DIAG's shared libraries are.
@@ -16,7 +17,9 @@ work=${4:?work dir}
 shift 4
 libDirs=("$@")
 # Bounds, in seconds: the whole VM run, and the wait for it to power off once done.
+# The armhf board is emulated instruction by instruction and bit-bangs its bus.
 RUN_BOUND=45
+[ "$arch" = armhf ] && RUN_BOUND=240
 OFF_BOUND=10
 
 source "$here/vmImage.sh"
@@ -37,19 +40,35 @@ qemuCommand() {
       # q35 rather than microvm: without HPET or ACPI timer a loaded host makes the
       # kernel's TSC calibration fail and the boot hang. The uncompressed kernel
       # boots directly and faster than vmlinuz.
+      board=stub
       qemu=(qemu-system-x86_64 -M q35 -cpu max)
       [ -f "$kernelDir/vmlinux" ] && kernel=$kernelDir/vmlinux
       console=ttyS0 ;;
+    armhf)
+      # Debian's ARM kernels have no i2c-stub: qemu's own chips answer instead,
+      # on the board's I2C controller: the host switch, the fan controller behind
+      # its channel 1, and the main host's memory.
+      board=vexpress
+      qemu=(qemu-system-arm -M vexpress-a15 -dtb "$kernelDir/board.dtb"
+            -device pca9546,address=0x71 -device max31785,bus=i2c.1,address=0x52
+            -device at24c-eeprom,address=0x56,rom-size=4096)
+      console=ttyAMA0 ;;
+    *) echo "FAILED: no VM for $arch"; exit 1 ;;
   esac
   qemu+=(-m 256 -smp 1 -display none -monitor none -serial stdio -no-reboot -nodefaults
          -kernel "$kernel" -initrd "$work/initramfs.cpio"
-         -append "console=$console panic=-1 quiet loglevel=1")
+         -append "console=$console panic=-1 quiet loglevel=1 VMBOARD=$board")
 }
 
 needed() {
   command -v "${qemu[0]}" >/dev/null || skip "${qemu[0]} is not installed (scripts/deps.sh installs it)"
-  [ -f "$kernelDir/vmlinuz" ] && [ -f "$kernelDir/modules/i2c-stub.ko" ] && [ -f "$kernelDir/modules/i2c-dev.ko" ] ||
-    skip "no kernel for $arch in $kernelDir (scripts/deps.sh fetches it)"
+  local f
+  for f in vmlinuz modules/i2c-dev.ko $([ "$arch" = armhf ] && echo board.dtb busybox); do
+    [ -f "$kernelDir/$f" ] || skip "no kernel for $arch in $kernelDir (scripts/deps.sh fetches it)"
+  done
+  local bb
+  bb=$(vmBusybox)
+  [ -x "$bb" ] && [ -z "$(needs "$bb")" ] || skip "no static busybox for $arch (scripts/deps.sh installs busybox-static)"
   [ -x "$diag" ] || { echo "FAILED: no program $diag"; exit 1; }
 }
 
@@ -112,4 +131,4 @@ rm -rf "$work" && mkdir -p "$work"
 buildImage || { echo "FAILED: could not build the initramfs"; exit 1; }
 bootVm
 judgeBoot
-runChecks "$work/console.log"
+runChecks "$work/console.log" "$board"

@@ -16,10 +16,12 @@ kernelDir=${3:?kernel dir}
 work=${4:?work dir}
 shift 4
 libDirs=("$@")
-# Bounds, in seconds: the whole VM run, and the wait for it to power off once done.
-# The armhf board is emulated instruction by instruction and bit-bangs its bus.
-RUN_BOUND=45
-[ "$arch" = armhf ] && RUN_BOUND=240
+# Bounds, in seconds: the boot up to the init, the scenario from there, and the
+# wait for the VM to power off once done. The armhf board is emulated
+# instruction by instruction and bit-bangs its bus.
+BOOT_BOUND=40
+RUN_BOUND=40
+[ "$arch" = armhf ] && BOOT_BOUND=120 RUN_BOUND=180
 OFF_BOUND=10
 
 source "$here/vmImage.sh"
@@ -55,7 +57,7 @@ qemuCommand() {
       console=ttyAMA0 ;;
     *) echo "FAILED: no VM for $arch"; exit 1 ;;
   esac
-  qemu+=(-m 256 -smp 1 -display none -monitor none -serial stdio -no-reboot -nodefaults
+  qemu+=(-accel tcg -m 256 -smp 1 -display none -monitor none -serial stdio -no-reboot -nodefaults
          -kernel "$kernel" -initrd "$work/initramfs.cpio"
          -append "console=$console panic=-1 quiet loglevel=1 VMBOARD=$board")
 }
@@ -72,14 +74,14 @@ needed() {
   [ -x "$diag" ] || { echo "FAILED: no program $diag"; exit 1; }
 }
 
-# Reads the console until the scenario ends, the VM stops or the bound runs out.
+# Reads the console until the scenario ends, the VM stops or a bound runs out.
 readConsole() {
-  local fd=$1 line deadline=$((SECONDS + RUN_BOUND))
+  local fd=$1 line deadline=$((SECONDS + BOOT_BOUND))
   while ((SECONDS < deadline)) && IFS= read -r -t $((deadline - SECONDS)) line <&"$fd"; do
     line=${line%$'\r'}
     printf '%s\n' "$line" >>"$work/console.log"
     case "$line" in
-      "@@vm init") tInit=$(now) ;;
+      "@@vm init") tInit=$(now) deadline=$((SECONDS + RUN_BOUND)) ;;
       "@@vm end") tEnd=$(now); return 0 ;;
     esac
   done
@@ -101,7 +103,7 @@ bootVm() {
   : >"$work/console.log"
   tStart=$(now) tInit= tEnd=
   # timeout is the last word on how long the VM may live, whatever happens here.
-  coproc VM { exec timeout -k 2 $((RUN_BOUND + OFF_BOUND)) "${qemu[@]}" </dev/null 2>"$work/qemu.err"; }
+  coproc VM { exec timeout -k 2 $((BOOT_BOUND + RUN_BOUND + OFF_BOUND)) "${qemu[@]}" </dev/null 2>"$work/qemu.err"; }
   local pid=$VM_PID fd
   exec {fd}<&"${VM[0]}"
   readConsole "$fd"
@@ -115,10 +117,10 @@ judgeBoot() {
   if [ -z "$tInit" ]; then
     grep -q 'Kernel panic' "$work/console.log" && { echo "FAILED: the kernel panicked"; cat "$work/console.log"; exit 1; }
     grep -qv 'terminating on signal' "$work/qemu.err" && skip "qemu could not run the VM: $(head -3 "$work/qemu.err")"
-    skip "the VM did not reach its init within ${RUN_BOUND} s (host too slow?)"
+    skip "the VM did not reach its init within ${BOOT_BOUND} s (host too slow?)"
   fi
   if [ -z "$tEnd" ]; then
-    echo "FAILED: the VM started its init but the scenario did not end within ${RUN_BOUND} s"
+    echo "FAILED: the VM started its init but the scenario did not end within ${RUN_BOUND} s of it"
     cat "$work/console.log"
     exit 1
   fi

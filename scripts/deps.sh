@@ -1,8 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, when they are missing, and for
 # the tests fetches the kernel that the VM test boots (see scripts/vmKernel.sh).
-# Usage: scripts/deps.sh [run|test|vm-armhf]   ("run": enough to build and start diag-sim;
-#        "vm-armhf": what the armhf VM test needs, see docs/vm-test.md)
+# Usage: scripts/deps.sh [run|test]   ("run": enough to build and start diag-sim)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 want=(cmake make g++ libgtest-dev libgmock-dev googletest)
@@ -11,9 +10,8 @@ want=(cmake make g++ libgtest-dev libgmock-dev googletest)
 vm=()
 if [ "${1:-test}" = test ]; then
   want+=(g++-arm-linux-gnueabihf qemu-user libbenchmark-dev util-linux)
-  [ "$(dpkg --print-architecture)" = amd64 ] && vm+=(qemu-system-x86 busybox-static)
+  [ "$(dpkg --print-architecture)" = amd64 ] && vm+=(qemu-system-x86 qemu-system-arm busybox-static)
 fi
-[ "${1:-test}" = vm-armhf ] && vm+=(qemu-system-arm busybox-static)
 
 missingOf() {
   local p
@@ -40,10 +38,6 @@ install() {
 
 install
 # Without the kernel the VM test skips and says so; the other tests do not need it.
-case "${1:-test}" in
-  test) [ ${#vm[@]} -eq 0 ] || vmArch=amd64 ;;
-  vm-armhf) vmArch=armhf ;;
-esac
-if [ -n "${vmArch:-}" ]; then
-  scripts/vmKernel.sh "$vmArch" "build/vm-kernel/$vmArch" || echo "deps: no kernel for the VM test; it will be skipped" >&2
-fi
+for vmArch in $([ ${#vm[@]} -eq 0 ] || echo amd64 armhf); do
+  scripts/vmKernel.sh "$vmArch" "build/vm-kernel/$vmArch" || echo "deps: no $vmArch kernel for the VM test; it will be skipped" >&2
+done

@@ -21,7 +21,7 @@ libDirs=("$@")
 # instruction by instruction and bit-bangs its bus.
 BOOT_BOUND=40
 RUN_BOUND=40
-[ "$arch" = armhf ] && BOOT_BOUND=120 RUN_BOUND=180
+[ "$arch" = armhf ] && BOOT_BOUND=60 RUN_BOUND=120
 OFF_BOUND=10
 
 source "$here/vmImage.sh"

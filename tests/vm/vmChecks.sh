@@ -1,0 +1,173 @@
+# What the production diag must have done against the kernel's i2c-stub, read
+# from the console that vmInit.sh framed step by step. Sourced by vmTest.sh.
+
+checks=0
+failed=0
+
+# The lines a step printed, without the frame.
+stepOut() {
+  awk -v s="@@vm step $1" '$0 == s {on = 1; next} on && /^@@vm rc / {exit} on' "$console"
+}
+
+stepRc() {
+  awk -v s="@@vm step $1" '$0 == s {on = 1; next} on && /^@@vm rc / {print $3; exit}' "$console"
+}
+
+bad() {
+  failed=$((failed + 1))
+  echo "FAILED: step $1: $2"
+  stepOut "$1" | sed 's/^/    | /'
+}
+
+# The step ran and its exit code is as expected.
+expectRc() {
+  checks=$((checks + 1))
+  local rc
+  rc=$(stepRc "$1")
+  [ "$rc" = "$2" ] || bad "$1" "exit code '${rc:-none: the step did not run}', expected $2"
+}
+
+# One of the step's lines is exactly this text.
+expectLine() {
+  checks=$((checks + 1))
+  grep -qxF -- "$2" <<<"$(stepOut "$1")" || bad "$1" "no line '$2'"
+}
+
+# One of the step's lines matches this extended regular expression.
+expectMatch() {
+  checks=$((checks + 1))
+  grep -qE -- "$2" <<<"$(stepOut "$1")" || bad "$1" "no line matching /$2/"
+}
+
+# Exactly n of the step's lines match.
+expectCount() {
+  checks=$((checks + 1))
+  local n
+  n=$(grep -cE -- "$2" <<<"$(stepOut "$1")")
+  [ "$n" = "$3" ] || bad "$1" "$n lines matching /$2/, expected $3"
+}
+
+# Line n of the step's output (from 1) is exactly this text.
+expectNth() {
+  checks=$((checks + 1))
+  local got
+  got=$(sed -n "$2p" <<<"$(stepOut "$1")")
+  [ "$got" = "$3" ] || bad "$1" "line $2 is '$got', expected '$3'"
+}
+
+# None of the step's lines is exactly this text.
+expectNoLine() {
+  checks=$((checks + 1))
+  grep -qxF -- "$2" <<<"$(stepOut "$1")" && bad "$1" "a line '$2'"
+  return 0
+}
+
+# The registry is the main host's: the host switch found in sysfs, the fan
+# controller behind its channel 1.
+checkList() {
+  expectRc list 0
+  expectLine list "I2C devices of the Main Host board"
+  expectLine list "fctl         0x52 smbus Main Host 1 1   0995 Fan Controller MAX31785"
+  expectLine list "hostsw       0x71 plain Main Host 1     0980 Host I2C Switch PCA9545"
+}
+
+# Bytes and words (and on the stub an SMBus block) cross the kernel's SMBus
+# request both ways.
+checkRegisters() {
+  local s
+  for s in page0 byteWrite wordWrite bytePlant wordPlant; do expectRc "$s" 0; done
+  expectLine byteWriteBack "0x5a"
+  expectLine wordWriteBack "0x1234"
+  expectLine byteRead "0xc3"
+  expectLine wordRead "0xbeef"
+  [ "$board" = stub ] || return 0
+  expectRc blockPlant 0
+  expectMatch blockRead "^4142437f {24} ABC\.$"
+}
+
+# fan -ds shows, fan by fan, what the kernel's tools read from READ_FAN_SPEED_1.
+checkSpeedsAgainstKernel() {
+  local p v
+  for p in 0 1 2 3 4 5; do
+    v=$(sed -n "s/^page $p \\(0x[0-9a-f]*\\)$/\\1/p" <<<"$(stepOut speedsKernel)")
+    [ -n "$v" ] || { checks=$((checks + 1)); bad speedsKernel "no speed of page $p"; continue; }
+    expectNth fanSpeeds $((p + 1)) "$(printf '%d(0x%04x) rpm' "$v" "$v")"
+    [ "$p" = 3 ] && expectMatch fanDump "^FANCTLR_READ_FAN_SPEED_1 \(03:0x90\)\.+$(printf '0x%04x' "$v")$"
+  done
+  # The pages must tell apart for the comparison to mean anything.
+  checks=$((checks + 1))
+  [ "$(grep -c "^page [0-5] " <<<"$(stepOut speedsKernel)")" = 6 ] &&
+    [ "$(stepOut speedsKernel | awk '{print $3}' | sort -u | wc -l)" -ge 3 ] ||
+    bad speedsKernel "fewer than three different speeds"
+}
+
+# The speed word lands on the page asked for only; the dump reads back what was
+# written on each page, the earlier copy of a register entered twice staying 0.
+checkFan() {
+  expectRc fanSet 0
+  expectLine fanSetPage2 "0x0be0"
+  expectNoLine fanSetPage0 "0x0be0"
+  expectRc speedPlant 0
+  [ "$board" = stub ] && expectLine speedsKernel "page 3 0x1234"
+  expectCount fanSpeeds " rpm$" 6
+  checkSpeedsAgainstKernel
+  expectCount fanDump "^FANCTLR_" 94
+  expectMatch fanDump "^FANCTLR_FAN_COMMAND_1 \(02:0x3b\)\.+0x0be0$"
+  expectMatch fanDump "^FANCTLR_MFR_FAN_WARN_LIMIT \(00:0xf6\)\.+0x1234$"
+  expectMatch fanDump "^FANCTLR_FAN_CONFIG_1_2 \(00:0x3a\)\.+0x005a$"
+  expectCount fanDump "^FANCTLR_MFR_FAULT_RESPONSE \(00:0xd9\)\.+0x0000$" 1
+  expectCount fanDump "^FANCTLR_MFR_FAULT_RESPONSE \(00:0xd9\)\.+0x00c3$" 1
+}
+
+# A register walk on the fan controller passes; one on a sensor nobody answers
+# for fails. The bus scan's probes (a quick write, and a byte read for the
+# memories) reach the chips there are.
+checkSelfTests() {
+  expectLine testPasses "PASSED"
+  expectCount testPasses "^FAILED$" 0
+  expectLine testAbsentChip "FAILED"
+  expectMatch testAbsentChip "walk: +offset 0x0000000b \(loop 0\): +exp= 0x00000001, act= "
+  expectLine busScan "FAILED"
+  expectLine busScan "i2cscn - 14 devices checked"
+  expectCount busScan "^i2cscn - (fctl|hostsw|mhEeprom) " 0
+  expectMatch busScan "^i2cscn - mrtmp2 \(0x4c\) does not answer: "
+  [ "$board" = stub ] && expectCount busScan "^i2cscn - .* does not answer: " 11
+  return 0
+}
+
+# A chip nobody answers for: the program names the device and passes the
+# kernel's error on, which is the stub's "no such device" or the real
+# controller's missing acknowledge. The stub carries no plain transfers, so the
+# switch's control byte is refused there and written on the real bus.
+checkErrors() {
+  expectMatch absentRead "function .* - failed to read device mrtmp2\(0x4c\), byteCnt= 0$"
+  if [ "$board" = stub ]; then
+    expectLine absentRead "No such device (19)"
+    expectMatch switchWrite "failed to write device hostsw\(0x71\) bytesWritten= -1, numBytesToWrite= 1 buf\[0\]= 0x02"
+    expectLine switchWrite "Operation not supported (95)"
+  else
+    expectLine absentRead "No such device or address (6)"
+    expectRc switchWrite 0
+    expectCount switchWrite "failed" 0
+  fi
+}
+
+# Behind a real switch, each access leaves the channel of its device's path open.
+checkPaths() {
+  [ "$board" = stub ] && return 0
+  expectNth pathFctl 1 "0x02"
+  expectNth pathMrtmp 1 "0x04"
+}
+
+runChecks() {
+  console=$1
+  board=$2
+  checkList
+  checkRegisters
+  checkFan
+  checkSelfTests
+  checkErrors
+  checkPaths
+  echo "$((checks - failed)) passed, $failed failed"
+  [ "$failed" -eq 0 ]
+}

@@ -27,19 +27,6 @@ struct FanCtlrTest : testing::Test {
 };
 }  // namespace
 
-TEST_F(FanCtlrTest, TableHasItsHundredEntriesAndTheLaterDuplicatesWin) {
-  FanCtlr fc;
-  ASSERT_EQ(fc.regVec.size(), 100u);
-  EXPECT_STREQ(fc.regVec[42].pName, "FANCTLR_MFR_FAN_FAULT_LIMIT");
-  EXPECT_EQ(fc.regVec[42].page, 0u);
-  EXPECT_EQ(fc.regVec[99].offset, 0xD7u);
-  EXPECT_EQ(fc.regVec[99].page, 20u);
-  EXPECT_EQ(fc.pageMap.size(), 8u);
-  EXPECT_EQ((*fc.pageMap[0])[0xF5].regVecNdx, 81);
-  EXPECT_EQ((*fc.pageMap[1])[0xF5].regVecNdx, 43);
-  EXPECT_EQ(fc.pageMap[6]->count(0x00), 0u);  // no PAGE entry on the sensor pages
-}
-
 TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndPrintsNinetyFourLines) {
   Trace t;
   CmdResult r = runCmd(fan, "fan -r");

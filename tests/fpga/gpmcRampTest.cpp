@@ -24,7 +24,8 @@ TEST_F(GpmcTest, ManualStepsClampAtTheTopAndAtZero) {
 }
 
 TEST_F(GpmcTest, TimerRampUpAndDownWithTheirWaits) {
-  ASSERT_EQ(ramp.GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);  // four steps of 1 ms
+  // Four steps of 250 ms: long enough for the start to be seen on a busy machine.
+  ASSERT_EQ(ramp.GPMCRampUpTmr(0x400, 0x100, 25000), SUCCESS);
   ASSERT_EQ(ramp.waitForRampStart(false, true), SUCCESS);
   std::string out = captured([&] { EXPECT_EQ(ramp.waitForAtTgtLim(true, true), SUCCESS); });
   EXPECT_EQ(peek("reg", "0x24"), 0x400);

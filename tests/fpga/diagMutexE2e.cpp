@@ -1,13 +1,19 @@
 // The named semaphores between processes: a holder that dies does not stop
 // the next process, and processes share the FPGA word by word.
+#include <dirent.h>
+#include <sched.h>
 #include <signal.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <cstdlib>
 #include <random>
 #include <semaphore.h>
 #include <sstream>
+#include <thread>
 
 #include "diagMutex.h"
 #include "programs.h"
@@ -107,6 +113,74 @@ TEST(NamedSemaphores, InterruptsAtAnyMomentNeverLeaveTheSemaphoreTaken) {
     return out.str();
   });
   EXPECT_EQ(report, "");
+}
+
+// Made under a umask that closes files to everyone else, the semaphores and
+// their lock files are still open to every user, so that a second user's
+// processes share them.
+TEST(NamedSemaphores, CreatedOpenToEveryUserWhateverTheUmask) {
+  RUN_ISOLATED(report, [] {
+    mode_t before = umask(077);
+    runSim({"gpmc", "-m", "reg", "-r", "1"});
+    runSim({"i2c", "-d", "mhEeprom", "-o", "0", "-r", "1"});
+    umask(before);
+    std::vector<std::string> lines;
+    DIR* d = opendir("/dev/shm");
+    while (dirent* e = d ? readdir(d) : nullptr) {
+      struct stat st;
+      char mode[8];
+      if (e->d_name[0] == '.' || stat(("/dev/shm/" + std::string(e->d_name)).c_str(), &st) != 0) continue;
+      snprintf(mode, sizeof mode, "%o", static_cast<unsigned>(st.st_mode & 0777));
+      lines.push_back(std::string(e->d_name) + " " + mode);
+    }
+    if (d) closedir(d);
+    std::sort(lines.begin(), lines.end());
+    std::string out;
+    for (const std::string& l : lines) out += l + "\n";
+    return out;
+  });
+  EXPECT_EQ(report, "diagGPMCSem.lock 666\ndiagSem.lock 666\nsem.diagGPMCSem 666\nsem.diagSem 666\n");
+}
+
+// A forked child has an open file of its own for the lock, so the parent's
+// hold keeps it waiting like any other process.
+TEST(NamedSemaphores, ForkedChildWaitsForItsParentsHold) {
+  RUN_ISOLATED(report, [] {
+    Child h = startHelper("fork");
+    std::string got;
+    waitForLine(h.out, "child took\n", 30000, &got);
+    int status = waitChild(h.pid, 30000);
+    close(h.out);
+    return got + "exit " + std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + ", " + value();
+  });
+  EXPECT_EQ(report, "child trying\nparent gives\nchild took\nexit 0, value 1\n");
+}
+
+// Threads of one process share its lock on the lock file; the semaphore still
+// passes between them one at a time.
+TEST(NamedSemaphores, ThreadsOfOneProcessTakeItInTurn) {
+  sem_t* s = nullptr;
+  ASSERT_EQ(getGPMCMutx(&s), SUCCESS);
+  std::atomic<int> inside{0}, most{0}, failed{0};
+  std::vector<std::thread> threads;
+  for (int t = 0; t < 4; ++t)
+    threads.emplace_back([&] {
+      for (int i = 0; i < 500; ++i) {
+        if (semTake(s) != SUCCESS) {
+          ++failed;
+          continue;
+        }
+        int now = ++inside;
+        if (now > most) most = now;
+        sched_yield();
+        --inside;
+        semGive(s);
+      }
+    });
+  for (std::thread& t : threads) t.join();
+  EXPECT_EQ(failed, 0);
+  EXPECT_EQ(most, 1);
+  EXPECT_EQ(semValue("diagGPMCSem"), 1);
 }
 
 // In this process, with its own /dev/shm, where "diagSem" is free.

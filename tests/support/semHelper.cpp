@@ -1,7 +1,9 @@
 // When started with DIAG_SEM_HELPER set, the test program is not a test run
 // but a small user of the named semaphores that other tests start, stop and
 // kill: it acts before main and ends there.
+#include <poll.h>
 #include <signal.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -47,6 +49,35 @@ int churn() {
   return 0;
 }
 
+// Holds "diagGPMCSem" and forks: the child must wait until the parent gives
+// it back, not share the parent's hold or its lock.
+int forkWhileHolding() {
+  sem_t* s = gpmcSem();
+  int ready[2];
+  if (!s || semTake(s) != SUCCESS || pipe(ready) != 0) return 2;
+  pid_t child = fork();
+  if (child == 0) {
+    say("child trying\n");
+    if (write(ready[1], "r", 1) != 1) _exit(4);
+    if (semTake(s) != SUCCESS) _exit(3);
+    say("child took\n");
+    semGive(s);
+    _exit(0);
+  }
+  struct pollfd p = {ready[0], POLLIN, 0};
+  if (child < 0 || poll(&p, 1, HOLD_LIMIT_S * 1000) != 1) return 2;
+  usleep(300000);  // time for a child that does not wait to show it
+  say("parent gives\n");
+  semGive(s);
+  for (int i = 0; i < HOLD_LIMIT_S * 100; ++i) {
+    int status = 0;
+    if (waitpid(child, &status, WNOHANG) == child) return WIFEXITED(status) ? WEXITSTATUS(status) : 5;
+    usleep(10000);
+  }
+  kill(child, SIGKILL);
+  return 6;
+}
+
 int helperIfAsked() {
   const char* mode = getenv("DIAG_SEM_HELPER");
   if (!mode) return 0;
@@ -54,6 +85,7 @@ int helperIfAsked() {
   if (!strcmp(mode, "hold")) rc = hold(false);
   else if (!strcmp(mode, "exit-holding")) rc = hold(true);
   else if (!strcmp(mode, "churn")) rc = churn();
+  else if (!strcmp(mode, "fork")) rc = forkWhileHolding();
   exit(rc);  // exit, not _exit: what the process holds is released on the way out
 }
 

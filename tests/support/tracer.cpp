@@ -1,0 +1,294 @@
+#include "tracer.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "programs.h"
+#include "semIsolation.h"
+
+#if defined(__x86_64__)
+#include <cxxabi.h>
+#include <elf.h>
+#include <sys/personality.h>
+#include <sys/ptrace.h>
+#include <sys/stat.h>
+#include <sys/user.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <map>
+#include <sstream>
+
+#include "testEnv.h"
+
+namespace {
+constexpr int REFUSED = 126;  // the child could not ask to be traced
+
+std::string demangled(const char* name) {
+  int status = 0;
+  char* d = abi::__cxa_demangle(name, nullptr, nullptr, &status);
+  std::string out = status == 0 && d ? d : name;
+  free(d);
+  return out;
+}
+
+// A program's functions by demangled name, with the address its first loaded
+// segment asks for (subtracted when the program is position independent).
+struct SymbolTable {
+  std::map<std::string, uint64_t> functions;
+  uint64_t firstLoad = 0;
+  bool relocated = false;
+};
+
+// Read once per program: a test starts the same program many times.
+const SymbolTable& symbols(const std::string& file) {
+  static std::map<std::string, SymbolTable> read;
+  auto known = read.find(file);
+  if (known != read.end()) return known->second;
+  SymbolTable& t = read[file];
+  std::string elf = readFile(file);
+  const char* base = elf.data();
+  auto inside = [&](uint64_t off, uint64_t len) { return off <= elf.size() && len <= elf.size() - off; };
+  if (!inside(0, sizeof(Elf64_Ehdr))) return t;
+  auto eh = reinterpret_cast<const Elf64_Ehdr*>(base);
+  if (!inside(eh->e_phoff, uint64_t{eh->e_phnum} * sizeof(Elf64_Phdr)) ||
+      !inside(eh->e_shoff, uint64_t{eh->e_shnum} * sizeof(Elf64_Shdr)))
+    return t;
+  t.relocated = eh->e_type == ET_DYN;
+  auto ph = reinterpret_cast<const Elf64_Phdr*>(base + eh->e_phoff);
+  for (int i = eh->e_phnum - 1; i >= 0; --i)
+    if (ph[i].p_type == PT_LOAD) t.firstLoad = ph[i].p_vaddr & ~(ph[i].p_align - 1);
+  auto sh = reinterpret_cast<const Elf64_Shdr*>(base + eh->e_shoff);
+  for (int i = 0; i < eh->e_shnum; ++i) {
+    if (sh[i].sh_type != SHT_SYMTAB || sh[i].sh_link >= eh->e_shnum) continue;
+    const Elf64_Shdr& str = sh[sh[i].sh_link];
+    if (!inside(sh[i].sh_offset, sh[i].sh_size) || !inside(str.sh_offset, str.sh_size) || str.sh_size == 0 ||
+        base[str.sh_offset + str.sh_size - 1] != '\0')
+      continue;
+    auto sym = reinterpret_cast<const Elf64_Sym*>(base + sh[i].sh_offset);
+    for (size_t k = 0; k < sh[i].sh_size / sizeof(Elf64_Sym); ++k)
+      if (ELF64_ST_TYPE(sym[k].st_info) == STT_FUNC && sym[k].st_value && sym[k].st_name < str.sh_size)
+        t.functions.emplace(demangled(base + str.sh_offset + sym[k].st_name), sym[k].st_value);
+  }
+  return t;
+}
+
+// Where the kernel loaded the file into the process: its mapping at offset 0.
+uint64_t loadBase(pid_t pid, const std::string& file) {
+  struct stat st;
+  if (stat(file.c_str(), &st) != 0) return 0;
+  std::istringstream maps(readFile("/proc/" + std::to_string(pid) + "/maps"));
+  for (std::string line; std::getline(maps, line);) {
+    std::istringstream f(line);
+    std::string range, perms, offset, dev;
+    unsigned long long inode = 0;
+    f >> range >> perms >> offset >> dev >> inode;
+    if (inode == st.st_ino && std::stoull(offset, nullptr, 16) == 0) return std::stoull(range, nullptr, 16);
+  }
+  return 0;
+}
+
+struct user_regs_struct regs(pid_t pid) {
+  struct user_regs_struct r;
+  memset(&r, 0, sizeof r);
+  ptrace(PTRACE_GETREGS, pid, nullptr, &r);
+  return r;
+}
+
+void setPc(pid_t pid, uint64_t pc) {
+  struct user_regs_struct r = regs(pid);
+  r.rip = pc;
+  ptrace(PTRACE_SETREGS, pid, nullptr, &r);
+}
+
+// The instruction's first byte replaced by int3 while the program runs.
+struct Patch {
+  uint64_t addr;
+  long orig;
+};
+}  // namespace
+
+// Asked once: a container or a security policy may refuse ptrace.
+std::string Tracee::unavailable() {
+  static const std::string why = [] {
+    pid_t child = fork();
+    if (child == 0) _exit(ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) == 0 ? 0 : REFUSED);
+    int status = 0;
+    if (child < 0 || waitpid(child, &status, 0) != child) return std::string("no child process to trace");
+    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? std::string() : std::string("ptrace is not permitted here");
+  }();
+  return why;
+}
+
+Tracee::~Tracee() {
+  kill();
+  if (maskSaved) pthread_sigmask(SIG_SETMASK, &oldMask, nullptr);
+}
+
+bool Tracee::waitStop(int* status) {
+  sigset_t chld;
+  sigemptyset(&chld);
+  sigaddset(&chld, SIGCHLD);
+  long long deadline = monoMs() + STOP_TIMEOUT_MS;
+  for (;;) {
+    pid_t r = waitpid(pid, status, WNOHANG);
+    if (r == pid) return true;
+    long long left = deadline - monoMs();
+    if (r < 0 || left <= 0) return false;
+    struct timespec t = {static_cast<time_t>(left / 1000), static_cast<long>(left % 1000) * 1000000L};
+    sigtimedwait(&chld, nullptr, &t);
+  }
+}
+
+std::string Tracee::start(const std::vector<std::string>& argv) {
+  path = argv[0];
+  pid = fork();
+  if (pid == 0) {
+    int null = open("/dev/null", O_RDWR);
+    dup2(null, 0);
+    dup2(null, 1);
+    dup2(null, 2);
+    if (ptrace(PTRACE_TRACEME, 0, nullptr, nullptr) != 0) _exit(REFUSED);
+    // The same addresses in every run, and no lazy symbol binding to make one
+    // run's instruction counts differ from another's.
+    personality(ADDR_NO_RANDOMIZE);
+    setenv("LD_BIND_NOW", "1", 1);
+    // The leak check at exit stops the program's threads with ptrace, which a
+    // traced program cannot.
+    const char* asan = getenv("ASAN_OPTIONS");
+    setenv("ASAN_OPTIONS", (std::string(asan ? asan : "") + ":detect_leaks=0").c_str(), 1);
+    execProgram(argv);
+  }
+  // The stops are waited for with a bound: SIGCHLD, blocked, tells of each.
+  sigset_t chld;
+  sigemptyset(&chld);
+  sigaddset(&chld, SIGCHLD);
+  maskSaved = pthread_sigmask(SIG_BLOCK, &chld, &oldMask) == 0;
+  int status = 0;
+  if (!waitStop(&status) || !WIFSTOPPED(status)) {
+    kill();
+    return WIFEXITED(status) && WEXITSTATUS(status) == REFUSED ? "ptrace is not permitted here"
+                                                                : "the program did not start";
+  }
+  ptrace(PTRACE_SETOPTIONS, pid, nullptr, reinterpret_cast<void*>(PTRACE_O_EXITKILL | PTRACE_O_TRACESYSGOOD));
+  return "";
+}
+
+uint64_t Tracee::function(const std::string& prefix) const {
+  const SymbolTable& t = symbols(path);
+  auto f = t.functions.lower_bound(prefix);
+  if (f == t.functions.end() || f->first.rfind(prefix, 0) != 0) return 0;
+  return t.relocated ? loadBase(pid, path) + f->second - t.firstLoad : f->second;
+}
+
+bool Tracee::resume(int request) {
+  int sig = pendingSig;
+  pendingSig = 0;
+  syscallStop = false;
+  if (ptrace(static_cast<enum __ptrace_request>(request), pid, nullptr, reinterpret_cast<void*>(sig)) != 0)
+    return false;
+  int status = 0;
+  if (!waitStop(&status)) {
+    kill();
+    stuck = true;
+    return false;
+  }
+  if (!WIFSTOPPED(status)) {
+    pid = -1;  // ended
+    return false;
+  }
+  if (WSTOPSIG(status) == (SIGTRAP | 0x80)) syscallStop = true;
+  else if (WSTOPSIG(status) != SIGTRAP) pendingSig = WSTOPSIG(status);
+  struct user_regs_struct r = regs(pid);
+  at.pc = r.rip;
+  at.sp = r.rsp;
+  at.nr = static_cast<long>(r.orig_rax);
+  return true;
+}
+
+Tracee::Stop Tracee::cont(bool syscalls) {
+  for (;;) {
+    if (pid <= 0) return ENDED;
+    // Standing on a breakpoint's instruction: run it first, or the trap would
+    // fire at once without it.
+    bool onBreakpoint = !inSyscall && std::find(breakpoints.begin(), breakpoints.end(), at.pc) != breakpoints.end();
+    if (onBreakpoint && !step()) return ENDED;
+    std::vector<Patch> set;
+    for (uint64_t addr : breakpoints) {
+      errno = 0;
+      long orig = ptrace(PTRACE_PEEKTEXT, pid, reinterpret_cast<void*>(addr), nullptr);
+      if (errno) continue;
+      ptrace(PTRACE_POKETEXT, pid, reinterpret_cast<void*>(addr), reinterpret_cast<void*>((orig & ~0xffL) | 0xcc));
+      set.push_back({addr, orig});
+    }
+    bool ran = resume(syscalls ? PTRACE_SYSCALL : PTRACE_CONT);
+    for (auto p = set.rbegin(); ran && p != set.rend(); ++p)
+      ptrace(PTRACE_POKETEXT, pid, reinterpret_cast<void*>(p->addr), reinterpret_cast<void*>(p->orig));
+    if (!ran) return ENDED;
+    if (syscallStop) {
+      inSyscall = !inSyscall;
+      return inSyscall ? SYSCALL_ENTRY : SYSCALL_EXIT;
+    }
+    if (pendingSig) continue;  // the program's own signal, passed on
+    for (const Patch& p : set)
+      if (at.pc == p.addr + 1) {
+        setPc(pid, at.pc = p.addr);
+        return BREAKPOINT;
+      }
+  }
+}
+
+bool Tracee::runTo(uint64_t addr, long n) {
+  std::vector<uint64_t> kept;
+  kept.swap(breakpoints);
+  breakpoints.push_back(addr);
+  bool reached = true;
+  for (long hit = 0; hit < n && reached; ++hit) reached = cont(false) == BREAKPOINT;
+  breakpoints.swap(kept);
+  return reached;
+}
+
+bool Tracee::step() { return pid > 0 && !inSyscall && resume(PTRACE_SINGLESTEP); }
+
+uint64_t Tracee::syscallInsn() const { return at.pc - 2; }
+
+long Tracee::syscallNr() const { return at.nr; }
+
+uint64_t Tracee::peek(uint64_t addr) const {
+  return static_cast<uint64_t>(ptrace(PTRACE_PEEKDATA, pid, reinterpret_cast<void*>(addr), nullptr));
+}
+
+bool Tracee::atSyscall() const { return (peek(pc()) & 0xffff) == 0x050f; }
+
+void Tracee::kill() {
+  if (pid <= 0) return;
+  ::kill(pid, SIGKILL);
+  waitpid(pid, nullptr, 0);
+  pid = -1;
+}
+
+#else
+
+std::string Tracee::unavailable() {
+  return "the tracer knows x86_64 only; qemu-arm user mode, which runs the armhf tests, cannot trace the programs it runs";
+}
+Tracee::~Tracee() {}
+bool Tracee::waitStop(int*) { return false; }
+std::string Tracee::start(const std::vector<std::string>&) { return unavailable(); }
+uint64_t Tracee::function(const std::string&) const { return 0; }
+Tracee::Stop Tracee::cont(bool) { return ENDED; }
+bool Tracee::runTo(uint64_t, long) { return false; }
+bool Tracee::step() { return false; }
+uint64_t Tracee::syscallInsn() const { return 0; }
+long Tracee::syscallNr() const { return -1; }
+uint64_t Tracee::peek(uint64_t) const { return 0; }
+bool Tracee::atSyscall() const { return false; }
+void Tracee::kill() {}
+bool Tracee::resume(int) { return false; }
+
+#endif

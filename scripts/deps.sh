@@ -1,9 +1,10 @@
 #!/usr/bin/env bash
 # Installs the Debian packages the build needs, when they are missing, and for
 # the tests fetches the kernel that the VM test boots (see scripts/vmKernel.sh).
-# Usage: scripts/deps.sh [run|test|package]
+# Usage: scripts/deps.sh [run|test|package|coverage]
 #   run: enough to build and start diag-sim; test: every test;
-#   package: the Debian packages of both architectures
+#   package: the Debian packages of both architectures;
+#   coverage: the host tests with gcov and gcovr (scripts/coverage.sh)
 set -euo pipefail
 cd "$(dirname "$0")/.."
 mode=${1:-test}
@@ -16,6 +17,7 @@ case "$mode" in
     want+=(g++-arm-linux-gnueabihf qemu-user libbenchmark-dev util-linux)
     [ "$(dpkg --print-architecture)" = amd64 ] && vm+=(qemu-system-x86 qemu-system-arm busybox-static)
     ;;
+  coverage) want+=(gcovr python3 util-linux) ;;
   # dpkg-shlibdeps finds an armhf binary's libraries only among packages dpkg knows for armhf.
   package) want+=(g++-arm-linux-gnueabihf qemu-user dpkg-dev lintian libc6:armhf libstdc++6:armhf) ;;
 esac

@@ -48,7 +48,10 @@ uint16_t withDog(SimState& s, FpgaChipId chip, uint16_t stored, uint64_t now) {
 uint16_t shRead(SimState& s, uint32_t addr, uint16_t stored, uint64_t now) {
   FpgaState& f = s.fpga;
   switch (addr) {
-    case SH_A2D_ADDR: return a2dAddr(f.acq, now);
+    case SH_A2D_ADDR:
+      // A counter that flickers: each read is one further on than the one before.
+      if (f.faults.a2dAddrUnsettled) return static_cast<uint16_t>(a2dAddr(f.acq, now) + ++f.faults.a2dAddrReads);
+      return a2dAddr(f.acq, now);
     case SH_A2D_STAT: return a2dStat(f.acq, now);
     case SH_CYC_CNT: return static_cast<uint16_t>(waveCycles(f, now));
     case SH_AMP_CUR: return rampAt(s, now).value;

@@ -43,6 +43,8 @@ struct FpgaFaults {
   uint8_t shNotOk;  // the signal host's okay output reads and acts false
   uint8_t rampNeverStarts;
   uint8_t rampNeverEnds;
+  uint8_t a2dAddrUnsettled;  // the sample address never reads the same twice in a row
+  uint16_t a2dAddrReads;     // reads of it under that fault
 };
 
 struct FpgaState {

@@ -5,19 +5,29 @@
 
 namespace sim {
 
+namespace {
+struct ErrName {
+  int err;
+  const char* name;
+};
+const ErrName ERR_NAMES[] = {{EREMOTEIO, "EREMOTEIO"}, {ENXIO, "ENXIO"},       {EINVAL, "EINVAL"},
+                             {EPROTO, "EPROTO"},       {EOPNOTSUPP, "EOPNOTSUPP"}, {ENOTTY, "ENOTTY"},
+                             {EFAULT, "EFAULT"},       {EBADF, "EBADF"},       {ENOENT, "ENOENT"},
+                             {EIO, "EIO"},             {ETIMEDOUT, "ETIMEDOUT"}, {EAGAIN, "EAGAIN"},
+                             {EBUSY, "EBUSY"},         {ENODEV, "ENODEV"},     {ENOMEM, "ENOMEM"},
+                             {EACCES, "EACCES"},       {EPERM, "EPERM"}};
+}  // namespace
+
 const char* errName(int err) {
-  switch (err) {
-    case EREMOTEIO: return "EREMOTEIO";
-    case ENXIO: return "ENXIO";
-    case EINVAL: return "EINVAL";
-    case EPROTO: return "EPROTO";
-    case EOPNOTSUPP: return "EOPNOTSUPP";
-    case ENOTTY: return "ENOTTY";
-    case EFAULT: return "EFAULT";
-    case EBADF: return "EBADF";
-    case ENOENT: return "ENOENT";
-  }
+  for (const ErrName& e : ERR_NAMES)
+    if (e.err == err) return e.name;
   return "EIO";
+}
+
+int errNumber(const std::string& name) {
+  for (const ErrName& e : ERR_NAMES)
+    if (name == e.name) return e.err;
+  return 0;
 }
 
 std::string hexBytes(const uint8_t* b, size_t n) {

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "kernelFault.h"
 #include "simStore.h"
 
 namespace sim {
@@ -29,7 +30,7 @@ std::string usage() {
          "  set mref-addr 0x48|0x4d       where the main-reference sensor answers\n"
          "  set temp DEGREES              temperature the sensors measure\n"
          "  revision FILE|none            revision file of the installed diagnostics\n" +
-         fpgaCtlUsage() + i2cCtlUsage();
+         fpgaCtlUsage() + i2cCtlUsage() + kernelCtlUsage();
 }
 
 int setSwitch(SimState& s, const std::string& which, const std::string& variant, std::string& out) {
@@ -120,6 +121,7 @@ int simCtl(const std::vector<std::string>& args, std::string& out) {
   if (cmd == "revision" && args.size() == 2) return revision(s, args[1], out);
   if (cmd == "fpga") return fpgaCtl(s, args, out);
   if (cmd == "i2c") return i2cCtl(s, args, out);
+  if (cmd == "kernel") return kernelCtl(s, args, out);
   out = "unknown command\n" + usage();
   return 2;
 }

@@ -8,6 +8,7 @@
 #include <cstring>
 
 #include "fpgaModel.h"
+#include "kernelFault.h"
 #include "simStore.h"
 #include "simTrace.h"
 #include "sysfs.h"
@@ -32,6 +33,12 @@ bool parseAdapter(const char* path, int* adapter) {
   return true;
 }
 }  // namespace
+
+// An injected failure of a call on a device file (system files have none).
+int SimKernel::deviceFault(SimState& s, const OpenFile& f, E_KOP op, unsigned long request, size_t* n) {
+  if (f.kind != I2C && f.kind != FPGA) return 0;
+  return kernelFault(s, op, f.kind == FPGA ? KDEV_FPGA : f.i2c.adapter, request, n);
+}
 
 SimKernel::OpenFile* SimKernel::lookup(int fd) {
   std::lock_guard<std::mutex> g(filesMutex);
@@ -59,11 +66,13 @@ int SimKernel::doOpen(const char* path, int flags) {
       return fail(ENOENT, -1);
     }
     f.kind = FPGA;
+    if (int e = kernelFault(s, KOP_OPEN, KDEV_FPGA, 0, nullptr)) return fail(-e, -1);
   } else if (parseAdapter(path, &adapter)) {
     if (!i2cAdapterExists(s, adapter)) {
       trace("open %s -> ENOENT", path);
       return fail(ENOENT, -1);
     }
+    if (int e = kernelFault(s, KOP_OPEN, adapter, 0, nullptr)) return fail(-e, -1);
     f.kind = I2C;
     f.i2c = {adapter, 0};
   } else if (sysFileLookup(s, path, &f.content, &isDir)) {
@@ -92,6 +101,7 @@ ssize_t SimKernel::doRead(int fd, void* buf, size_t n) {
   OpenFile* f = lookup(fd);
   if (!f) return fail(EBADF, ssize_t(-1));
   SimLock lk;
+  if (int e = deviceFault(lk.state(), *f, KOP_READ, 0, &n)) return fail(-e, ssize_t(-1));
   ssize_t r;
   switch (f->kind) {
     case I2C: r = i2cRead(lk.state(), f->i2c, buf, n); break;
@@ -113,6 +123,7 @@ ssize_t SimKernel::doWrite(int fd, const void* buf, size_t n) {
   OpenFile* f = lookup(fd);
   if (!f) return fail(EBADF, ssize_t(-1));
   SimLock lk;
+  if (int e = deviceFault(lk.state(), *f, KOP_WRITE, 0, &n)) return fail(-e, ssize_t(-1));
   ssize_t r;
   switch (f->kind) {
     case I2C: r = i2cWrite(lk.state(), f->i2c, buf, n); break;
@@ -126,6 +137,7 @@ int SimKernel::doIoctl(int fd, unsigned long request, void* arg) {
   OpenFile* f = lookup(fd);
   if (!f) return fail(EBADF, -1);
   SimLock lk;
+  if (int e = deviceFault(lk.state(), *f, KOP_IOCTL, request, nullptr)) return fail(-e, -1);
   int r;
   switch (f->kind) {
     case I2C: r = i2cIoctl(lk.state(), f->i2c, request, arg); break;
@@ -141,6 +153,10 @@ void* SimKernel::doMmap(size_t len, int prot, int flags, int fd, off_t offset) {
   if (f->kind != FPGA || offset != 0 || len > FPGA_MAP_LEN) {
     trace("mmap fd %d len 0x%zx -> ENODEV", fd, len);
     return fail(ENODEV, MAP_FAILED);
+  }
+  {
+    SimLock lk;
+    if (int e = deviceFault(lk.state(), *f, KOP_MMAP, 0, nullptr)) return fail(-e, MAP_FAILED);
   }
   // The driver's acquisition buffer: memory of its own, as the driver gives it.
   void* p = ::mmap(nullptr, len, prot, MAP_SHARED | MAP_ANONYMOUS, -1, 0);

@@ -4,9 +4,11 @@
 #include <string>
 
 #include "i2cModel.h"
+#include "kernelFaultState.h"
 #include "kernel.h"
 
 namespace sim {
+struct SimState;
 
 // The kernel of the simulated instrument: device files, sysfs and the fixed
 // system files are answered by the models in the shared state.
@@ -36,6 +38,7 @@ private:
   std::mutex filesMutex;
 
   OpenFile* lookup(int fd);
+  static int deviceFault(SimState& s, const OpenFile& f, E_KOP op, unsigned long request, size_t* n);
   int add(OpenFile f);
 };
 

@@ -4,11 +4,12 @@
 #include "boardConfig.h"
 #include "fpgaState.h"
 #include "i2cState.h"
+#include "kernelFaultState.h"
 
 namespace sim {
 
 constexpr uint32_t SIM_MAGIC = 0x5a395349;  // "Z9SI"
-constexpr uint32_t SIM_LAYOUT = 1;
+constexpr uint32_t SIM_LAYOUT = 2;
 
 // The whole simulated instrument, in one file-backed shared mapping so that
 // every diag-sim process sees one instrument. Plain data only.
@@ -22,6 +23,7 @@ struct SimState {
   char revisionText[256];  // contents of the installed-diagnostics revision file
   FpgaState fpga;
   I2cState i2c;
+  KernelFaults kfault;  // kept by power-cycle, like every injected fault
 };
 
 // Puts the instrument in its power-on state with the default configuration.

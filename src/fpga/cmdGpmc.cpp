@@ -42,7 +42,8 @@ const char* const usage[] = {
 
 GpmcDev* regDev(const char* missingMsg) {
   GpmcDev* reg = GpmcDevMap::find("reg");
-  if (!reg) LOGERR(LOG_TERM, "%s\n", missingMsg);
+  if (!reg)
+    LOGERR(LOG_TERM, "%s\n", missingMsg);
   return reg;
 }
 
@@ -50,7 +51,8 @@ E_STATUS forceMeasBoardsReset(const OptHit&, const ArgScan&) {
   GpmcDev* reg = regDev("reg device not found");
   if (!reg) return FAILURE;
   E_STATUS status = GpmcDevCtl(*reg).GPMCFrcMeasReset();
-  if (status != SUCCESS) LOGERR(LOG_TERM, "GPMCFrcMeasReset() failed\n");
+  if (status != SUCCESS)
+    LOGERR(LOG_TERM, "GPMCFrcMeasReset() failed\n");
   return status;
 }
 

@@ -29,7 +29,8 @@ struct Targets {
 
 GpmcDev* lookup(const char* name) {
   GpmcDev* dev = GpmcDevMap::find(name);
-  if (!dev) LOGERR(LOG_TERM, "Device %s not found\r\n", escPct(name).c_str());
+  if (!dev)
+    LOGERR(LOG_TERM, "Device %s not found\r\n", escPct(name).c_str());
   return dev;
 }
 

@@ -15,7 +15,8 @@ constexpr auto errFlags = &GpmcDev::errFlags;
 
 E_STATUS GpmcDevCtl::switchBits(const char* fn, unsigned long bits, bool set, const char* failMsg) {
   E_STATUS status = reg.setResetBits(GPMC_WF_CTL, bits, set);
-  if (status != SUCCESS) LOGERR_FN(errFlags(), fn, "%s\n", failMsg);
+  if (status != SUCCESS)
+    LOGERR_FN(errFlags(), fn, "%s\n", failMsg);
   return status;
 }
 
@@ -73,7 +74,8 @@ E_STATUS GpmcDevCtl::startStopWaveForm(E_GPMC_WV_ACTION a) {
       LOGERR(errFlags(), "unrecognized action\n");
       return FAILURE;
   }
-  if (status != SUCCESS) LOGERR(errFlags(), "%s\n", failMsgs[a]);
+  if (status != SUCCESS)
+    LOGERR(errFlags(), "%s\n", failMsgs[a]);
   return status;
 }
 
@@ -103,13 +105,15 @@ E_STATUS GpmcDevCtl::GPMCFrcMeasReset() {
 
 E_STATUS GpmcDevCtl::GPMCInvertWFData(int chan, bool invert) {
   E_STATUS status = reg.setResetBits(GPMC_A2D_CTL, chan == 0 ? A2D_INVERT_CHAN0 : A2D_INVERT_CHAN1, invert);
-  if (status != SUCCESS) LOGERR(errFlags(), "failed to %s chan %d data\n", invert ? "invert" : "non-invert", chan);
+  if (status != SUCCESS)
+    LOGERR(errFlags(), "failed to %s chan %d data\n", invert ? "invert" : "non-invert", chan);
   return status;
 }
 
 E_STATUS GpmcDevCtl::GPMCClrWFCtlReg() {
   E_STATUS status = reg.regWrWithRdBack(0, GPMC_WF_CTL, true);
-  if (status != SUCCESS) LOGERR(errFlags(), "failed to clear Waveform Control register\n");
+  if (status != SUCCESS)
+    LOGERR(errFlags(), "failed to clear Waveform Control register\n");
   return status;
 }
 

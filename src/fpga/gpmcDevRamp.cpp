@@ -143,7 +143,8 @@ E_STATUS waitFor(GpmcDev& dev, const char* fn, const WaitSpec& w, bool verbose, 
     }
     usleep(POLL_US);
   }
-  if (status == TIMEOUT) LOGERR_FN(errFlags(), fn, "%s\n", w.timeoutMsg);
+  if (status == TIMEOUT)
+    LOGERR_FN(errFlags(), fn, "%s\n", w.timeoutMsg);
   if (verbose) LOGERR_FN(errFlags(), fn, "waited %d microsecs\n", static_cast<int>(poll * POLL_US));
   return status;
 }

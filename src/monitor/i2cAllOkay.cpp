@@ -75,7 +75,8 @@ E_STATUS FcAllOkay::setOkayOut(bool ok, bool) {
     if (st == SUCCESS) done = ok ? (status & FAN_FAULT_BITS) == 0 : (status & FAN_FAULT_BITS) != 0;
     if (st == SUCCESS && !done) msleep(500);
   }
-  if (st != SUCCESS) LOGERR(LOG_TERM, "bad status %d, while reading STATUS_FANS_1_2\n", st);
+  if (st != SUCCESS)
+    LOGERR(LOG_TERM, "bad status %d, while reading STATUS_FANS_1_2\n", st);
   return outcome(st, done, attempts, ok);
 }
 
@@ -128,7 +129,8 @@ E_STATUS MrAllOkay::setOkayOut(bool ok, bool) {
     // The sensor compares after its next conversion.
     if (st == SUCCESS && !done) msleep(100);
   }
-  if (st != SUCCESS) LOGERR(LOG_TERM, "FAILURE while trying to set All-okay out to %s\n", okWord(ok));
+  if (st != SUCCESS)
+    LOGERR(LOG_TERM, "FAILURE while trying to set All-okay out to %s\n", okWord(ok));
   return outcome(st, done, attempts, ok);
 }
 

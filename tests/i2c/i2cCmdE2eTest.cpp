@@ -66,6 +66,8 @@ TEST_F(I2cCommand, RefusesBadInputBeforeTouchingTheBus) {
   EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-w", "256"}), "i2c -w: 256 is out of range, 0 to 255\n"));
   EXPECT_TRUE(contains(run({"-x"}), "unknown or incomplete option -x, see i2c -h\n"));
   EXPECT_TRUE(contains(run({"-r", "1"}), "no device given, see i2c -h\n"));
+  EXPECT_TRUE(contains(run({"-d", "mhEeprom"}), "nothing to do for mhEeprom: give -r, -w or -dump\n"));
+  EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-w"}), "no bytes to write\n"));
   // Building the registry probes for the main-reference sensor; no device is reached.
   EXPECT_TRUE(t.grep("smbus").empty());
   EXPECT_TRUE(t.grep("0x56").empty());

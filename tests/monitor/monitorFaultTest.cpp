@@ -1,0 +1,78 @@
+// The fan controller and the all-okay sources when their chips fail part-way:
+// each failure is reported and what the command did after it is checked.
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "allOkayMap.h"
+#include "cmdRun.h"
+#include "commands.h"
+#include "i2cDevMap.h"
+#include "testEnv.h"
+#include "textUtil.h"
+
+namespace {
+const char* const SMBUS = "0x0720";  // I2C_SMBUS
+
+struct MonitorFaultTest : testing::Test {
+  void SetUp() override {
+    simctl({"reset"});
+    I2cDevMap::getI2cDevMap();  // its start-up probe is not part of what the tests look at
+  }
+  void TearDown() override { simctl({"kernel", "clear"}); }
+  static std::string setOkay(const char* source, bool ok, E_STATUS expected) {
+    AllOkayMap m;
+    return captured([&] { EXPECT_EQ(m.find(source)->setOkayOut(ok, false), expected) << source; });
+  }
+};
+}  // namespace
+
+// The page is selected, then the speed read is refused: that fan is reported
+// (and shows 0) and the others are still read.
+TEST_F(MonitorFaultTest, RefusedSpeedReadIsReportedAndTheOtherFansAreRead) {
+  simctl({"kernel", "fail", "ioctl", "i2c-2", "EIO", SMBUS, "after", "1", "times", "1"});
+  CmdResult r = runCmd(fan, "fan -ds");
+  EXPECT_TRUE(contains(r.out, "failed to read device fctl(0x52), byteCnt= 0\nInput/output error (5)\n")) << r.out;
+  EXPECT_TRUE(contains(r.out, "I2C read failed, numBytesToRead= 2, byteCnt= 0\n")) << r.out;
+  EXPECT_EQ(r.out.find("I2C read failed"), r.out.rfind("I2C read failed"));
+  size_t speeds = 0;
+  for (const std::string& l : splitLines(r.out)) speeds += l == "3040(0x0be0) rpm";
+  EXPECT_EQ(speeds, 5u) << r.out;
+  EXPECT_TRUE(contains(r.out, "byteCnt= 0\n0(0x0000) rpm\n")) << r.out;
+}
+
+// A stuck bit in a register the source writes and reads back: reported, and
+// the source gives up at once rather than try again.
+TEST_F(MonitorFaultTest, ReadBackMismatchesStopTheSourceAtTheFirstAttempt) {
+  simctl({"i2c", "stuck", "fctl", "0xf5", "0", "0"});
+  Trace t;
+  std::string out = setOkay("fctl", false, FAILURE);
+  EXPECT_TRUE(contains(out, "FAILURE to read back 0x7fff (0x7ffe) from fault limit register\n")) << out;
+  EXPECT_TRUE(contains(out, "bad status 2, while reading STATUS_FANS_1_2\n")) << out;
+  EXPECT_EQ(t.grep("smbus write word_data cmd 0xf5").size(), 1u);
+
+  simctl({"i2c", "unstuck", "fctl"});
+  simctl({"i2c", "stuck", "mrtmp1", "0x03", "6", "1"});
+  t.mark();
+  out = setOkay("mref", false, FAILURE);
+  EXPECT_TRUE(contains(out, "FAILURE to read back 0x00 (0x40) from configuration register\n")) << out;
+  EXPECT_TRUE(contains(out, "FAILURE while trying to set All-okay out to not okay\n")) << out;
+  EXPECT_FALSE(t.grep("0x48 smbus write byte_data cmd 0x09").empty());
+  EXPECT_TRUE(t.grep("cmd 0x0b").empty()) << "no set-point written after the failed check";
+
+  simctl({"i2c", "unstuck", "mrtmp1"});
+  simctl({"i2c", "stuck", "mrtmp1", "0x05", "7", "1"});
+  out = setOkay("mref", true, FAILURE);
+  EXPECT_TRUE(contains(out, "from local high setpoint register\n")) << out;
+  EXPECT_TRUE(contains(runCmd(allok, "allok -scn M").out, "mref       true")) << "the line stays okay";
+}
+
+// A fan controller that stops answering: the cable test names it once, with
+// its code, and still reports the other cables.
+TEST_F(MonitorFaultTest, SilentFanControllerFailsTheCableTestWithItsCode) {
+  simctl({"i2c", "nack", "fctl", "on"});
+  CmdResult r = runCmd(testExec, "runtest cableconn");
+  EXPECT_TRUE(contains(r.out, "cableconn - fan controller cable: the fan controller does not answer\n")) << r.out;
+  EXPECT_TRUE(contains(r.out, "power-supply controller cable not checked")) << r.out;
+  EXPECT_TRUE(r.out.ends_with("FAILED\n!1711\n")) << r.out;
+}

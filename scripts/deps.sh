@@ -14,7 +14,9 @@ want=(cmake make g++ libgtest-dev libgmock-dev googletest)
 vm=()
 case "$mode" in
   test)
-    want+=(g++-arm-linux-gnueabihf qemu-user libbenchmark-dev util-linux)
+    # The fuzz targets: clang 16 is Debian 12's first whose C++20 library support
+    # covers std::source_location with g++'s library; libFuzzer is in its runtime package.
+    want+=(g++-arm-linux-gnueabihf qemu-user libbenchmark-dev util-linux clang-16 libclang-rt-16-dev)
     [ "$(dpkg --print-architecture)" = amd64 ] && vm+=(qemu-system-x86 qemu-system-arm busybox-static)
     ;;
   coverage) want+=(gcovr python3 util-linux) ;;

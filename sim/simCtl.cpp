@@ -28,9 +28,19 @@ std::string usage() {
          "  set switch host|fp|shost pca9545APW|pca9545\n"
          "                                name and address variant of a PCA9545\n"
          "  set mref-addr 0x48|0x4d       where the main-reference sensor answers\n"
-         "  set temp DEGREES              temperature the sensors measure\n"
+         "  set temp DEGREES              temperature the sensors measure, 0 to 127\n"
          "  revision FILE|none            revision file of the installed diagnostics\n" +
          fpgaCtlUsage() + i2cCtlUsage() + kernelCtlUsage();
+}
+
+// The sensors' register holds whole degrees up to 127; the configuration keeps
+// thousandths of a degree, unsigned. A word that is not such a number (empty,
+// trailing text, nan, huge or negative) is refused rather than converted.
+constexpr int MAX_TEMP_DEG = 127;
+bool parseDegrees(const std::string& text, double* deg) {
+  char* end = nullptr;
+  *deg = strtod(text.c_str(), &end);
+  return !text.empty() && end && *end == '\0' && *deg >= 0.0 && *deg <= MAX_TEMP_DEG;
 }
 
 int setSwitch(SimState& s, const std::string& which, const std::string& variant, std::string& out) {
@@ -60,7 +70,12 @@ int set(SimState& s, const std::vector<std::string>& a, std::string& out) {
     s.cfg.mrefSensorAddr = static_cast<uint8_t>(v);
     return 0;
   } else if (a.size() == 3 && a[1] == "temp") {
-    s.cfg.localTempMilliC = static_cast<uint32_t>(atof(a[2].c_str()) * 1000.0);
+    double deg;
+    if (!parseDegrees(a[2], &deg)) {
+      out = "set temp: " + a[2] + " is not a temperature from 0 to " + std::to_string(MAX_TEMP_DEG) + " degrees\n";
+      return 2;
+    }
+    s.cfg.localTempMilliC = static_cast<uint32_t>(deg * 1000.0);
     return 0;
   }
   out = "bad set command\n" + usage();

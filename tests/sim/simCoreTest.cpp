@@ -9,6 +9,7 @@
 
 #include "kernel.h"
 #include "programs.h"
+#include "simCtl.h"
 #include "simStore.h"
 #include "testEnv.h"
 
@@ -119,4 +120,18 @@ TEST(SimCtl, ResetsAStateFileOfAnotherLayoutAndRejectsBadCommands) {
   EXPECT_NE(r.out.find("usage: diag-simctl"), std::string::npos);
   EXPECT_EQ(runProgram(programArgv(simctlBin(), {"frobnicate"})).exitCode, 2);
   EXPECT_EQ(runProgram(programArgv(simctlBin(), {"revision", testPath("nope")})).exitCode, 2);
+}
+
+// A temperature word that is no number of the sensors' range used to be
+// converted anyway (1e30 or -5 degrees overflowed the unsigned configuration).
+TEST(SimCtl, RefusesTemperaturesOutsideTheSensorsRange) {
+  simctl({"reset"});
+  simctl({"set", "temp", "45.5"});
+  EXPECT_NE(simctl({"show"}).find("temp 45.5\n"), std::string::npos);
+  for (const char* bad : {"1e30", "-5", "nan", "inf", "128", "", "40x"}) {
+    std::string out;
+    EXPECT_EQ(sim::simCtl({"set", "temp", bad}, out), 2) << bad;
+    EXPECT_NE(out.find("is not a temperature from 0 to 127"), std::string::npos) << bad;
+  }
+  EXPECT_NE(simctl({"show"}).find("temp 45.5\n"), std::string::npos);
 }

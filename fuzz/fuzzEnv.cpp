@@ -1,0 +1,107 @@
+#include "fuzzEnv.h"
+
+#include <fcntl.h>
+#include <ftw.h>
+#include <unistd.h>
+
+#include <array>
+#include <cstdio>
+#include <cstdlib>
+#include <utility>
+#include <vector>
+
+#include "cmdLineObjectMap.h"
+#include "fuzzBounds.h"
+#include "layers.h"
+#include "simCtl.h"
+
+namespace {
+constexpr size_t MAX_CMDS = 80;
+
+std::string dir;
+std::array<CmdDecl, MAX_CMDS> guarded;
+std::array<CmdHandler, MAX_CMDS> original;
+std::vector<const CmdDecl*> guardedOrder;
+std::vector<const CmdDecl*> connected;
+
+template <size_t I>
+E_STATUS guardedHandler(int argc, char argv[][ARG_LEN]) {
+  if (whyNotRun(argc, argv)) return SUCCESS;
+  return original[I](argc, argv);
+}
+
+template <size_t... I>
+constexpr std::array<CmdHandler, sizeof...(I)> guardedHandlers(std::index_sequence<I...>) {
+  return {&guardedHandler<I>...};
+}
+
+int removeEntry(const char* path, const struct stat*, int, struct FTW*) { return ::remove(path); }
+void removeDir() { nftw(dir.c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS); }
+
+void redirect(int fd, const char* path, int flags) {
+  int f = open(path, flags);
+  if (f < 0 || dup2(f, fd) < 0) {
+    perror(path);
+    exit(1);
+  }
+  close(f);
+}
+
+// The registry is filled from the installed declarations on its first use:
+// install the bounded copies before anything looks commands up.
+void installGuarded() {
+  static constexpr auto handlers = guardedHandlers(std::make_index_sequence<MAX_CMDS>());
+  std::span<const CmdDecl* const> decls = CmdLineObjectMap::declarations();
+  if (decls.size() > MAX_CMDS) {
+    fprintf(stderr, "fuzz: %zu commands, the target bounds at most %zu\n", decls.size(), MAX_CMDS);
+    exit(1);
+  }
+  for (size_t i = 0; i < decls.size(); ++i) {
+    guarded[i] = *decls[i];
+    original[i] = decls[i]->handler;
+    if (original[i]) {
+      guarded[i].handler = handlers[i];
+      connected.push_back(decls[i]);
+    }
+    guardedOrder.push_back(&guarded[i]);
+  }
+  CmdLineObjectMap::install(guardedOrder);
+}
+}  // namespace
+
+void fuzzSetup() {
+  static bool done = false;
+  if (done) return;
+  done = true;
+  char tmpl[] = "/tmp/diagfuzz.XXXXXX";
+  if (!mkdtemp(tmpl)) {
+    perror("fuzz: mkdtemp");
+    exit(1);
+  }
+  dir = tmpl;
+  atexit(removeDir);
+  if (chdir(tmpl) != 0) {
+    perror("fuzz: chdir");
+    exit(1);
+  }
+  setenv("DIAG_SIM_STATE", (dir + "/sim.state").c_str(), 1);
+  unsetenv("DIAG_SIM_TRACE");
+  fputs(boundsText(), stderr);
+  redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
+  redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
+  connectLayers();
+  installGuarded();
+}
+
+std::span<const CmdDecl* const> connectedCommands() { return connected; }
+
+void resetInstrument(const char* board) {
+  std::string out;
+  sim::simCtl({"reset"}, out);
+  sim::simCtl({"set", "board", board}, out);
+}
+
+const char* boardByIndex(uint8_t n) {
+  static const char* const boards[] = {"main", "signal", "fp", "mref"};
+  return boards[n % 4];
+}

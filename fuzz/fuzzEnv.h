@@ -1,0 +1,27 @@
+#pragma once
+#include <cstddef>
+#include <cstdint>
+#include <span>
+#include <string>
+
+#include "argsDecl.h"
+
+// The world every fuzz target runs in, set up once per process by its first
+// input: a simulated instrument in a state file of its own (in a fresh
+// directory, which is also the working directory, so that files a command
+// writes stay there), standard input at its end and standard output thrown
+// away, the program's layers connected, and the command registry holding each
+// connected command behind the target's bounds (fuzzBounds.h), so that lines
+// that reach a handler through dispatch or a script are bounded too. Prints
+// the bounds once, on standard error.
+void fuzzSetup();
+
+// The commands that have a handler in this build, in registration order.
+std::span<const CmdDecl* const> connectedCommands();
+
+// Puts the simulated instrument in its power-on state on the given board
+// (main, signal, fp, mref), so that each input starts from the same instrument.
+void resetInstrument(const char* board = "main");
+
+// The four boards the simulator can be, for targets that let the input choose.
+const char* boardByIndex(uint8_t n);

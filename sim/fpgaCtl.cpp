@@ -91,6 +91,7 @@ int fault(SimState& s, const Args& a) {
   else if (a.size() == 3 && a[2] == "ramp-never-starts") f.rampNeverStarts = 1;
   else if (a.size() == 3 && a[2] == "ramp-never-ends") f.rampNeverEnds = 1;
   else if (a.size() == 3 && a[2] == "a2d-addr-unsettled") f.a2dAddrUnsettled = 1;
+  else if (a.size() == 3 && a[2] == "a2d-stalled") f.a2dStalled = 1;
   else if (a.size() >= 6 && a[2] == "stuck") {
     unsigned long addr, bit, level;
     FpgaChipId chip;
@@ -131,8 +132,9 @@ std::string status(SimState& s) {
          fmt("wave: %s, cycles %llu\n", f.waveRunning ? "running" : "stopped",
              static_cast<unsigned long long>(waveCycles(f, now))) +
          fmt("driver buffer prepared: %s\n", yesNo(f.driverBufArmed)) +
-         fmt("faults:%s%s%s%s\n", f.faults.shNotOk ? " sh-not-ok" : "", f.faults.rampNeverStarts ? " ramp-never-starts" : "",
-             f.faults.rampNeverEnds ? " ramp-never-ends" : "", f.faults.a2dAddrUnsettled ? " a2d-addr-unsettled" : "");
+         fmt("faults:%s%s%s%s%s\n", f.faults.shNotOk ? " sh-not-ok" : "", f.faults.rampNeverStarts ? " ramp-never-starts" : "",
+             f.faults.rampNeverEnds ? " ramp-never-ends" : "", f.faults.a2dAddrUnsettled ? " a2d-addr-unsettled" : "",
+             f.faults.a2dStalled ? " a2d-stalled" : "");
 }
 
 std::string ramp(SimState& s) {
@@ -161,6 +163,7 @@ std::string fpgaCtlUsage() {
          "  fpga fault ramp-never-starts  enabled ramps never start\n"
          "  fpga fault ramp-never-ends    ramps never report their end\n"
          "  fpga fault a2d-addr-unsettled the A2D sample address never reads the same twice\n"
+         "  fpga fault a2d-stalled        A2D collections run but their sample address never moves\n"
          "  fpga clear                    clear every FPGA fault\n";
 }
 

@@ -50,6 +50,8 @@ uint16_t shRead(SimState& s, uint32_t addr, uint16_t stored, uint64_t now) {
   switch (addr) {
     case SH_A2D_ADDR:
       // A counter that flickers: each read is one further on than the one before.
+      // A converter that has stopped delivering: the collection runs, the address stays.
+      if (f.faults.a2dStalled) return f.acq.frozenAddr;
       if (f.faults.a2dAddrUnsettled) return static_cast<uint16_t>(a2dAddr(f.acq, now) + ++f.faults.a2dAddrReads);
       return a2dAddr(f.acq, now);
     case SH_A2D_STAT: return a2dStat(f.acq, now);

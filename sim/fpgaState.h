@@ -44,6 +44,7 @@ struct FpgaFaults {
   uint8_t rampNeverStarts;
   uint8_t rampNeverEnds;
   uint8_t a2dAddrUnsettled;  // the sample address never reads the same twice in a row
+  uint8_t a2dStalled;        // a collection runs but its sample address never moves
   uint16_t a2dAddrReads;     // reads of it under that fault
 };
 

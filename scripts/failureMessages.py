@@ -12,10 +12,12 @@ A failure message is one logging call on an error path:
   - every LOGERR / LOGERR_FN call (the system's error-report form) except the
     traces that share that form (entry, exit and progress lines, see TRACES);
   - every plain log() call whose text reports a failure (FAILURE_WORDS).
-A message is identified by its source line. It counts as produced when gcov saw
-that line run; so the call must start a line of its own (not follow an `if` on
-the same line), which this script checks. A line that logs a text chosen at run
-time (a table entry or a caller's argument, "%s") is one message.
+A message is a distinct text: the same text logged from several places is one
+message, produced when gcov saw at least one of its logging lines run; so each
+call must start a line of its own (not follow an `if` on the same line), which
+this script checks. A line that logs a text chosen at run time (a table entry
+or a caller's argument, "%s") is a message of its own. The logging places are
+counted too, each on its own.
 
 Usage: failureMessages.py SRC_DIR GCOVR_JSON [--list]
 Exit status: 0, or 2 when a logging call cannot be counted.
@@ -181,6 +183,11 @@ def fmtRow(name, s):
     return f"{name:<11} {pct(s[1], s[0]):5.1f} % {s[1]:>4}/{s[0]:<5} {pct(s[3], s[2]):5.1f} % {s[3]:>4}/{s[2]}"
 
 
+def textKey(rel, line, fmt):
+    """A run-time text ("%s" alone) is its own message; any other text is one message wherever it is logged."""
+    return (rel, line) if fmt.strip() == "%s" else fmt
+
+
 def loadReasons(path):
     reasons = {}
     if os.path.exists(path):
@@ -207,13 +214,20 @@ def main(argv):
     for rel, line, fmt, _ in msgs:
         ran = cov.get(rel, {}).get(line, {}).get("count", 0) > 0
         (produced if ran else missing).append((rel, line, fmt))
-    share = pct(len(produced), len(msgs))
-    print(f"\nfailure messages produced by a test: {len(produced)} of {len(msgs)} ({share:.1f} %)")
+    texts, textsRan = set(), set()
+    for rel, line, fmt, _ in msgs:
+        key = textKey(rel, line, fmt)
+        texts.add(key)
+        if (rel, line, fmt) in produced:
+            textsRan.add(key)
+    print(f"\nfailure messages produced by a test: {len(textsRan)} of {len(texts)} distinct texts "
+          f"({pct(len(textsRan), len(texts)):.1f} %); "
+          f"logging places: {len(produced)} of {len(msgs)} ({pct(len(produced), len(msgs)):.1f} %)")
     if listAll:
         print("\nproduced:")
         for rel, line, fmt in produced:
             print(f"  {rel}:{line}  {fmt}")
-    print(f"\nnever produced ({len(missing)}):")
+    print(f"\nlogging places never run ({len(missing)}):")
     for rel, line, fmt in missing:
         key = f"{rel} {fmt}"
         print(f"  {rel}:{line}  {fmt}\n      why: {reasons.get(key, 'no reason recorded')}")

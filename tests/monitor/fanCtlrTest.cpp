@@ -9,6 +9,7 @@
 #include "i2cDevUtil.h"
 #include "programs.h"
 #include "testEnv.h"
+#include "textUtil.h"
 
 namespace {
 std::vector<std::string> lines(const std::string& text) {
@@ -139,6 +140,13 @@ TEST_F(FanCtlrTest, ReadBackCatchesAStuckBit) {
             "I2C readback failed - reg= 0xf6, written= 0x00ff, read= 0x00f7\n");
   v = 0x00F0;
   EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 2, &v), SUCCESS);
+
+  // A datum wider than a command takes is refused before the page is selected.
+  Trace t;
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 3, &v), BAD_PARAMETER);
+  EXPECT_TRUE(contains(testing::internal::GetCapturedStdout(), "a fan controller command takes at most 2 data bytes, not 3\n"));
+  EXPECT_TRUE(fctlTraffic(t).empty());
 }
 
 // Two one-shot runs see one instrument: the speed set by the first shows in the second.

@@ -65,7 +65,7 @@ const Command commands[] = {
     {0xD7, 2, VOLT, RO, 0x2EE0, STORED},  // MFR_VOUT_MIN
 };
 
-constexpr uint8_t PAGE = 0x00, CLEAR_FAULTS = 0x03, FAN_COMMAND_1 = 0x3B, FAULT_LIMIT = 0xF5, WARN_LIMIT = 0xF6;
+constexpr uint8_t PAGE = 0x00, FAN_COMMAND_1 = 0x3B, FAULT_LIMIT = 0xF5, WARN_LIMIT = 0xF6;
 constexpr int TEMP_PAGE = 6, VOLT_PAGE = 20, TEMP_SLOT = 6, VOLT_SLOT = 7;
 constexpr uint8_t FAN_FAULT = 0x80, FAN_WARN = 0x20, FAULT_BITS = 0xF0;
 constexpr uint8_t CML_BAD_COMMAND = 0x80, CML_BAD_DATA = 0x40;

@@ -15,7 +15,6 @@ constexpr unsigned long MAX_SMBUS_READ = 32;   // SMBus block maximum
 constexpr unsigned long MAX_PLAIN_WRITE = 32;  // one EEPROM page
 constexpr unsigned long MAX_PLAIN_READ = 256;
 constexpr unsigned DUMP_LEN = 256;
-constexpr int OFFSET_BYTES = 2;  // plain devices with a memory take a two-byte offset, high byte first
 
 const char* const usage[] = {
     "i2c - read and write the named I2C devices",

@@ -42,7 +42,6 @@ TEST(OneShot, HostileArgumentsAreHandled) {
   EXPECT_EQ(runSim({std::string(300, 'x')}).out, "command not found\r\n");
   EXPECT_EQ(runSim({"ec", "-cd", "%s%n%d%%"}).out, "");
   EXPECT_EQ(runSim({"\"unbalanced", "quote"}).out, "command not found\r\n");
-  EXPECT_EQ(runSim({"file", "-h"}).out, "file <filename> - execute diag script file\n");
 }
 
 TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {

@@ -60,15 +60,9 @@ TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {
   EXPECT_NE(r.out.find("function runScriptFile - unable to open file " + testPath("missing")), std::string::npos);
 }
 
-TEST(Interactive, CompletionHistoryAndQuit) {
+// Tab completion at the prompt is typed in terminalE2e.cpp.
+TEST(Interactive, HistoryAndQuit) {
   Shell sh;
-  sh.mark();
-  sh.type("he\t");
-  EXPECT_TRUE(sh.waitFor("diag> help"));
-  sh.send(PtySession::ENTER);
-  EXPECT_TRUE(sh.waitFor("xth - external temp/humid ADC utility"));
-  EXPECT_TRUE(sh.waitFor("diag> "));
-
   std::string out = sh.line("ec -cd Scan");
   EXPECT_NE(out.find("!1729"), std::string::npos);
   sh.line("ec -cd Scan");  // stored once, run twice

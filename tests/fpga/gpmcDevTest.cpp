@@ -43,12 +43,8 @@ TEST_F(GpmcTest, ReadHandsEachWordToItsReaderAsItArrives) {
     });
   };
   EXPECT_EQ(dumped(reg, 0, 10), "0000: 53480104424100000000000000000000 HS..AB..........\n0010: 00000000\n");
-  std::string out = dumped(reg, 0xff8, 10);
-  EXPECT_EQ(n, 4u);
-  EXPECT_TRUE(out.starts_with("0ff8: 0000000000000000file gpmcDev, line ")) << out;
-  EXPECT_TRUE(out.ends_with("function rdLoop - failed to read device 4(0x1000), byteCnt= 4\nInvalid argument (22)\n\n"))
-      << out;
-  out = dumped(dev("obuf"), 0x3ffc, 4);
+  // The register space's failed read mid-line is shown by the gpmc command's test.
+  std::string out = dumped(dev("obuf"), 0x3ffc, 4);
   EXPECT_EQ(n, 2u);
   EXPECT_TRUE(out.starts_with("3ffc: 00000000file gpmcDev, line ")) << out;
   EXPECT_TRUE(out.ends_with("function oBufRd - failed to read device 2(0x4000), byteCnt= 2\nInvalid argument (22)\n\n"))
@@ -56,18 +52,11 @@ TEST_F(GpmcTest, ReadHandsEachWordToItsReaderAsItArrives) {
 }
 
 TEST_F(GpmcTest, DriverFailuresAreReportedWithTheSystemError) {
-  unsigned short buf[4] = {}, two[2] = {0xa, 0xb}, three[3] = {0x5678, 0x1234, 0x9abc};
+  unsigned short two[2] = {0xa, 0xb};
   unsigned long n = 99;
-  std::string out = captured([&] { EXPECT_EQ(reg->read(buf, 0xffc, &n), FAILURE); });
-  EXPECT_EQ(n, 2u);
-  EXPECT_TRUE(contains(out, "function rdLoop - failed to read device 4(0x1000), byteCnt= 2\nInvalid argument (22)\n"));
   // A failed write shows the first four words of the writer's buffer, whatever
   // the count, and 0 only past the buffer's end.
-  out = captured([&] { EXPECT_EQ(reg->write(three, 0x1000, 1, &n), FAILURE); });
-  EXPECT_EQ(n, 0u);
-  EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x5678, buf[1]= 0x1234, buf[2]= 0x9abc, "
-                            "buf[3]= 0x0000\nInvalid argument (22)\n"));
-  out = captured([&] { EXPECT_EQ(reg->write(two, 0xfff, 2, &n), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(reg->write(two, 0xfff, 2, &n), FAILURE); });
   EXPECT_EQ(n, 1u);
   EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x000a, buf[1]= 0x000b, buf[2]= 0x0000, "
                             "buf[3]= 0x0000\n"));

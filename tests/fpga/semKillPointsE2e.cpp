@@ -201,12 +201,6 @@ std::string killAfter(const Window& w, const Change* c) {
   return why;
 }
 
-size_t count(const std::string& text, const std::string& what) {
-  size_t n = 0;
-  for (size_t at = text.find(what); at != std::string::npos; at = text.find(what, at + 1)) ++n;
-  return n;
-}
-
 // Kills the program at the first instruction of each state of the window and
 // checks the next access. The report: "states N, held H" and the first fault.
 std::string killEverywhere(const char* semName, const Window& w) {
@@ -228,7 +222,7 @@ std::string killEverywhere(const char* semName, const Window& w) {
     size_t line = nextOut.find(recovered);
     if (line != std::string::npos) nextOut.erase(line, nextOut.find('\n', line) + 1 - line);
     std::string after = ShmWatch().text();
-    if (!why.empty() || next.exitCode != 0 || nextOut != first.out || count(next.out, recovered) != (wasHeld ? 1u : 0u) ||
+    if (!why.empty() || next.exitCode != 0 || nextOut != first.out || countOf(next.out, recovered) != (wasHeld ? 1u : 0u) ||
         semValue(semName) != 1 || contains(after, "locked"))
       faults << "killed at state " << k << " (" << why << "), held " << wasHeld << ": next exit " << next.exitCode
              << " after " << monoMs() - t0 << " ms, printed:\n" << next.out << "left:\n" << after;

@@ -58,12 +58,9 @@ TEST_F(I2cCommand, RefusesBadInputBeforeTouchingTheBus) {
   EXPECT_TRUE(contains(run({"-d", "nosuch", "-r", "1"}), "I2C device nosuch not found, see i2c -l\n"));
   EXPECT_TRUE(contains(run({"-d", "%s%n", "-r", "1"}), "I2C device %s%n not found"));
   EXPECT_TRUE(contains(run({"-d", "fctl", "-o", "0x3b", "-w", "1", "2", "3"}), "too many bytes to write, 3, at most 2\n"));
-  EXPECT_TRUE(contains(run({"-d", "fctl", "-o", "0x1g", "-r", "1"}), "i2c -o: 0x1g is not a number"));
-  EXPECT_TRUE(contains(run({"-d", "fctl", "-o", "0x100", "-r", "1"}), "i2c -o: 256 is out of range, 0 to 255\n"));
   EXPECT_TRUE(contains(run({"-d", "fctl", "-o", "3", "-r", "33"}), "too many bytes to read, 33, at most 32\n"));
   EXPECT_TRUE(contains(run({"-d", "fctl", "-r", "1"}), "fctl is an SMBus device: give the register with -o\n"));
   EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-r", "300"}), "i2c -r: 300 is out of range, 1 to 256\n"));
-  EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-w", "256"}), "i2c -w: 256 is out of range, 0 to 255\n"));
   EXPECT_TRUE(contains(run({"-x"}), "unknown or incomplete option -x, see i2c -h\n"));
   EXPECT_TRUE(contains(run({"-r", "1"}), "no device given, see i2c -h\n"));
   EXPECT_TRUE(contains(run({"-d", "mhEeprom"}), "nothing to do for mhEeprom: give -r, -w or -dump\n"));

@@ -17,10 +17,9 @@
 #include "numArg.h"
 #include "programs.h"
 #include "testEnv.h"
+#include "textUtil.h"
 
 namespace {
-bool contains(const std::string& s, const std::string& part) { return s.find(part) != std::string::npos; }
-
 bool declaresHelp(const CmdDecl& d) {
   for (const OptDecl& o : d.args.opts)
     if (!strcmp(o.name, "-h")) return true;

@@ -8,6 +8,7 @@
 
 #include "programs.h"
 #include "testEnv.h"
+#include "textUtil.h"
 
 namespace {
 // The page's text with its troff escapes undone.
@@ -25,12 +26,6 @@ std::string pageText(const std::string& path) {
   return out;
 }
 
-std::vector<std::string> lines(const std::string& text) {
-  std::vector<std::string> out;
-  std::istringstream in(text);
-  for (std::string l; std::getline(in, l);) out.push_back(l);
-  return out;
-}
 }  // namespace
 
 TEST(Documentation, ManPageAndCompletionSayWhatTheProgramSays) {
@@ -41,7 +36,7 @@ TEST(Documentation, ManPageAndCompletionSayWhatTheProgramSays) {
   const std::string words = " " + completion.substr(w + 4, completion.find('"', w + 4) - w - 4) + " ";
   ASSERT_FALSE(page.empty());
   RunResult help = runSim({"help"});
-  std::vector<std::string> listed = lines(help.out);
+  std::vector<std::string> listed = splitLines(help.out);
   ASSERT_EQ(listed.size(), 59u);
   // Every command's -h in one script run; "#!" lines are echoed and mark where each output starts.
   std::string script;
@@ -55,7 +50,7 @@ TEST(Documentation, ManPageAndCompletionSayWhatTheProgramSays) {
   writeFile(testPath("usages.txt"), script);
   std::map<std::string, std::string> usage;
   std::string current;
-  for (const std::string& l : lines(runSim({"file", testPath("usages.txt")}).out)) {
+  for (const std::string& l : splitLines(runSim({"file", testPath("usages.txt")}).out)) {
     if (l.rfind("#!@@ ", 0) == 0)
       current = l.substr(5);
     else
@@ -76,6 +71,6 @@ TEST(Documentation, ManPageAndCompletionSayWhatTheProgramSays) {
       continue;
     }
     // Each connected command's usage, as its -h prints it, stands under its name.
-    for (const std::string& l : lines(usage[name])) EXPECT_NE(section.find(l + "\n"), std::string::npos) << name << ": " << l;
+    for (const std::string& l : splitLines(usage[name])) EXPECT_NE(section.find(l + "\n"), std::string::npos) << name << ": " << l;
   }
 }

@@ -30,12 +30,6 @@ private:
   std::string saved;
 };
 
-size_t count(const std::string& s, const std::string& what) {
-  size_t n = 0;
-  for (size_t p = s.find(what); p != std::string::npos; p = s.find(what, p + 1)) ++n;
-  return n;
-}
-
 std::string fifo(const std::string& name) {
   std::string path = testPath(name);
   mkfifo(path.c_str(), 0600);
@@ -66,7 +60,7 @@ TEST(SimTrace, UnusableTraceIsReportedOnceAndTheProgramGoesOn) {
     RunResult r = runSim(c.args, "", 20000);
     EXPECT_FALSE(r.timedOut);
     EXPECT_EQ(r.exitCode, 0);
-    EXPECT_EQ(count(r.out, DROPPED), 1u) << r.out;
+    EXPECT_EQ(countOf(r.out, DROPPED), 1u) << r.out;
     EXPECT_TRUE(contains(r.out, DROPPED + c.path + " (" + c.why + "); going on without it\n")) << r.out;
     EXPECT_TRUE(contains(r.out, c.printed)) << r.out;
   }

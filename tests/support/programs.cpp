@@ -6,9 +6,10 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstring>
 #include <sstream>
+
+#include "semIsolation.h"
 
 namespace {
 std::vector<std::string> emulator() {
@@ -19,10 +20,6 @@ std::vector<std::string> emulator() {
   return out;
 }
 
-long long nowMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
 }  // namespace
 
 std::string diagBin() { return DIAG_BIN; }
@@ -63,10 +60,10 @@ RunResult runProgram(const std::vector<std::string>& argv, const std::string& in
   if (!input.empty() && write(in[1], input.data(), input.size()) < 0) {
   }
   close(in[1]);
-  long long deadline = nowMs() + timeoutMs;
+  long long deadline = monoMs() + timeoutMs;
   char buf[4096];
   for (;;) {
-    long long left = deadline - nowMs();
+    long long left = deadline - monoMs();
     if (left <= 0) {
       r.timedOut = true;
       kill(pid, SIGKILL);

@@ -8,18 +8,13 @@
 #include <termios.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 
 #include "programs.h"
+#include "semIsolation.h"
 
 namespace {
-long long nowMs() {
-  using namespace std::chrono;
-  return duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count();
-}
-
 // The session leader under job control: puts the program in a process group
 // of its own in the foreground, reports on the events pipe how the job fares,
 // and ends as the job ended (its exit code, or its signal).
@@ -90,16 +85,16 @@ termios PtySession::modes() const {
 }
 
 bool PtySession::waitCanonical(bool canonical, int timeoutMs) {
-  long long deadline = nowMs() + timeoutMs;
+  long long deadline = monoMs() + timeoutMs;
   while (((modes().c_lflag & ICANON) != 0) != canonical) {
-    if (nowMs() > deadline) return false;
+    if (monoMs() > deadline) return false;
     pump(10);
   }
   return true;
 }
 
 bool PtySession::waitJob(const std::string& event, int timeoutMs) {
-  long long deadline = nowMs() + timeoutMs;
+  long long deadline = monoMs() + timeoutMs;
   for (;;) {
     size_t at = eventText.find(event, eventPos);
     size_t end = at == std::string::npos ? at : eventText.find('\n', at);
@@ -107,7 +102,7 @@ bool PtySession::waitJob(const std::string& event, int timeoutMs) {
       eventPos = end + 1;
       return true;
     }
-    long long left = deadline - nowMs();
+    long long left = deadline - monoMs();
     struct pollfd p = {events, POLLIN, 0};
     if (left <= 0 || poll(&p, 1, static_cast<int>(left)) <= 0) return false;
     char buf[256];
@@ -140,10 +135,10 @@ void PtySession::pump(int timeoutMs) {
 }
 
 bool PtySession::waitFor(const std::string& text, int timeoutMs) {
-  long long deadline = nowMs() + timeoutMs;
+  long long deadline = monoMs() + timeoutMs;
   for (;;) {
     if (raw.find(text, markPos) != std::string::npos) return true;
-    long long left = deadline - nowMs();
+    long long left = deadline - monoMs();
     if (left <= 0) return false;
     pump(static_cast<int>(left < 50 ? left : 50));
   }
@@ -200,9 +195,9 @@ std::vector<std::string> PtySession::screen() const {
 std::string PtySession::currentLine() const { return screen().back(); }
 
 bool PtySession::waitForLine(const std::string& text, int timeoutMs) {
-  long long deadline = nowMs() + timeoutMs;
+  long long deadline = monoMs() + timeoutMs;
   while (currentLine() != text) {
-    long long left = deadline - nowMs();
+    long long left = deadline - monoMs();
     if (left <= 0) return false;
     pump(static_cast<int>(left < 50 ? left : 50));
   }
@@ -210,7 +205,7 @@ bool PtySession::waitForLine(const std::string& text, int timeoutMs) {
 }
 
 int PtySession::waitExit(int timeoutMs) {
-  long long deadline = nowMs() + timeoutMs;
+  long long deadline = monoMs() + timeoutMs;
   while (!exited) {
     int status;
     pid_t r = waitpid(pid, &status, WNOHANG);
@@ -220,7 +215,7 @@ int PtySession::waitExit(int timeoutMs) {
       endSig = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
       break;
     }
-    if (nowMs() > deadline) return -1;
+    if (monoMs() > deadline) return -1;
     pump(20);
   }
   pump(0);

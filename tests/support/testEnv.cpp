@@ -17,6 +17,7 @@
 #include "layers.h"
 #include "semIsolation.h"
 #include "simCtl.h"
+#include "textUtil.h"
 
 namespace {
 std::string& dirRef() {
@@ -69,10 +70,7 @@ void Trace::mark() { offset = readFile(getenv("DIAG_SIM_TRACE")).size(); }
 
 std::vector<std::string> Trace::lines() const {
   std::string all = readFile(getenv("DIAG_SIM_TRACE"));
-  std::vector<std::string> out;
-  std::istringstream in(all.size() > offset ? all.substr(offset) : "");
-  for (std::string line; std::getline(in, line);) out.push_back(line);
-  return out;
+  return splitLines(all.size() > offset ? all.substr(offset) : "");
 }
 
 std::vector<std::string> Trace::grep(const std::string& a, const std::string& b, const std::string& c) const {

@@ -7,6 +7,13 @@
 
 inline bool contains(const std::string& text, const std::string& piece) { return text.find(piece) != std::string::npos; }
 
+// How many times piece occurs in text.
+inline size_t countOf(const std::string& text, const std::string& piece) {
+  size_t n = 0;
+  for (size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1)) ++n;
+  return n;
+}
+
 inline std::vector<std::string> splitLines(const std::string& text) {
   std::vector<std::string> out;
   std::istringstream in(text);

@@ -10,8 +10,10 @@ namespace {
 const char* const RD = "0x11abc1";
 const char* const WR = "0x11abc2";
 
-// The driver fails the given request with EIO: after `after` calls that still succeed, `times` times.
+// Clears the faults set before; then the driver fails the given request with
+// EIO: after `after` calls that still succeed, `times` times.
 void failIoctl(const char* request, int after = 0, int times = 1) {
+  simctl({"kernel", "clear"});
   simctl({"kernel", "fail", "ioctl", "fpga", "EIO", request, "after", std::to_string(after), "times",
           std::to_string(times)});
 }
@@ -37,7 +39,6 @@ TEST_F(GpmcFaultTest, BitChangeStopsAtTheFailedStepOfItsReadWriteReadCycle) {
   EXPECT_EQ(peek("reg", "0x14"), before);
 
   // The write fails: the register keeps its value and no check read follows.
-  simctl({"kernel", "clear"});
   failIoctl(WR);
   trace.mark();
   out = captured([&] { EXPECT_EQ(ctl.GPMCEnOBufWrites(), FAILURE); });
@@ -47,7 +48,6 @@ TEST_F(GpmcFaultTest, BitChangeStopsAtTheFailedStepOfItsReadWriteReadCycle) {
   EXPECT_EQ(peek("reg", "0x14"), before);
 
   // The check read fails: the bit was written, but the change is reported failed.
-  simctl({"kernel", "clear"});
   failIoctl(RD, 1);
   out = captured([&] { EXPECT_EQ(ctl.GPMCEnDAC(), FAILURE); });
   EXPECT_TRUE(contains(out, "function setResetBits - failed to read FPGA\n")) << out;
@@ -55,7 +55,6 @@ TEST_F(GpmcFaultTest, BitChangeStopsAtTheFailedStepOfItsReadWriteReadCycle) {
   EXPECT_NE(peek("reg", "0x14"), before);
 
   // A field change whose read fails writes nothing.
-  simctl({"kernel", "clear"});
   failIoctl(RD);
   trace.mark();
   out = captured([&] { EXPECT_EQ(reg->setField(GPMC_CLK_SEL, 0x3, 0x1), FAILURE); });
@@ -73,14 +72,12 @@ TEST_F(GpmcFaultTest, MeasurementResetAndCollectionReportTheirFailedStep) {
   EXPECT_EQ(wrote("0x000e"), "0x1040");
 
   // The pulse's end cannot read the register: the reset bit is left set.
-  simctl({"kernel", "clear"});
   failIoctl(RD, 1 + 2);  // the preset's read-back, the pulse's two reads
   out = captured([&] { EXPECT_EQ(ctl.GPMCFrcMeasReset(), FAILURE); });
   EXPECT_TRUE(contains(out, "failed to clear A2D control register bit\n")) << out;
   EXPECT_EQ(peek("reg", "0x0e") & A2D_FRC_MEAS_RESET, A2D_FRC_MEAS_RESET);
 
   // Clearing the waveform control register whose write is refused.
-  simctl({"kernel", "clear"});
   simctl({"fpga", "poke", "reg", "0x14", "0x0010"});
   failIoctl(WR);
   out = captured([&] { EXPECT_EQ(ctl.GPMCClrWFCtlReg(), FAILURE); });
@@ -103,7 +100,6 @@ TEST_F(GpmcMainFaultTest, OledResetFailuresLeaveTheResetLineWhereTheyStopped) {
   EXPECT_TRUE(contains(out, "failed to put OLED in reset\n")) << out;
   EXPECT_EQ(peek("reg", "0x06") & MH_MISC_OLED_NRESET, MH_MISC_OLED_NRESET);
   // Leaving it refused: the OLED is left held in reset.
-  simctl({"kernel", "clear"});
   failIoctl(WR, 1);
   out = captured([&] { EXPECT_EQ(ctl.rstOLED(), FAILURE); });
   EXPECT_TRUE(contains(out, "failed to take OLED out of reset\n")) << out;
@@ -123,7 +119,6 @@ TEST_F(GpmcFaultTest, DriverBufferAndSampleFileStopAtTheRefusedCall) {
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "driver buffer prepared: yes"));
 
   // The fourth word of the first block is refused: three words reach the file.
-  simctl({"kernel", "clear"});
   simctl({"fpga", "poke", "reg", "0x0e", "0x1040"});
   failIoctl(RD, 2 + 1 + 3);  // two address reads, the discarded word, three words
   std::string path = testPath("ctf-fault.txt");

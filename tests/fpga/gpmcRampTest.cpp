@@ -4,23 +4,21 @@
 #include "gpmcTestUtil.h"
 
 TEST_F(GpmcTest, ManualStepsClampAtTheTopAndAtZero) {
-  ASSERT_EQ(ramp.GPMCSetOutput(0x7ff0), SUCCESS);
-  EXPECT_EQ(peek("reg", "0x24"), 0x7ff0);
-  ASSERT_EQ(ramp.GPMCStepUp(0x20), SUCCESS);
-  EXPECT_EQ(peek("reg", "0x24"), 0x8000);
+  // A step's status must be SUCCESS; then the register at addr as it left it.
+  auto then = [&](E_STATUS st, const char* addr = "0x24") {
+    EXPECT_EQ(st, SUCCESS);
+    return peek("reg", addr);
+  };
+  EXPECT_EQ(then(ramp.GPMCSetOutput(0x7ff0)), 0x7ff0);
+  EXPECT_EQ(then(ramp.GPMCStepUp(0x20)), 0x8000);
   EXPECT_EQ(wrote("0x0026"), "0x7ff0 0x8000");
-  ASSERT_EQ(ramp.GPMCSetOutput(0x7000), SUCCESS);
-  ASSERT_EQ(ramp.GPMCStepUp(0x100), SUCCESS);
-  EXPECT_EQ(peek("reg", "0x24"), 0x7100);
-  ASSERT_EQ(ramp.GPMCStepDown(0x40), SUCCESS);
-  EXPECT_EQ(peek("reg", "0x24"), 0x70c0);
-  ASSERT_EQ(ramp.GPMCStepDown(0x8000), SUCCESS);
-  EXPECT_EQ(peek("reg", "0x24"), 0);
+  EXPECT_EQ(then(ramp.GPMCSetOutput(0x7000)), 0x7000);
+  EXPECT_EQ(then(ramp.GPMCStepUp(0x100)), 0x7100);
+  EXPECT_EQ(then(ramp.GPMCStepDown(0x40)), 0x70c0);
+  EXPECT_EQ(then(ramp.GPMCStepDown(0x8000)), 0);
   // Zero is set with the direction bit clear, any other value with it set.
-  ASSERT_EQ(ramp.GPMCSetOutput(0), SUCCESS);
-  EXPECT_EQ(peek("reg", "0x30") & 0x000f, 0x000b);
-  ASSERT_EQ(ramp.GPMCSetOutput(5), SUCCESS);
-  EXPECT_EQ(peek("reg", "0x30") & 0x000f, 0x000f);
+  EXPECT_EQ(then(ramp.GPMCSetOutput(0), "0x30") & 0x000f, 0x000b);
+  EXPECT_EQ(then(ramp.GPMCSetOutput(5), "0x30") & 0x000f, 0x000f);
 }
 
 TEST_F(GpmcTest, TimerRampUpAndDownWithTheirWaits) {

@@ -15,6 +15,13 @@ namespace {
 // The fan controller's own transfers (the path selection goes to the switches).
 std::vector<std::string> fctlTraffic(const Trace& t) { return t.grep("i2c-2 0x52 "); }
 
+// Runs a fan command line that must end with status and print text.
+void expectRun(const char* line, E_STATUS status, const std::string& text) {
+  CmdResult r = runCmd(fan, line);
+  EXPECT_EQ(r.status, status) << line;
+  EXPECT_TRUE(contains(r.out, text)) << line << "\n" << r.out;
+}
+
 struct FanCtlrTest : testing::Test {
   void SetUp() override { simctl({"reset"}); }
 };
@@ -47,26 +54,23 @@ TEST_F(FanCtlrTest, SpeedWritesGoToThePageGiven) {
   for (const Case& c : cases) {
     Trace t;
     EXPECT_EQ(runCmd(fan, c.line).status, SUCCESS) << c.line;
-    std::vector<std::string> bus = fctlTraffic(t);
-    ASSERT_EQ(bus.size(), 2u) << c.line;
-    EXPECT_EQ(bus[0], std::string("i2c-2 0x52 smbus write byte_data cmd 0x00 data ") + c.page);
-    EXPECT_EQ(bus[1], std::string("i2c-2 0x52 smbus write word_data cmd 0x3b data ") + c.word);
+    std::string page = "i2c-2 0x52 smbus write byte_data cmd 0x00 data ", word = "i2c-2 0x52 smbus write word_data ";
+    EXPECT_EQ(fctlTraffic(t), (std::vector<std::string>{page + c.page, word + "cmd 0x3b data " + c.word})) << c.line;
   }
 }
 
 TEST_F(FanCtlrTest, RawWritesReadsAndTheirOrder) {
   Trace t;
   EXPECT_EQ(runCmd(fan, "fan -w 0 -o 3").status, SUCCESS);
-  std::vector<std::string> bus = fctlTraffic(t);
-  ASSERT_EQ(bus.size(), 2u);
-  EXPECT_EQ(bus[1], "i2c-2 0x52 smbus write byte cmd 0x03");
+  EXPECT_EQ(fctlTraffic(t), (std::vector<std::string>{"i2c-2 0x52 smbus write byte_data cmd 0x00 data 00",
+                                                      "i2c-2 0x52 smbus write byte cmd 0x03"}));
 
   // -w then -rr, whatever their order on the line; the read uses the table's width.
   t.mark();
   CmdResult r = runCmd(fan, "fan -rr -o 0xf6 -d 0x1234 -w 2 -p 4");
   EXPECT_EQ(r.status, SUCCESS);
   EXPECT_EQ(r.out, "0x1234\n");
-  bus = fctlTraffic(t);
+  std::vector<std::string> bus = fctlTraffic(t);
   ASSERT_EQ(bus.size(), 4u);
   EXPECT_EQ(bus[1], "i2c-2 0x52 smbus write word_data cmd 0xf6 data 1234");
   EXPECT_EQ(bus[3], "i2c-2 0x52 smbus read word_data cmd 0xf6 -> 1234");
@@ -75,26 +79,22 @@ TEST_F(FanCtlrTest, RawWritesReadsAndTheirOrder) {
 
   // A page and command the controller does not have never reach the bus.
   t.mark();
-  r = runCmd(fan, "fan -rr -p 7 -o 0x90");
-  EXPECT_EQ(r.status, ENTRY_NOT_FOUND);
-  EXPECT_NE(r.out.find("page 7, command 0x90 is not in the fan controller's register table\n0x0000\n"), std::string::npos);
+  expectRun("fan -rr -p 7 -o 0x90", ENTRY_NOT_FOUND,
+            "page 7, command 0x90 is not in the fan controller's register table\n0x0000\n");
   EXPECT_TRUE(t.grep("i2c-2").empty());
 
   // More data bytes than a command takes are refused, not read past the buffer.
-  r = runCmd(fan, "fan -w 40 -o 0x3b");
-  EXPECT_EQ(r.status, BAD_PARAMETER);
-  EXPECT_NE(r.out.find("fan -w: 40 is out of range, 0 to 2"), std::string::npos);
+  expectRun("fan -w 40 -o 0x3b", BAD_PARAMETER, "fan -w: 40 is out of range, 0 to 2");
 }
 
 TEST_F(FanCtlrTest, HelpComesAloneAndFailuresAreReported) {
   Trace t;
-  CmdResult r = runCmd(fan, "fan -h -r");
-  EXPECT_EQ(splitLines(r.out).size(), 9u);
+  EXPECT_EQ(splitLines(runCmd(fan, "fan -h -r").out).size(), 9u);
   EXPECT_TRUE(t.grep("i2c-2").empty());
 
   // A controller that goes away after fan 3: the lines of the later fans show what the datum still held.
   simctl({"i2c", "vanish", "fctl", "6"});
-  r = runCmd(fan, "fan -ds");
+  CmdResult r = runCmd(fan, "fan -ds");
   std::vector<std::string> speeds;
   for (const std::string& l : splitLines(r.out))
     if (l.find(" rpm") != std::string::npos) speeds.push_back(l);
@@ -108,15 +108,11 @@ TEST_F(FanCtlrTest, HelpComesAloneAndFailuresAreReported) {
 
   // CAPABILITY is read-only: the chip refuses the write, whose message shows
   // the command and the whole datum.
-  r = runCmd(fan, "fan -w 1 -o 0x19 -d 0x1234");
-  EXPECT_EQ(r.status, FAILURE);
-  EXPECT_NE(r.out.find("numBytesToWrite= 1 buf[0]= 0x19, buf[1]= 0x34, buf[2]= 0x12, buf[3]= 0x00\n"),
-            std::string::npos) << r.out;
+  expectRun("fan -w 1 -o 0x19 -d 0x1234", FAILURE,
+            "numBytesToWrite= 1 buf[0]= 0x19, buf[1]= 0x34, buf[2]= 0x12, buf[3]= 0x00\n");
 
   simctl({"i2c", "nack", "fctl", "on"});
-  r = runCmd(fan, "fan -rr -o 0x90");
-  EXPECT_EQ(r.status, FAILURE);
-  EXPECT_NE(r.out.find("failed to write device fctl(0x52)"), std::string::npos) << r.out;
+  expectRun("fan -rr -o 0x90", FAILURE, "failed to write device fctl(0x52)");
 }
 
 TEST_F(FanCtlrTest, ReadBackCatchesAStuckBit) {
@@ -136,7 +132,8 @@ TEST_F(FanCtlrTest, ReadBackCatchesAStuckBit) {
   Trace t;
   testing::internal::CaptureStdout();
   EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 3, &v), BAD_PARAMETER);
-  EXPECT_TRUE(contains(testing::internal::GetCapturedStdout(), "a fan controller command takes at most 2 data bytes, not 3\n"));
+  EXPECT_TRUE(contains(testing::internal::GetCapturedStdout(),
+                       "a fan controller command takes at most 2 data bytes, not 3\n"));
   EXPECT_TRUE(fctlTraffic(t).empty());
 }
 

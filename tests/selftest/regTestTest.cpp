@@ -57,7 +57,6 @@ TEST(RegTest, StuckBitFailsAtItsStepAndStopsStepping) {
 TEST(RegTest, MaskIgnoresBitsOutsideIt) {
   FakeRegTest<unsigned short> t(0x00FF, 0);
   t.stuck1 = 0xFF00;
-  t.stuck0 = 0x0000;
   E_STATUS s;
   run(t, {"-l", "2"}, &s);
   EXPECT_EQ(s, SUCCESS);

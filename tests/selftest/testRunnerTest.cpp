@@ -13,6 +13,13 @@
 namespace {
 std::string scratch() { return simctl({"fpga", "peek", "reg", "0x04"}); }
 
+// Runs "runtest line" and expects each of texts in what it printed; returns that.
+std::string expectRun(const std::string& line, std::initializer_list<const char*> texts) {
+  std::string out = runCmd(testExec, "runtest " + line).out;
+  for (const char* text : texts) EXPECT_TRUE(contains(out, text)) << line << ": " << text << "\n" << out;
+  return out;
+}
+
 struct SelfTest : testing::Test {
   void SetUp() override { simctl({"reset"}); }
 };
@@ -34,17 +41,14 @@ TEST_F(SelfTest, RegistryListsAndRunsByName) {
   EXPECT_EQ(r.out, "command not found\r\n");
   // A register walk this build cannot run still has its usage, and gives no verdict.
   EXPECT_EQ(runCmd(testExec, "runtest tmp0reg -l 2 -h").out, "-l <loops (0=>infinite)>\n");
-  r = runCmd(testExec, "runtest tmp0reg");
-  EXPECT_NE(r.out.find("not available in this build"), std::string::npos);
-  EXPECT_EQ(r.out.find("PASSED"), std::string::npos);
-  EXPECT_EQ(r.out.find("FAILED"), std::string::npos);
+  out = expectRun("tmp0reg", {"not available in this build"});
+  EXPECT_FALSE(contains(out, "PASSED") || contains(out, "FAILED")) << out;
 }
 
 TEST_F(SelfTest, FpgaScratchRegisterPassesAndIsRestored) {
   simctl({"fpga", "poke", "reg", "0x04", "0xbeef"});
   Trace t;
-  CmdResult r = runCmd(testExec, "runtest gpmcreg -l 2");
-  EXPECT_NE(r.out.find("iterations (wrrd) - 64\nPASSED\n"), std::string::npos) << r.out;
+  expectRun("gpmcreg -l 2", {"iterations (wrrd) - 64\nPASSED\n"});
   EXPECT_EQ(scratch(), "0xbeef\n");
   EXPECT_EQ(t.grep("fpga wr reg 0x0004").size(), 2u * 32u + 1u);  // the walk, then the restore
   EXPECT_EQ(t.grep("fpga wr reg 0x0004 0xbeef").size(), 1u);
@@ -53,57 +57,37 @@ TEST_F(SelfTest, FpgaScratchRegisterPassesAndIsRestored) {
 TEST_F(SelfTest, FpgaStuckBitFailsAtItsStep) {
   simctl({"fpga", "fault", "stuck", "0x04", "3", "0"});
   Trace t;
-  CmdResult r = runCmd(testExec, "runtest gpmcreg");
-  EXPECT_NE(r.out.find("walk:  offset 0x00000004 (loop 0):  exp= 0x00000008, act= 0x00000000\r\n"),
-            std::string::npos)
-      << r.out;
-  EXPECT_NE(r.out.find("FAILED\n"), std::string::npos);
+  expectRun("gpmcreg", {"walk:  offset 0x00000004 (loop 0):  exp= 0x00000008, act= 0x00000000\r\n", "FAILED\n"});
   EXPECT_EQ(t.grep("fpga wr reg 0x0004").size(), 4u + 1u);
 
   // -coe keeps the loops going but no step runs after the first mismatch.
   t.mark();
-  r = runCmd(testExec, "runtest gpmcreg -coe -l 3");
-  EXPECT_EQ(countOf(r.out, "walk:"), 1u);
-  EXPECT_NE(r.out.find("iterations (wrrd) - 96\nFAILED\n"), std::string::npos);
+  EXPECT_EQ(countOf(expectRun("gpmcreg -coe -l 3", {"iterations (wrrd) - 96\nFAILED\n"}), "walk:"), 1u);
   EXPECT_EQ(t.grep("fpga wr reg 0x0004").size(), 4u + 1u);
 }
 
 TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
-  CmdResult r = runCmd(testExec, "runtest fcreg");
-  EXPECT_NE(r.out.find("testing location 0x000000f5"), std::string::npos);
-  EXPECT_NE(r.out.find("PASSED\n"), std::string::npos) << r.out;
+  expectRun("fcreg", {"testing location 0x000000f5", "PASSED\n"});
   EXPECT_EQ(simctl({"i2c", "peek", "fctl", "0xf5"}), "0x168\n");
-
   simctl({"i2c", "stuck", "mrtmp2", "0x05", "6", "1"});
-  r = runCmd(testExec, "runtest mrtmp2reg");
-  EXPECT_NE(r.out.find("exp= 0x00000001, act= 0x00000041"), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("FAILED\n"), std::string::npos);
-  EXPECT_NE(runCmd(testExec, "runtest mrtmp1reg").out.find("PASSED\n"), std::string::npos);
-  EXPECT_NE(runCmd(testExec, "runtest fpfa -l 5").out.find("5 accesses of fpfpga, 0 failed\nPASSED\n"),
-            std::string::npos);
-  r = runCmd(testExec, "runtest shswfa");
-  EXPECT_NE(r.out.find("shostsw is not a device of this board"), std::string::npos);
+  expectRun("mrtmp2reg", {"exp= 0x00000001, act= 0x00000041", "FAILED\n"});
+  expectRun("mrtmp1reg", {"PASSED\n"});
+  expectRun("fpfa -l 5", {"5 accesses of fpfpga, 0 failed\nPASSED\n"});
+  expectRun("shswfa", {"shostsw is not a device of this board"});
 }
 
 TEST_F(SelfTest, ScanAndCablesNameWhatDoesNotAnswer) {
-  EXPECT_NE(runCmd(testExec, "runtest i2cscn").out.find("PASSED\n"), std::string::npos);
+  expectRun("i2cscn", {"PASSED\n"});
   simctl({"i2c", "absent", "mr-eeprom", "on"});
-  CmdResult r = runCmd(testExec, "runtest i2cscn");
-  EXPECT_NE(r.out.find("mrEeprom (0x50) does not answer: Main Host 1 2   0989 Main Reference EEPROM 24LC32A"),
-            std::string::npos)
-      << r.out;
-  EXPECT_NE(r.out.find("FAILED\n!1729\n"), std::string::npos);
-
-  EXPECT_NE(runCmd(testExec, "runtest cableconn").out.find("PASSED\n"), std::string::npos);
+  expectRun("i2cscn", {"mrEeprom (0x50) does not answer: Main Host 1 2   0989 Main Reference EEPROM 24LC32A",
+                       "FAILED\n!1729\n"});
+  expectRun("cableconn", {"PASSED\n"});
   // The relay memory shares its address with the back plane's, which still answers.
   simctl({"i2c", "absent", "fprly-eeprom", "on"});
-  r = runCmd(testExec, "runtest cableconn");
-  EXPECT_NE(r.out.find("front panel relay cable: fprlyEeprom does not answer"), std::string::npos) << r.out;
-  EXPECT_NE(r.out.find("FAILED\n!1721\n"), std::string::npos);
+  expectRun("cableconn", {"front panel relay cable: fprlyEeprom does not answer", "FAILED\n!1721\n"});
   simctl({"i2c", "absent", "fprly-eeprom", "off"});
   simctl({"i2c", "absent", "bp-eeprom", "on"});
-  r = runCmd(testExec, "runtest cableconn");
-  EXPECT_NE(r.out.find("FAILED\n!1713\n"), std::string::npos) << r.out;
+  expectRun("cableconn", {"FAILED\n!1713\n"});
 }
 
 // An endless register test stops at the operator's key and prints its total.

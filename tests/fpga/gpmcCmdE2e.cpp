@@ -62,9 +62,8 @@ TEST_F(GpmcCmd, InputFileWritesOneWordPerLine) {
   std::string in = testPath("in.txt");
   writeFile(in, "10\n-1\n65535\n");
   run({"-m", "obuf", "-w", "-o", "0x100", "-fi", in});
-  EXPECT_EQ(peek("obuf", "0x100"), 10);
-  EXPECT_EQ(peek("obuf", "0x102"), 0xffff);
-  EXPECT_EQ(peek("obuf", "0x104"), 0xffff);
+  for (auto [at, v] : {std::pair{"0x100", 10}, {"0x102", 0xffff}, {"0x104", 0xffff}})
+    EXPECT_EQ(peek("obuf", at), v) << at;
   EXPECT_EQ(trace.grep("fpga wr obuf").size(), 6u);
   writeFile(in, "7\nseven\n");
   std::string out = run({"-m", "reg", "-w", "-o", "0x20", "-fi", in});

@@ -1,6 +1,7 @@
 // The FPGA sequences when the driver refuses a call part-way: each reports the
 // step that failed, stops there, and leaves the registers as that step left them.
 #include <cstdio>
+#include <functional>
 
 #include "gpmcDevBuf.h"
 #include "gpmcRegs.h"
@@ -21,6 +22,11 @@ void failIoctl(const char* request, int after = 0, int times = 1) {
 class GpmcFaultTest : public GpmcTest {
 protected:
   void TearDown() override { simctl({"kernel", "clear"}); }
+  // Runs f, which checks its own status, and expects each of texts in what it printed.
+  static void expectPrints(const std::function<void()>& f, std::initializer_list<const char*> texts) {
+    std::string out = captured(f);
+    for (const char* text : texts) EXPECT_TRUE(contains(out, text)) << text << "\n" << out;
+  }
 };
 
 class GpmcMainFaultTest : public GpmcFaultTest {
@@ -32,33 +38,31 @@ TEST_F(GpmcFaultTest, BitChangeStopsAtTheFailedStepOfItsReadWriteReadCycle) {
   const unsigned short before = peek("reg", "0x14");
   // The first read fails: nothing is written.
   failIoctl(RD);
-  std::string out = captured([&] { EXPECT_EQ(ctl.GPMCEnPrimarySrc(), FAILURE); });
-  EXPECT_TRUE(contains(out, "function setResetBits - failed to read FPGA\n")) << out;
-  EXPECT_TRUE(contains(out, "function GPMCEnPrimarySrc - failed to enable primary source\n")) << out;
+  expectPrints([&] { EXPECT_EQ(ctl.GPMCEnPrimarySrc(), FAILURE); },
+               {"function setResetBits - failed to read FPGA\n",
+                "function GPMCEnPrimarySrc - failed to enable primary source\n"});
   EXPECT_TRUE(trace.grep("fpga wr reg").empty());
   EXPECT_EQ(peek("reg", "0x14"), before);
 
   // The write fails: the register keeps its value and no check read follows.
   failIoctl(WR);
   trace.mark();
-  out = captured([&] { EXPECT_EQ(ctl.GPMCEnOBufWrites(), FAILURE); });
-  EXPECT_TRUE(contains(out, "function setResetBits - failed to write FPGA\n")) << out;
-  EXPECT_TRUE(contains(out, "failed to enable waveform source buffer writes\n")) << out;
+  expectPrints([&] { EXPECT_EQ(ctl.GPMCEnOBufWrites(), FAILURE); },
+               {"function setResetBits - failed to write FPGA\n", "failed to enable waveform source buffer writes\n"});
   EXPECT_EQ(trace.grep("fpga rd reg 0x0014").size(), 1u);
   EXPECT_EQ(peek("reg", "0x14"), before);
 
   // The check read fails: the bit was written, but the change is reported failed.
   failIoctl(RD, 1);
-  out = captured([&] { EXPECT_EQ(ctl.GPMCEnDAC(), FAILURE); });
-  EXPECT_TRUE(contains(out, "function setResetBits - failed to read FPGA\n")) << out;
-  EXPECT_TRUE(contains(out, "failed to enable waveform to AD5542A DAC\n")) << out;
+  expectPrints([&] { EXPECT_EQ(ctl.GPMCEnDAC(), FAILURE); },
+               {"function setResetBits - failed to read FPGA\n", "failed to enable waveform to AD5542A DAC\n"});
   EXPECT_NE(peek("reg", "0x14"), before);
 
   // A field change whose read fails writes nothing.
   failIoctl(RD);
   trace.mark();
-  out = captured([&] { EXPECT_EQ(reg->setField(GPMC_CLK_SEL, 0x3, 0x1), FAILURE); });
-  EXPECT_TRUE(contains(out, "function setField - failed to read FPGA\n")) << out;
+  expectPrints([&] { EXPECT_EQ(reg->setField(GPMC_CLK_SEL, 0x3, 0x1), FAILURE); },
+               {"function setField - failed to read FPGA\n"});
   EXPECT_TRUE(trace.grep("fpga wr").empty());
 }
 
@@ -67,55 +71,49 @@ TEST_F(GpmcFaultTest, BitChangeStopsAtTheFailedStepOfItsReadWriteReadCycle) {
 TEST_F(GpmcFaultTest, MeasurementResetAndCollectionReportTheirFailedStep) {
   // The preset's read-back passes, the pulse's first read fails: reset bit never set.
   failIoctl(RD, 1);
-  std::string out = captured([&] { EXPECT_EQ(ctl.GPMCFrcMeasReset(), FAILURE); });
-  EXPECT_TRUE(contains(out, "failed to set A2D control register bit\n")) << out;
+  expectPrints([&] { EXPECT_EQ(ctl.GPMCFrcMeasReset(), FAILURE); }, {"failed to set A2D control register bit\n"});
   EXPECT_EQ(wrote("0x000e"), "0x1040");
 
   // The pulse's end cannot read the register: the reset bit is left set.
   failIoctl(RD, 1 + 2);  // the preset's read-back, the pulse's two reads
-  out = captured([&] { EXPECT_EQ(ctl.GPMCFrcMeasReset(), FAILURE); });
-  EXPECT_TRUE(contains(out, "failed to clear A2D control register bit\n")) << out;
+  expectPrints([&] { EXPECT_EQ(ctl.GPMCFrcMeasReset(), FAILURE); }, {"failed to clear A2D control register bit\n"});
   EXPECT_EQ(peek("reg", "0x0e") & A2D_FRC_MEAS_RESET, A2D_FRC_MEAS_RESET);
 
   // Clearing the waveform control register whose write is refused.
   simctl({"fpga", "poke", "reg", "0x14", "0x0010"});
   failIoctl(WR);
-  out = captured([&] { EXPECT_EQ(ctl.GPMCClrWFCtlReg(), FAILURE); });
-  EXPECT_TRUE(contains(out, "failed to clear Waveform Control register\n")) << out;
+  expectPrints([&] { EXPECT_EQ(ctl.GPMCClrWFCtlReg(), FAILURE); }, {"failed to clear Waveform Control register\n"});
   EXPECT_EQ(peek("reg", "0x14"), 0x0010);
 
   // The driver refuses continuous acquisition: reported with the system's error, nothing else done.
   simctl({"kernel", "clear"});
   simctl({"kernel", "fail", "ioctl", "fpga", "EBUSY", "0x11abc6"});
-  out = captured([&] { ctl.drvrContColl(true); });
-  EXPECT_TRUE(contains(out, "failed to start continuous acquistion (driver style)\nDevice or resource busy (16)\n"))
-      << out;
+  expectPrints([&] { ctl.drvrContColl(true); },
+               {"failed to start continuous acquistion (driver style)\nDevice or resource busy (16)\n"});
   EXPECT_TRUE(contains(simctl({"kernel", "list"}), "given 1")) << simctl({"kernel", "list"});
 }
 
 TEST_F(GpmcMainFaultTest, OledResetFailuresLeaveTheResetLineWhereTheyStopped) {
   // Entering reset refused: the OLED stays out of reset.
   failIoctl(WR);
-  std::string out = captured([&] { EXPECT_EQ(ctl.rstOLED(), FAILURE); });
-  EXPECT_TRUE(contains(out, "failed to put OLED in reset\n")) << out;
+  expectPrints([&] { EXPECT_EQ(ctl.rstOLED(), FAILURE); }, {"failed to put OLED in reset\n"});
   EXPECT_EQ(peek("reg", "0x06") & MH_MISC_OLED_NRESET, MH_MISC_OLED_NRESET);
   // Leaving it refused: the OLED is left held in reset.
   failIoctl(WR, 1);
-  out = captured([&] { EXPECT_EQ(ctl.rstOLED(), FAILURE); });
-  EXPECT_TRUE(contains(out, "failed to take OLED out of reset\n")) << out;
+  expectPrints([&] { EXPECT_EQ(ctl.rstOLED(), FAILURE); }, {"failed to take OLED out of reset\n"});
   EXPECT_EQ(peek("reg", "0x06") & MH_MISC_OLED_NRESET, 0);
 }
 
 TEST_F(GpmcFaultTest, DriverBufferAndSampleFileStopAtTheRefusedCall) {
   simctl({"kernel", "fail", "write", "fpga", "EIO"});
-  std::string out = captured([&] { EXPECT_EQ(GpmcDevBuf(*reg).GPMCPreventDriverOverflow(), FAILURE); });
-  EXPECT_TRUE(contains(out, "driver write failed\nInput/output error (5)\n")) << out;
+  expectPrints([&] { EXPECT_EQ(GpmcDevBuf(*reg).GPMCPreventDriverOverflow(), FAILURE); },
+               {"driver write failed\nInput/output error (5)\n"});
   EXPECT_TRUE(trace.grep("fpga mmap").empty());
 
   simctl({"kernel", "clear"});
   simctl({"kernel", "fail", "mmap", "fpga", "ENOMEM"});
-  out = captured([&] { EXPECT_EQ(GpmcDevBuf(*reg).GPMCPreventDriverOverflow(), FAILURE); });
-  EXPECT_TRUE(contains(out, "mmap() failed\nCannot allocate memory (12)\n")) << out;
+  expectPrints([&] { EXPECT_EQ(GpmcDevBuf(*reg).GPMCPreventDriverOverflow(), FAILURE); },
+               {"mmap() failed\nCannot allocate memory (12)\n"});
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "driver buffer prepared: yes"));
 
   // The fourth word of the first block is refused: three words reach the file.
@@ -124,9 +122,9 @@ TEST_F(GpmcFaultTest, DriverBufferAndSampleFileStopAtTheRefusedCall) {
   std::string path = testPath("ctf-fault.txt");
   FILE* f = fopen(path.c_str(), "w+");
   ASSERT_NE(f, nullptr);
-  out = captured([&] { EXPECT_EQ(GpmcDevBuf(*dev("ibuf")).rdOBufToFile(f, 2), FAILURE); });
+  expectPrints([&] { EXPECT_EQ(GpmcDevBuf(*dev("ibuf")).rdOBufToFile(f, 2), FAILURE); },
+               {"function rdOBufToFile - failed to read device 1(0x06), byteCnt= 0\n"});
   fclose(f);
-  EXPECT_TRUE(contains(out, "function rdOBufToFile - failed to read device 1(0x06), byteCnt= 0\n")) << out;
   EXPECT_EQ(splitLines(readFile(path)).size(), 3u);
 
   // An address that never settles: the bounded wait gives up before any word is read.
@@ -135,9 +133,9 @@ TEST_F(GpmcFaultTest, DriverBufferAndSampleFileStopAtTheRefusedCall) {
   trace.mark();
   f = fopen(path.c_str(), "w+");
   ASSERT_NE(f, nullptr);
-  out = captured([&] { EXPECT_EQ(GpmcDevBuf(*dev("ibuf")).rdOBufToFile(f, 1), TIMEOUT); });
+  expectPrints([&] { EXPECT_EQ(GpmcDevBuf(*dev("ibuf")).rdOBufToFile(f, 1), TIMEOUT); },
+               {"timed out waiting for stable sample address\n"});
   fclose(f);
-  EXPECT_TRUE(contains(out, "timed out waiting for stable sample address\n")) << out;
   EXPECT_EQ(trace.grep("fpga rd reg 0x0010").size(), 20u);
   EXPECT_TRUE(trace.grep("fpga rd ibuf").empty());
   EXPECT_EQ(readFile(path), "");

@@ -60,16 +60,16 @@ TEST_F(GpmcTest, DriverFailuresAreReportedWithTheSystemError) {
   EXPECT_EQ(n, 1u);
   EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x000a, buf[1]= 0x000b, buf[2]= 0x0000, "
                             "buf[3]= 0x0000\n"));
-  out = captured([&] { EXPECT_EQ(reg->regWrWithRdBack(0x4321, 0x1000, true), FAILURE); });
-  EXPECT_TRUE(contains(out, "buf[0]= 0x4321, buf[1]= 0x0000, buf[2]= 0x0000, buf[3]= 0x0000\n"));
+  expectPrints([&] { EXPECT_EQ(reg->regWrWithRdBack(0x4321, 0x1000, true), FAILURE); },
+               {"buf[0]= 0x4321, buf[1]= 0x0000, buf[2]= 0x0000, buf[3]= 0x0000\n"});
   // A count beyond the buffer writes the buffer and no more.
   trace.mark();
   EXPECT_EQ(reg->write(two, 0x20, 5, &n), SUCCESS);
   EXPECT_EQ(n, 2u);
   EXPECT_EQ(trace.grep("fpga wr reg").size(), 2u);
   unsigned short seven[1] = {7};
-  out = captured([&] { EXPECT_EQ(dev("obuf")->write(seven, 0x4000, 1, &n), FAILURE); });
-  EXPECT_TRUE(contains(out, "function wrOBufLoc - failed to write device 2(0x4000), datum= 0x0007\n"));
+  expectPrints([&] { EXPECT_EQ(dev("obuf")->write(seven, 0x4000, 1, &n), FAILURE); },
+               {"function wrOBufLoc - failed to write device 2(0x4000), datum= 0x0007\n"});
   EXPECT_EQ(trace.grep("fpga wr obuf 0x4000").size(), 1u);  // no second request after a failed first
 }
 
@@ -79,13 +79,12 @@ TEST_F(GpmcTest, RegisterWritesWithReadBackAndBitChanges) {
   EXPECT_EQ(reg->setField(0x04, 0x0f, 0x05), SUCCESS);
   EXPECT_EQ(peek("reg", "0x04"), 0x1235);
   simctl({"fpga", "fault", "stuck", "0x14", "1", "0"});
-  std::string out = captured([&] { EXPECT_EQ(ctl.GPMCEnPrimarySrc(), FAILURE); });
-  EXPECT_TRUE(contains(out, "function setResetBits - bits read back not as expected, bits= 0x0002 act= 0x0000\n"));
-  EXPECT_TRUE(contains(out, "function GPMCEnPrimarySrc - failed to enable primary source\n"));
+  expectPrints([&] { EXPECT_EQ(ctl.GPMCEnPrimarySrc(), FAILURE); },
+               {"function setResetBits - bits read back not as expected, bits= 0x0002 act= 0x0000\n",
+                "function GPMCEnPrimarySrc - failed to enable primary source\n"});
   simctl({"fpga", "fault", "stuck", "0x0e", "0", "1"});
-  out = captured([&] { EXPECT_EQ(ctl.GPMCInvertWFData(0, false), FAILURE); });
-  EXPECT_TRUE(contains(out, "bits= 0x0001 act= 0x0001\n"));
-  EXPECT_TRUE(contains(out, "failed to non-invert chan 0 data\n"));
+  expectPrints([&] { EXPECT_EQ(ctl.GPMCInvertWFData(0, false), FAILURE); },
+               {"bits= 0x0001 act= 0x0001\n", "failed to non-invert chan 0 data\n"});
 }
 
 TEST_F(GpmcTest, WaveformActionsSetTheirBitsInOrder) {
@@ -95,14 +94,14 @@ TEST_F(GpmcTest, WaveformActionsSetTheirBitsInOrder) {
   EXPECT_TRUE(enabled && running);
   ASSERT_EQ(ctl.GPMCStopWaveForm(), SUCCESS);
   EXPECT_EQ(wrote("0x0014"), "0x1000 0x1010 0x1000 0x0000");
-  std::string out = captured([&] { EXPECT_EQ(ctl.startStopWaveForm(static_cast<E_GPMC_WV_ACTION>(9)), FAILURE); });
-  EXPECT_TRUE(contains(out, "unrecognized action"));
+  expectPrints([&] { EXPECT_EQ(ctl.startStopWaveForm(static_cast<E_GPMC_WV_ACTION>(9)), FAILURE); },
+               {"unrecognized action"});
   // Only the last step of a pair counts; a failed stop pair skips the start pair.
   simctl({"fpga", "fault", "stuck", "0x14", "4", "1"});
   EXPECT_EQ(ctl.GPMCStopWaveForm(), SUCCESS);
   simctl({"fpga", "fault", "stuck", "0x14", "12", "1"});
   trace.mark();
-  out = captured([&] { EXPECT_EQ(ctl.GPMCStopStartWaveForm(), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(ctl.GPMCStopStartWaveForm(), FAILURE); });
   EXPECT_EQ(trace.grep("fpga wr reg 0x0014").size(), 2u);  // the stop pair only
   EXPECT_TRUE(contains(out, "failed to start-stop data stream and wave run\n"));
 }

@@ -1,7 +1,6 @@
 // The FPGA sequences when the driver refuses a call part-way: each reports the
 // step that failed, stops there, and leaves the registers as that step left them.
 #include <cstdio>
-#include <functional>
 
 #include "gpmcDevBuf.h"
 #include "gpmcRegs.h"
@@ -22,11 +21,6 @@ void failIoctl(const char* request, int after = 0, int times = 1) {
 class GpmcFaultTest : public GpmcTest {
 protected:
   void TearDown() override { simctl({"kernel", "clear"}); }
-  // Runs f, which checks its own status, and expects each of texts in what it printed.
-  static void expectPrints(const std::function<void()>& f, std::initializer_list<const char*> texts) {
-    std::string out = captured(f);
-    for (const char* text : texts) EXPECT_TRUE(contains(out, text)) << text << "\n" << out;
-  }
 };
 
 class GpmcMainFaultTest : public GpmcFaultTest {

@@ -62,16 +62,16 @@ TEST_F(GpmcTest, CycleRampFollowsTheRunningWaveformInItsRegisterOrder) {
 
 TEST_F(GpmcTest, RampSequenceStopsAtTheFirstFailingStep) {
   simctl({"fpga", "fault", "stuck", "0x30", "2", "0"});
-  std::string out = captured([&] { EXPECT_EQ(ramp.GPMCRampUpCyc(0x200, 0x100, 1), FAILURE); });
-  EXPECT_TRUE(contains(out, "function GPMCRampUpCyc - failed to set ramp direction to up\n"));
+  expectPrints([&] { EXPECT_EQ(ramp.GPMCRampUpCyc(0x200, 0x100, 1), FAILURE); },
+               {"function GPMCRampUpCyc - failed to set ramp direction to up\n"});
   EXPECT_TRUE(trace.grep("fpga wr reg 0x0020").empty());
 }
 
 TEST_F(GpmcTest, NotOkaySignalHostAbortsAWaitThatQuitsOnIt) {
   simctl({"fpga", "fault", "sh-not-ok"});
   ASSERT_EQ(ramp.GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);
-  std::string out = captured([&] { EXPECT_EQ(ramp.waitForRampEnd(false, true), FAILURE); });
-  EXPECT_TRUE(contains(out, "function waitForRampEnd - quitting with status 2 due to signal host All-okay out not okay\n"));
+  expectPrints([&] { EXPECT_EQ(ramp.waitForRampEnd(false, true), FAILURE); },
+               {"function waitForRampEnd - quitting with status 2 due to signal host All-okay out not okay\n"});
   EXPECT_EQ(trace.grep("fpga rd reg 0x0016").size(), 1u);  // aborted at the first poll
   // Without quitOnNotOK the same wait goes on to the ramp's end.
   EXPECT_EQ(ramp.waitForRampEnd(false, false), SUCCESS);

@@ -1,6 +1,7 @@
 #pragma once
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -32,6 +33,12 @@ protected:
     for (const std::string& l : trace.grep("fpga wr " + space + " " + addr + " "))
       out += (out.empty() ? "" : " ") + l.substr(l.rfind(' ') + 1);
     return out;
+  }
+
+  // Runs f, which checks its own status, and expects each of texts in what it printed.
+  static void expectPrints(const std::function<void()>& f, std::initializer_list<const char*> texts) {
+    std::string out = captured(f);
+    for (const char* text : texts) EXPECT_TRUE(contains(out, text)) << text << "\n" << out;
   }
 
   Trace trace;

@@ -20,9 +20,11 @@ struct MonitorFaultTest : testing::Test {
     I2cDevMap::getI2cDevMap();  // its start-up probe is not part of what the tests look at
   }
   void TearDown() override { simctl({"kernel", "clear"}); }
-  static std::string setOkay(const char* source, bool ok, E_STATUS expected) {
+  // Sets source's okay out to ok, expecting status expected and each of texts printed.
+  static void setOkay(const char* source, bool ok, E_STATUS expected, std::initializer_list<const char*> texts) {
     AllOkayMap m;
-    return captured([&] { EXPECT_EQ(m.find(source)->setOkayOut(ok, false), expected) << source; });
+    std::string out = captured([&] { EXPECT_EQ(m.find(source)->setOkayOut(ok, false), expected) << source; });
+    for (const char* text : texts) EXPECT_TRUE(contains(out, text)) << text << "\n" << out;
   }
 };
 }  // namespace
@@ -46,24 +48,21 @@ TEST_F(MonitorFaultTest, RefusedSpeedReadIsReportedAndTheOtherFansAreRead) {
 TEST_F(MonitorFaultTest, ReadBackMismatchesStopTheSourceAtTheFirstAttempt) {
   simctl({"i2c", "stuck", "fctl", "0xf5", "0", "0"});
   Trace t;
-  std::string out = setOkay("fctl", false, FAILURE);
-  EXPECT_TRUE(contains(out, "FAILURE to read back 0x7fff (0x7ffe) from fault limit register\n")) << out;
-  EXPECT_TRUE(contains(out, "bad status 2, while reading STATUS_FANS_1_2\n")) << out;
+  setOkay("fctl", false, FAILURE, {"FAILURE to read back 0x7fff (0x7ffe) from fault limit register\n",
+                                   "bad status 2, while reading STATUS_FANS_1_2\n"});
   EXPECT_EQ(t.grep("smbus write word_data cmd 0xf5").size(), 1u);
 
   simctl({"i2c", "unstuck", "fctl"});
   simctl({"i2c", "stuck", "mrtmp1", "0x03", "6", "1"});
   t.mark();
-  out = setOkay("mref", false, FAILURE);
-  EXPECT_TRUE(contains(out, "FAILURE to read back 0x00 (0x40) from configuration register\n")) << out;
-  EXPECT_TRUE(contains(out, "FAILURE while trying to set All-okay out to not okay\n")) << out;
+  setOkay("mref", false, FAILURE, {"FAILURE to read back 0x00 (0x40) from configuration register\n",
+                                   "FAILURE while trying to set All-okay out to not okay\n"});
   EXPECT_FALSE(t.grep("0x48 smbus write byte_data cmd 0x09").empty());
   EXPECT_TRUE(t.grep("cmd 0x0b").empty()) << "no set-point written after the failed check";
 
   simctl({"i2c", "unstuck", "mrtmp1"});
   simctl({"i2c", "stuck", "mrtmp1", "0x05", "7", "1"});
-  out = setOkay("mref", true, FAILURE);
-  EXPECT_TRUE(contains(out, "from local high setpoint register\n")) << out;
+  setOkay("mref", true, FAILURE, {"from local high setpoint register\n"});
   EXPECT_TRUE(contains(runCmd(allok, "allok -scn M").out, "mref       true")) << "the line stays okay";
 }
 

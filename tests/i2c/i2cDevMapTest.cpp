@@ -48,9 +48,7 @@ TEST_F(I2cRegistry, PathsSelectThroughTheirBoardsOwnMultiplexers) {
     I2cDevMap m;
     Trace t;
     EXPECT_EQ(m.map.at(c.device)->pTstAxs->getPath().setMuxes(1), SUCCESS);
-    std::string writes;
-    for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
-    EXPECT_EQ(writes, c.writes);
+    EXPECT_EQ(busWrites(t), c.writes);
   }
 }
 

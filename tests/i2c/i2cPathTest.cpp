@@ -40,12 +40,8 @@ TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
     kernel().resetCounts();
     I2CPath p(c.name, c.host, c.hostMux, c.localMux, 0, I2cDevMap::getI2cDevMap()->muxesFor(c.host));
     EXPECT_EQ(c.host == SIGNAL ? p.setSigLclMux(1) : p.setMuxes(1), SUCCESS);
-    std::string writes;
-    for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
-    EXPECT_EQ(writes, c.writes) << c.name << " rev " << c.rev;
-    if (!*c.writes) {
-      EXPECT_EQ(kernel().counts().total(), 0u);
-    }
+    EXPECT_EQ(busWrites(t), c.writes) << c.name << " rev " << c.rev;
+    if (!*c.writes) EXPECT_EQ(kernel().counts().total(), 0u);
   }
 }
 
@@ -82,8 +78,6 @@ TEST_F(I2cPathSelect, AChipThePathWasNotHandedIsNotFound) {
     std::string out = captured([&] { EXPECT_EQ(p.setMuxes(1), ENTRY_NOT_FOUND); });
     EXPECT_TRUE(contains(out, std::string("function selectLevel - I2C device ") + c.missing + " not found\n"))
         << c.missing << ": " << out;
-    std::string writes;
-    for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
-    EXPECT_EQ(writes, c.writes) << c.missing;
+    EXPECT_EQ(busWrites(t), c.writes) << c.missing;
   }
 }

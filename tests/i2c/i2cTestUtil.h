@@ -40,6 +40,13 @@ inline bool sourcesOkay() {
   return sim::i2cSourcesOkay(lk.state());
 }
 
+// The writes on adapter 2 that t has seen, each as "0xNN write XX ".
+inline std::string busWrites(const Trace& t) {
+  std::string writes;
+  for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
+  return writes;
+}
+
 // A fresh power-on instrument with the default configuration.
 inline void resetSim() { simctl({"reset"}); }
 

@@ -19,13 +19,7 @@ protected:
 }  // namespace
 
 TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
-  const struct {
-    int rev;
-    const char* name;
-    E_HOST host;
-    unsigned hostMux, localMux;
-    const char* writes;
-  } cases[] = {
+  const struct { int rev; const char* name; E_HOST host; unsigned hostMux, localMux; const char* writes; } cases[] = {
       {2, "bpEeprom", MAIN, 3, NO_MUX, "0x74 write 07 "},
       {3, "bpEeprom", MAIN, 3, NO_MUX, "0x71 write 08 "},
       {4, "fpfpga", MAIN, 3, 1, "0x71 write 08 0x72 write 02 "},
@@ -57,13 +51,7 @@ TEST_F(I2cPathSelect, FailedControlByteShowsOnlyInItsMessage) {
 // which of a level's two chips it needs follows the revision of the moment.
 TEST_F(I2cPathSelect, AChipThePathWasNotHandedIsNotFound) {
   const I2cPathMuxes board = I2cDevMap::getI2cDevMap()->muxesFor(MAIN);
-  const struct {
-    int rev;
-    E_HOST host;
-    I2cPathMuxes muxes;
-    const char* missing;
-    const char* writes;
-  } cases[] = {
+  const struct { int rev; E_HOST host; I2cPathMuxes muxes; const char* missing; const char* writes; } cases[] = {
       {3, MAIN, {}, "hostsw", ""},
       {2, MAIN, {}, "hostmux", ""},
       {3, SIGNAL, {}, "shostsw", ""},

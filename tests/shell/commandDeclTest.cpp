@@ -91,11 +91,7 @@ TEST_F(CommandDecl, EachCommandKeepsItsOwnScanningRules) {
 }
 
 TEST_F(CommandDecl, NumbersThatAreNotNumbersAreRefusedBeforeAnythingIsDone) {
-  const struct {
-    CmdHandler handler;
-    const char* line;
-    const char* says;
-  } refused[] = {
+  const struct { CmdHandler handler; const char* line; const char* says; } refused[] = {
       {fan, "fan -ss abc", "fan -ss: abc is not a number (decimal, 0x hexadecimal or leading-zero octal)\n"},
       {fan, "fan -ss 150", "fan -ss: 150 is out of range, 0 to 100\n"},
       {fan, "fan -rr -p 200", "fan -p: 200 is out of range, 0 to 22\n"},

@@ -40,12 +40,7 @@ std::string fifo(const std::string& name) {
 TEST(SimTrace, UnusableTraceIsReportedOnceAndTheProgramGoesOn) {
   const std::string stalled = fifo("stalled.fifo");
   int reader = open(stalled.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  struct Case {
-    std::string path;
-    std::string why;
-    std::vector<std::string> args;
-    std::string printed;
-  } cases[] = {
+  struct Case { std::string path; std::string why; std::vector<std::string> args; std::string printed; } cases[] = {
       {testDir(), "Is a directory", {"gpmc", "-m", "reg", "-r", "1"}, "\n0000: "},
       {fifo("unread.fifo"), "a FIFO that nothing reads", {"gpmc", "-m", "reg", "-r", "1"}, "\n0000: "},
       {stalled, "its reader has read nothing for a second", {"gpmc", "-m", "obuf", "-r", "8192", "-s"},

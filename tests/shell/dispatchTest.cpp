@@ -6,6 +6,7 @@
 #include "commands.h"
 #include "errCode.h"
 #include "testEnv.h"
+#include "textUtil.h"
 #include "version.h"
 
 using testing::internal::CaptureStdout;
@@ -25,9 +26,7 @@ TEST(Dispatch, UnknownAndUnconnectedCommandsAreReportedNotFailed) {
   EXPECT_EQ(run("file x"), "file - command not connected to a function\n");
   EXPECT_EQ(run("ping host"), "ping - command not connected to a function\n");
   char argv[MAX_ARGS][ARG_LEN] = {"nosuch"};
-  CaptureStdout();
-  EXPECT_EQ(cmdExec(1, argv), SUCCESS);
-  GetCapturedStdout();
+  captured([&] { EXPECT_EQ(cmdExec(1, argv), SUCCESS); });
   EXPECT_EQ(cmdExec(0, argv), BAD_PARAMETER);
   EXPECT_EQ(cmdExec(1, nullptr), NULL_POINTER);
 }

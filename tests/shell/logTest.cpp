@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "log.h"
+#include "textUtil.h"
 
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
@@ -31,9 +32,7 @@ TEST(LogOutput, PrintsOnceFormattedTextAndUserTextExactly) {
 
 TEST(LogOutput, LongMessagesArePrintedWhole) {
   std::string msg(199, 'm');
-  CaptureStdout();
-  log(LOG_TERM, "%s", msg.c_str());
-  EXPECT_EQ(GetCapturedStdout(), msg);
+  EXPECT_EQ(captured([&] { log(LOG_TERM, "%s", msg.c_str()); }), msg);
 }
 
 TEST(LogOutput, ErrorPrefixNamesFileLineAndFunction) {

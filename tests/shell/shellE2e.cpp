@@ -126,16 +126,13 @@ TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
 
 TEST(Interactive, EndOfInputEndsTheShell) {
   RunResult r = runSim({}, "ec -cd Scan\n");
-  EXPECT_EQ(r.exitCode, 0);
-  EXPECT_FALSE(r.timedOut);
-  EXPECT_NE(r.out.find("!1729"), std::string::npos);
+  EXPECT_TRUE(r.exitCode == 0 && !r.timedOut && contains(r.out, "!1729")) << r.out;
   r = runSim({}, "");
   EXPECT_TRUE(r.exitCode == 0 && r.out == "diag> \n") << r.out;
 }
 
 TEST(UtilityCommands, DelaySystemBackgroundAndPause) {
-  RunResult r = runSim({"system", "echo", "hi%s", ">", testPath("sys.out")});
-  EXPECT_EQ(r.exitCode, 0);
+  EXPECT_EQ(runSim({"system", "echo", "hi%s", ">", testPath("sys.out")}).exitCode, 0);
   EXPECT_EQ(readFile(testPath("sys.out")), "hi%s\n");
   // Twenty words (the command word included) are refused; from the program's own
   // arguments at most nineteen reach a command, so this needs a script.
@@ -146,14 +143,13 @@ TEST(UtilityCommands, DelaySystemBackgroundAndPause) {
   EXPECT_FALSE(std::ifstream(testPath("never")).good());
 
   // bg returns at once and the job finishes on its own; "%%" in an argument gives "%".
-  r = runSim({"bg", "sh", "-c", "\"sleep 0.2; echo 50%% > " + testPath("bg.out") + "\""});
-  EXPECT_EQ(r.exitCode, 0);
+  EXPECT_EQ(runSim({"bg", "sh", "-c", "\"sleep 0.2; echo 50%% > " + testPath("bg.out") + "\""}).exitCode, 0);
   for (int i = 0; i < 100 && readFile(testPath("bg.out")).empty(); ++i) usleep(50000);
   EXPECT_EQ(readFile(testPath("bg.out")), "50%\n");
 
   EXPECT_EQ(runSim({"delay", "-m", "0x10", "-s"}).out, "");
 
-  r = runSim({"utp", "-m", "Press", "Enter", "-f", testPath("utp.out")}, "done 100%% %d\n");
+  RunResult r = runSim({"utp", "-m", "Press", "Enter", "-f", testPath("utp.out")}, "done 100%% %d\n");
   EXPECT_EQ(r.out, "Press Enter ");
   EXPECT_EQ(readFile(testPath("utp.out")), "done 100% %d\n");
   EXPECT_EQ(runSim({"utp"}, "ok%%\n").out, "...ok%\n");

@@ -10,10 +10,8 @@
 namespace {
 class I2cPathSelect : public I2cTest {
 protected:
-  void SetUp() override {
-    I2cTest::SetUp();
-    I2cDevMap::getI2cDevMap();  // built before the counts and traces the tests look at
-  }
+  // The registry is built before the counts and traces the tests look at.
+  void SetUp() override { I2cTest::SetUp(); I2cDevMap::getI2cDevMap(); }
   void rev(int r) { simctl({"set", "rev", std::to_string(r)}); }
 };
 }  // namespace

@@ -39,9 +39,7 @@ std::string helpListing() {
   return testing::internal::GetCapturedStdout();
 }
 
-struct CommandDecl : testing::Test {
-  void SetUp() override { simctl({"reset"}); }
-};
+struct CommandDecl : testing::Test { void SetUp() override { simctl({"reset"}); } };
 }  // namespace
 
 TEST_F(CommandDecl, EveryDeclarationIsListedAndAnswersHelpAtOnceWithoutTouchingADevice) {

@@ -10,10 +10,7 @@
 
 namespace {
 struct KernelFaultE2e : testing::Test {
-  void SetUp() override {
-    simctl({"reset"});
-    simctl({"set", "board", "signal"});
-  }
+  void SetUp() override { simctl({"reset"}); simctl({"set", "board", "signal"}); }
   static std::string sim(const std::vector<std::string>& args) {
     RunResult r = runSim(args);
     EXPECT_EQ(r.exitCode, 0) << r.out;  // a failing command does not end the shell with an error

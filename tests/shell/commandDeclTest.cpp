@@ -33,11 +33,7 @@ std::string usageText(const CmdDecl& d) {
   return out;
 }
 
-std::string helpListing() {
-  testing::internal::CaptureStdout();
-  execCmd("help");
-  return testing::internal::GetCapturedStdout();
-}
+std::string helpListing() { return captured([] { execCmd("help"); }); }
 
 struct CommandDecl : testing::Test { void SetUp() override { simctl({"reset"}); } };
 }  // namespace

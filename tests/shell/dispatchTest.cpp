@@ -9,15 +9,8 @@
 #include "textUtil.h"
 #include "version.h"
 
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStdout;
-
 namespace {
-std::string run(const std::string& line) {
-  CaptureStdout();
-  execCmd(line);
-  return GetCapturedStdout();
-}
+std::string run(const std::string& line) { return captured([&] { execCmd(line); }); }
 }  // namespace
 
 TEST(Dispatch, UnknownAndUnconnectedCommandsAreReportedNotFailed) {

@@ -17,9 +17,7 @@
 struct Bus {
   int fd;
   explicit Bus(int adapter = 2) : fd(kernel().open(("/dev/i2c-" + std::to_string(adapter)).c_str(), O_RDWR)) {}
-  ~Bus() {
-    if (fd >= 0) kernel().close(fd);
-  }
+  ~Bus() { if (fd >= 0) kernel().close(fd); }
   bool to(int addr) { return kernel().ioctlVal(fd, I2C_SLAVE_FORCE, static_cast<unsigned long>(addr)) == 0; }
   bool put(const std::vector<unsigned char>& bytes) {
     return kernel().write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());

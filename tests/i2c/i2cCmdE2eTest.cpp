@@ -68,7 +68,6 @@ TEST_F(I2cCommand, RefusesBadInputBeforeTouchingTheBus) {
   // Building the registry probes for the main-reference sensor; no device is reached.
   EXPECT_TRUE(t.grep("smbus").empty());
   EXPECT_TRUE(t.grep("0x56").empty());
-  std::string usage = run({"-h", "-d", "fctl"});
-  EXPECT_TRUE(contains(usage, " -l - list the devices with their descriptions\n"));
+  EXPECT_TRUE(contains(run({"-h", "-d", "fctl"}), " -l - list the devices with their descriptions\n"));
   EXPECT_TRUE(t.grep("smbus").empty());
 }

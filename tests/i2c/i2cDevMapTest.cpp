@@ -29,12 +29,7 @@ TEST_F(I2cRegistry, EachBoardIsDetectedFromSysfsAndGetsItsOwnTable) {
 // Each path is handed the multiplexers of its own host on the board the
 // registry was built for; the revision picks the mux or the switch.
 TEST_F(I2cRegistry, PathsSelectThroughTheirBoardsOwnMultiplexers) {
-  const struct {
-    const char* board;
-    int rev;
-    const char* device;
-    const char* writes;
-  } cases[] = {
+  const struct { const char* board; int rev; const char* device; const char* writes; } cases[] = {
       {"signal", 3, "mc2Eeprom", "0x70 write 08 "},
       {"signal", 2, "mc2Eeprom", "0x76 write 07 "},
       {"main", 3, "fpioEeprom", "0x71 write 08 0x72 write 02 "},
@@ -48,9 +43,7 @@ TEST_F(I2cRegistry, PathsSelectThroughTheirBoardsOwnMultiplexers) {
     I2cDevMap m;
     Trace t;
     EXPECT_EQ(m.map.at(c.device)->pTstAxs->getPath().setMuxes(1), SUCCESS);
-    std::string writes;
-    for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
-    EXPECT_EQ(writes, c.writes);
+    EXPECT_EQ(busWrites(t), c.writes);
   }
 }
 

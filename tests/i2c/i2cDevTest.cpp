@@ -8,6 +8,12 @@
 #include "i2cTestUtil.h"
 #include "textUtil.h"
 
+// Opens the device through the accessor as d, or ends the test.
+#define OPEN_DEV(name)              \
+  I2cDevUtil u(name, false, false); \
+  ASSERT_EQ(u.stat(), SUCCESS);     \
+  I2cDev& d = *u.getItr()->second
+
 namespace {
 using I2cDevOps = I2cTest;
 
@@ -26,20 +32,14 @@ std::string plainRead(const char* name, unsigned long n, bool noASCII = false, b
 }  // namespace
 
 TEST_F(I2cDevOps, SmbusWritesGoOutByDataCount) {
-  I2cDevUtil u("fpfpga", false, false);
-  ASSERT_EQ(u.stat(), SUCCESS);
-  I2cDev& d = *u.getItr()->second;
+  OPEN_DEV("fpfpga");
   Trace t;
   int n = -1;
-  char send[1] = {0x30};
-  EXPECT_EQ(d.wrBytes(send, 0, &n, 0), SUCCESS);
-  EXPECT_EQ(n, 0);
-  char byte[2] = {0x10, 0x11};
-  EXPECT_EQ(d.wrBytes(byte, 1, &n, 0), SUCCESS);
-  EXPECT_EQ(n, 1);
-  char word[3] = {0x05, 0x34, 0x12};  // 0x1234 to register 5, low byte first
-  EXPECT_EQ(d.wrBytes(word, 2, &n, 0), SUCCESS);
-  EXPECT_EQ(n, 2);
+  const char send[1] = {0x30}, byte[2] = {0x10, 0x11}, word[3] = {0x05, 0x34, 0x12};  // word: 0x1234 to register 5
+  for (auto [buf, len] : {std::pair<std::span<const char>, int>{send, 0}, {byte, 1}, {word, 2}}) {
+    EXPECT_EQ(d.wrBytes(buf, len, &n, 0), SUCCESS);
+    EXPECT_EQ(n, len);
+  }
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus write byte cmd 0x30").size(), 1u);
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus write byte_data cmd 0x10 data 11").size(), 1u);
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus write word_data cmd 0x05 data 1234").size(), 1u);
@@ -57,21 +57,18 @@ TEST_F(I2cDevOps, SmbusWritesGoOutByDataCount) {
 }
 
 TEST_F(I2cDevOps, SmbusReadsByByteCount) {
-  I2cDevUtil u("fpfpga", false, false);
-  ASSERT_EQ(u.stat(), SUCCESS);
-  I2cDev& d = *u.getItr()->second;
+  OPEN_DEV("fpfpga");
   for (auto [reg, v] : {std::pair{"0x20", "3"}, {"0x21", "0x61"}, {"0x22", "0x62"}, {"0x23", "0x63"}})
     simctl({"i2c", "poke", "fpfpga", reg, v});
   int n = 0;
   char buf[32] = {0x10};
   EXPECT_EQ(d.rdBytes(buf, 1, &n, 1, false, false), SUCCESS);
-  EXPECT_EQ(n, 1);
-  EXPECT_EQ(buf[0], 0x11);
+  EXPECT_TRUE(n == 1 && buf[0] == 0x11) << n;
   buf[0] = 0x22;
   EXPECT_EQ(d.rdBytes(buf, 2, &n, 1, false, false), SUCCESS);
   EXPECT_EQ(std::string(buf, 2), "bc");
   buf[0] = 0x20;
-  EXPECT_EQ(captured([&] { EXPECT_EQ(d.rdBytes(buf, 3, &n, 0, false, false), SUCCESS); }),  // the device sends its count
+  EXPECT_EQ(captured([&] { EXPECT_EQ(d.rdBytes(buf, 3, &n, 0, false, false), SUCCESS); }),  // it sends its count
             "616263" + std::string(26, ' ') + " abc\n");
   EXPECT_EQ(n, 3);
   buf[0] = 0x00;  // register 0 holds a count of 0
@@ -81,11 +78,10 @@ TEST_F(I2cDevOps, SmbusReadsByByteCount) {
   simctl({"i2c", "nack", "fpfpga", "on"});
   buf[0] = 0x10;
   EXPECT_EQ(d.rdBytes(buf, 1, &n, 1, false, false), SUCCESS);  // a failed byte read is not detected
-  EXPECT_EQ(static_cast<unsigned char>(buf[0]), 0xFF);
-  EXPECT_EQ(n, 1);
-  std::string out = captured([&] { EXPECT_EQ(d.rdBytes(buf, 2, &n, 1, false, false), FAILURE); });  // reported even when silent
+  EXPECT_TRUE(n == 1 && buf[0] == '\xff') << n;
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.rdBytes(buf, 2, &n, 1, false, false), FAILURE); }),  // even silent
+                       "failed to read device fpfpga(0x40), byteCnt= 0\nRemote I/O error (121)\n"));
   EXPECT_EQ(n, 0);
-  EXPECT_TRUE(contains(out, "failed to read device fpfpga(0x40), byteCnt= 0\nRemote I/O error (121)\n"));
 }
 
 TEST_F(I2cDevOps, PlainReadsDumpSixteenBytesALineWithATextColumn) {
@@ -112,9 +108,7 @@ TEST_F(I2cDevOps, WriteFailureShowsTheFirstFourBufferBytes) {
   simctl({"i2c", "nack", "mh-eeprom", "on"});
   simctl({"i2c", "nack", "fpfpga", "on"});
   {
-    I2cDevUtil u("mhEeprom", false, false);
-    ASSERT_EQ(u.stat(), SUCCESS);
-    I2cDev& d = *u.getItr()->second;
+    OPEN_DEV("mhEeprom");
     const char offset[2] = {0x00, 0x10}, page[6] = {0x00, 0x10, 0x41, 0x42, 0x43, 0x44};
     EXPECT_TRUE(contains(writeFailure(d, offset, 2),
                          "failed to write device mhEeprom(0x56) bytesWritten= -1, numBytesToWrite= 2 buf[0]= 0x00, "
@@ -123,9 +117,7 @@ TEST_F(I2cDevOps, WriteFailureShowsTheFirstFourBufferBytes) {
     int n = 0;
     EXPECT_EQ(captured([&] { EXPECT_EQ(d.wrBytes(offset, 2, &n, 1), FAILURE); }), "");
   }
-  I2cDevUtil u("fpfpga", false, false);
-  ASSERT_EQ(u.stat(), SUCCESS);
-  I2cDev& d = *u.getItr()->second;
+  OPEN_DEV("fpfpga");
   const char datum[4] = {0x19, 0x34, 0x12, 0x00}, byte[2] = {0x30, 0x31};
   EXPECT_TRUE(contains(writeFailure(d, datum, 1),
                        "failed to write device fpfpga(0x40) bytesWritten= 0, numBytesToWrite= 1 buf[0]= 0x19, "
@@ -135,9 +127,7 @@ TEST_F(I2cDevOps, WriteFailureShowsTheFirstFourBufferBytes) {
 
 // A transfer longer than the buffer it is to come from is refused before the bus.
 TEST_F(I2cDevOps, WriteThatDoesNotFitItsBufferIsRefused) {
-  I2cDevUtil u("fpfpga", false, false);
-  ASSERT_EQ(u.stat(), SUCCESS);
-  I2cDev& d = *u.getItr()->second;
+  OPEN_DEV("fpfpga");
   Trace t;
   int n = -1;
   const char two[2] = {0x05, 0x34};
@@ -155,24 +145,21 @@ TEST_F(I2cDevOps, WriteThatDoesNotFitItsBufferIsRefused) {
 TEST_F(I2cDevOps, MissingAdapterFailsToOpenAndTearDownStillClosesAndCounts) {
   I2cDev d({.name = "ghost", .adapter = 7, .address = 0x50});
   Trace t;
-  std::string out = captured([&] { EXPECT_EQ(d.setUp(), FAILURE); });
-  EXPECT_TRUE(contains(out, "function openAdapter - failed to open I2C adapter /dev/i2c-7 openCount= 0, closeCount= 0\n"
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.setUp(), FAILURE); }),
+                       "function openAdapter - failed to open I2C adapter /dev/i2c-7 openCount= 0, closeCount= 0\n"
                        "No such file or directory (2)\n"));
-  ASSERT_TRUE(d.adapterFD);
-  EXPECT_LT(*d.adapterFD, 0);
+  EXPECT_LT(d.adapterFD.value_or(0), 0);
   EXPECT_EQ(d.tearDown(), SUCCESS);
-  EXPECT_EQ(d.closeCount, 1);
-  EXPECT_FALSE(d.adapterFD);
+  EXPECT_TRUE(d.closeCount == 1 && !d.adapterFD);
   EXPECT_EQ(t.grep("close fd -1 -> EBADF").size(), 1u);
-  EXPECT_EQ(d.tearDown(), SUCCESS);  // closed now: nothing more to close
-  EXPECT_EQ(d.closeCount, 1);
+  EXPECT_TRUE(d.tearDown() == SUCCESS && d.closeCount == 1);  // closed now: nothing more to close
 }
 
 TEST_F(I2cDevOps, RefusedAddressClosesTheAdapterAndTearDownClosesAgain) {
   I2cDev d({.name = "wide", .adapter = 2, .address = 0x80, .smbus = true});
-  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.setUp(), FAILURE); }), "failed to set device wide address 0x80\nInvalid argument (22)\n"));
-  EXPECT_EQ(d.openCount, 1);
-  EXPECT_EQ(d.closeCount, 1);
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.setUp(), FAILURE); }),
+                       "failed to set device wide address 0x80\nInvalid argument (22)\n"));
+  EXPECT_TRUE(d.openCount == 1 && d.closeCount == 1);
   EXPECT_TRUE(d.adapterFD);  // the closed descriptor stays stored
   d.tearDown();
   EXPECT_EQ(d.closeCount, 2);
@@ -185,14 +172,11 @@ TEST_F(I2cDevOps, DescriptorZeroIsAnOpenAdapter) {
   I2cDev d({.name = "zero", .adapter = 2, .address = 0x40, .smbus = true});
   d.adapterFD = 0;  // as the open handed it out
   Trace t;
-  EXPECT_EQ(d.tearDown(), SUCCESS);
-  EXPECT_EQ(d.closeCount, 1);
+  EXPECT_TRUE(d.tearDown() == SUCCESS && d.closeCount == 1 && !d.adapterFD);
   EXPECT_EQ(t.grep("close fd 0 ").size(), 1u);
-  EXPECT_FALSE(d.adapterFD);
   const char byte[2] = {0x10, 0x11};
   int n = 0;
-  std::string out = captured([&] { EXPECT_EQ(d.wrBytes(byte, 1, &n, 0), FAILURE); });
-  EXPECT_TRUE(contains(out, "failed to write device zero(0x40), byteCnt= 0\nBad file descriptor (9)\n")) << out;
-  EXPECT_EQ(d.tearDown(), SUCCESS);
-  EXPECT_EQ(d.closeCount, 1);
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.wrBytes(byte, 1, &n, 0), FAILURE); }),
+                       "failed to write device zero(0x40), byteCnt= 0\nBad file descriptor (9)\n"));
+  EXPECT_TRUE(d.tearDown() == SUCCESS && d.closeCount == 1);
 }

@@ -4,6 +4,8 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <tuple>
+
 #include "diagMutex.h"
 #include "i2cDevUtil.h"
 #include "i2cTestUtil.h"
@@ -23,16 +25,11 @@ TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
     ASSERT_EQ(u.stat(), SUCCESS);
     EXPECT_TRUE(semHeldHere(sem));
     dev = u.getItr()->second;
-    ASSERT_TRUE(dev->adapterFD);
-    EXPECT_GE(*dev->adapterFD, 0);
+    ASSERT_GE(dev->adapterFD.value_or(-1), 0);
     // Per level: the revision file (open, read, close) and the control byte (open, address, write, close);
     // then the device's open and address.
     Kernel::Counts c = kernel().counts();
-    EXPECT_EQ(c.open, 5u);
-    EXPECT_EQ(c.read, 2u);
-    EXPECT_EQ(c.write, 2u);
-    EXPECT_EQ(c.ioctl, 3u);
-    EXPECT_EQ(c.close, 4u);
+    EXPECT_EQ(std::tuple(c.open, c.read, c.write, c.ioctl, c.close), std::tuple(5u, 2u, 2u, 3u, 4u));
   }
   EXPECT_FALSE(semHeldHere(sem));
   EXPECT_FALSE(dev->adapterFD);
@@ -119,8 +116,7 @@ TEST(I2cAccessorLockScenario, DISABLED_Run) {
   close(toHolder[0]);
   close(ready[1]);
   char c = 0;
-  ASSERT_EQ(read(ready[0], &c, 1), 1);
-  ASSERT_EQ(c, 'y');
+  ASSERT_TRUE(read(ready[0], &c, 1) == 1 && c == 'y');
   expectOtherWaitsFor([] {
     close(toHolder[1]);
     waitChild(holder, 10000);

@@ -10,22 +10,14 @@
 namespace {
 class I2cPathSelect : public I2cTest {
 protected:
-  void SetUp() override {
-    I2cTest::SetUp();
-    I2cDevMap::getI2cDevMap();  // built before the counts and traces the tests look at
-  }
+  // The registry is built before the counts and traces the tests look at.
+  void SetUp() override { I2cTest::SetUp(); I2cDevMap::getI2cDevMap(); }
   void rev(int r) { simctl({"set", "rev", std::to_string(r)}); }
 };
 }  // namespace
 
 TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
-  const struct {
-    int rev;
-    const char* name;
-    E_HOST host;
-    unsigned hostMux, localMux;
-    const char* writes;
-  } cases[] = {
+  const struct { int rev; const char* name; E_HOST host; unsigned hostMux, localMux; const char* writes; } cases[] = {
       {2, "bpEeprom", MAIN, 3, NO_MUX, "0x74 write 07 "},
       {3, "bpEeprom", MAIN, 3, NO_MUX, "0x71 write 08 "},
       {4, "fpfpga", MAIN, 3, 1, "0x71 write 08 0x72 write 02 "},
@@ -40,12 +32,8 @@ TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
     kernel().resetCounts();
     I2CPath p(c.name, c.host, c.hostMux, c.localMux, 0, I2cDevMap::getI2cDevMap()->muxesFor(c.host));
     EXPECT_EQ(c.host == SIGNAL ? p.setSigLclMux(1) : p.setMuxes(1), SUCCESS);
-    std::string writes;
-    for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
-    EXPECT_EQ(writes, c.writes) << c.name << " rev " << c.rev;
-    if (!*c.writes) {
-      EXPECT_EQ(kernel().counts().total(), 0u);
-    }
+    EXPECT_EQ(busWrites(t), c.writes) << c.name << " rev " << c.rev;
+    if (!*c.writes) EXPECT_EQ(kernel().counts().total(), 0u);
   }
 }
 
@@ -61,13 +49,7 @@ TEST_F(I2cPathSelect, FailedControlByteShowsOnlyInItsMessage) {
 // which of a level's two chips it needs follows the revision of the moment.
 TEST_F(I2cPathSelect, AChipThePathWasNotHandedIsNotFound) {
   const I2cPathMuxes board = I2cDevMap::getI2cDevMap()->muxesFor(MAIN);
-  const struct {
-    int rev;
-    E_HOST host;
-    I2cPathMuxes muxes;
-    const char* missing;
-    const char* writes;
-  } cases[] = {
+  const struct { int rev; E_HOST host; I2cPathMuxes muxes; const char* missing; const char* writes; } cases[] = {
       {3, MAIN, {}, "hostsw", ""},
       {2, MAIN, {}, "hostmux", ""},
       {3, SIGNAL, {}, "shostsw", ""},
@@ -82,8 +64,6 @@ TEST_F(I2cPathSelect, AChipThePathWasNotHandedIsNotFound) {
     std::string out = captured([&] { EXPECT_EQ(p.setMuxes(1), ENTRY_NOT_FOUND); });
     EXPECT_TRUE(contains(out, std::string("function selectLevel - I2C device ") + c.missing + " not found\n"))
         << c.missing << ": " << out;
-    std::string writes;
-    for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
-    EXPECT_EQ(writes, c.writes) << c.missing;
+    EXPECT_EQ(busWrites(t), c.writes) << c.missing;
   }
 }

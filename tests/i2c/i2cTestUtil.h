@@ -17,9 +17,7 @@
 struct Bus {
   int fd;
   explicit Bus(int adapter = 2) : fd(kernel().open(("/dev/i2c-" + std::to_string(adapter)).c_str(), O_RDWR)) {}
-  ~Bus() {
-    if (fd >= 0) kernel().close(fd);
-  }
+  ~Bus() { if (fd >= 0) kernel().close(fd); }
   bool to(int addr) { return kernel().ioctlVal(fd, I2C_SLAVE_FORCE, static_cast<unsigned long>(addr)) == 0; }
   bool put(const std::vector<unsigned char>& bytes) {
     return kernel().write(fd, bytes.data(), bytes.size()) == static_cast<ssize_t>(bytes.size());
@@ -38,6 +36,13 @@ struct Bus {
 inline bool sourcesOkay() {
   sim::SimLock lk;
   return sim::i2cSourcesOkay(lk.state());
+}
+
+// The writes on adapter 2 that t has seen, each as "0xNN write XX ".
+inline std::string busWrites(const Trace& t) {
+  std::string writes;
+  for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
+  return writes;
 }
 
 // A fresh power-on instrument with the default configuration.

@@ -25,11 +25,9 @@ TEST_F(SimI2cBus, SwitchRoutesOnlySelectedChannelsAndKeepsTheSelection) {
   ASSERT_TRUE(bus.select(HOSTSW, 0x0A));  // channels 1 and 3 together
   EXPECT_EQ(bus.get(1), std::vector<unsigned char>{0x0A});
   EXPECT_EQ(fanCtlId(), 0x4D);
-  ASSERT_TRUE(bus.select(FPSW, 0x02));  // channel 3 reaches the second-level switch
-  ASSERT_TRUE(bus.to(FPFPGA));
+  ASSERT_TRUE(bus.select(FPSW, 0x02) && bus.to(FPFPGA));  // channel 3 reaches the second-level switch
   EXPECT_EQ(i2c_smbus_read_byte_data(bus.fd, 0x10), 0x11);
-  ASSERT_TRUE(bus.select(HOSTSW, 0x02));  // dropping channel 3 cuts the whole front-panel branch
-  ASSERT_TRUE(bus.to(FPFPGA));
+  ASSERT_TRUE(bus.select(HOSTSW, 0x02) && bus.to(FPFPGA));  // dropping channel 3 cuts the whole front-panel branch
   EXPECT_EQ(i2c_smbus_read_byte_data(bus.fd, 0x10), -1);
 }
 
@@ -53,9 +51,7 @@ TEST_F(SimI2cBus, SwitchThatIgnoresItsControlByteAcknowledgesItAndKeepsItsSelect
 
 TEST_F(SimI2cBus, StuckRegisterBitShowsInReadBackUntilRewritten) {
   simctl({"i2c", "stuck", "fpfpga", "0x10", "4", "0"});
-  ASSERT_TRUE(bus.select(HOSTSW, 0x08));
-  ASSERT_TRUE(bus.select(FPSW, 0x02));
-  ASSERT_TRUE(bus.to(FPFPGA));
+  ASSERT_TRUE(bus.select(HOSTSW, 0x08) && bus.select(FPSW, 0x02) && bus.to(FPFPGA));
   EXPECT_EQ(i2c_smbus_write_byte_data(bus.fd, 0x10, 0x11), 0);
   EXPECT_EQ(i2c_smbus_read_byte_data(bus.fd, 0x10), 0x01);
   simctl({"i2c", "unstuck", "fpfpga"});

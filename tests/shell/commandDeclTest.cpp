@@ -7,6 +7,7 @@
 #include <cstring>
 #include <set>
 #include <string>
+#include <tuple>
 
 #include "argScan.h"
 #include "cmdLine.h"
@@ -32,15 +33,9 @@ std::string usageText(const CmdDecl& d) {
   return out;
 }
 
-std::string helpListing() {
-  testing::internal::CaptureStdout();
-  execCmd("help");
-  return testing::internal::GetCapturedStdout();
-}
+std::string helpListing() { return captured([] { execCmd("help"); }); }
 
-struct CommandDecl : testing::Test {
-  void SetUp() override { simctl({"reset"}); }
-};
+struct CommandDecl : testing::Test { void SetUp() override { simctl({"reset"}); } };
 }  // namespace
 
 TEST_F(CommandDecl, EveryDeclarationIsListedAndAnswersHelpAtOnceWithoutTouchingADevice) {
@@ -77,9 +72,7 @@ TEST_F(CommandDecl, EachCommandKeepsItsOwnScanningRules) {
   EXPECT_EQ(t.grep("cmd 0x3b").size(), 2u);
   // allok: the word after -fno is scanned too, so -l there lists the sources and ends the command.
   CmdResult r = runCmd(allok, "allok -fno -l");
-  EXPECT_EQ(r.status, SUCCESS);
-  EXPECT_TRUE(contains(r.out, "fctl\nfp\nmnhost\n"));
-  EXPECT_FALSE(contains(r.out, "not found"));
+  EXPECT_TRUE(r.status == SUCCESS && contains(r.out, "fctl\nfp\nmnhost\n") && !contains(r.out, "not found")) << r.out;
   // ec: -cd with nothing after it is passed over: the catalogue is shown.
   EXPECT_TRUE(contains(runCmd(errCode, "ec -cd").out, "Error Codes:\n"));
   // gpmc: -fmr acts when met, before -h ends the command.
@@ -92,11 +85,7 @@ TEST_F(CommandDecl, EachCommandKeepsItsOwnScanningRules) {
 }
 
 TEST_F(CommandDecl, NumbersThatAreNotNumbersAreRefusedBeforeAnythingIsDone) {
-  const struct {
-    CmdHandler handler;
-    const char* line;
-    const char* says;
-  } refused[] = {
+  const struct { CmdHandler handler; const char* line; const char* says; } refused[] = {
       {fan, "fan -ss abc", "fan -ss: abc is not a number (decimal, 0x hexadecimal or leading-zero octal)\n"},
       {fan, "fan -ss 150", "fan -ss: 150 is out of range, 0 to 100\n"},
       {fan, "fan -rr -p 200", "fan -p: 200 is out of range, 0 to 22\n"},
@@ -121,17 +110,16 @@ TEST_F(CommandDecl, NumbersThatAreNotNumbersAreRefusedBeforeAnythingIsDone) {
 
 TEST(NumberWords, AreWholeNumbersInTheDocumentedBasesOnly) {
   unsigned long v = 0;
-  EXPECT_EQ(parseNumArg("0x1F", 0, 255, &v), NUM_ARG_OK);
-  EXPECT_EQ(v, 31u);
-  EXPECT_EQ(parseNumArg("010", 0, 255, &v), NUM_ARG_OK);
-  EXPECT_EQ(v, 8u);
-  EXPECT_EQ(parseNumArg("0", 0, 0, &v), NUM_ARG_OK);
+  for (auto [word, max, want] : {std::tuple{"0x1F", 255ul, 31ul}, {"010", 255ul, 8ul}, {"0", 0ul, 0ul}}) {
+    v = 99;
+    EXPECT_TRUE(parseNumArg(word, 0, max, &v) == NUM_ARG_OK && v == want) << word << " gave " << v;
+  }
   for (const char* bad : {"", "08", "0x", "+5", " 5", "5 ", "1e3", "0x1g", "abc", "--1"})
     EXPECT_EQ(parseNumArg(bad, 0, ULONG_MAX, &v), NUM_ARG_NOT_A_NUMBER) << bad;
-  EXPECT_EQ(parseNumArg("-1", 0, ULONG_MAX, &v), NUM_ARG_OUT_OF_RANGE);
-  EXPECT_EQ(parseNumArg("256", 0, 255, &v), NUM_ARG_OUT_OF_RANGE);
-  EXPECT_EQ(parseNumArg("0", 1, 2, &v), NUM_ARG_OUT_OF_RANGE);
-  EXPECT_EQ(parseNumArg("99999999999999999999999", 0, ULONG_MAX, &v), NUM_ARG_OUT_OF_RANGE);
+  for (auto [word, min, max] :
+       {std::tuple{"-1", 0ul, ULONG_MAX}, {"256", 0ul, 255ul}, {"0", 1ul, 2ul},
+        {"99999999999999999999999", 0ul, ULONG_MAX}})
+    EXPECT_EQ(parseNumArg(word, min, max, &v), NUM_ARG_OUT_OF_RANGE) << word;
 }
 
 TEST_F(CommandDecl, ALineOfMoreThanTwentyWordsIsNotRun) {

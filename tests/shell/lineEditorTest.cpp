@@ -25,19 +25,15 @@ TEST(LineEditor, EnterEndsTheLine) {
   CmdHistory h;
   Editor e(h);
   EXPECT_FALSE(e.keys("help"));
-  EXPECT_TRUE(e.keys("\r"));
+  EXPECT_TRUE(e.keys("\r") && e.drawn.empty());
   EXPECT_STREQ(e.buf, "help");
-  EXPECT_EQ(e.drawn, "");
 }
 
 TEST(LineEditor, TabCompletesToTheLongestCommonPrefix) {
   CmdHistory h;
-  struct Case {
-    const char* typed;
-    const char* result;
-    bool redrawn;
-  } cases[] = {{"he", "help", true}, {"ra", "ramp", true}, {"i", "i", true}, {"ms", "msdat", true},
-               {"led", "led", true}, {"zz", "zz", false}, {"", "", false}};
+  struct Case { const char* typed; const char* result; bool redrawn; } cases[] = {
+      {"he", "help", true}, {"ra", "ramp", true}, {"i", "i", true}, {"ms", "msdat", true},
+      {"led", "led", true}, {"zz", "zz", false}, {"", "", false}};
   for (const Case& c : cases) {
     Editor e(h);
     e.keys(std::string(c.typed) + "\t");
@@ -52,27 +48,21 @@ TEST(LineEditor, TabCompletesToTheLongestCommonPrefix) {
 TEST(LineEditor, BackspaceErasesAndIsHarmlessAtTheStart) {
   CmdHistory h;
   Editor e(h);
-  e.keys("\x7f\b\x7f");
-  e.keys("hellp\x7fo\r");
+  e.keys("\x7f\b\x7fhellp\x7fo\r");
   EXPECT_STREQ(e.buf, "hello");
   EXPECT_NE(e.drawn.find(REDRAW + "hell"), std::string::npos);
 }
 
 TEST(LineEditor, EscPAndEscNBrowseTheHistory) {
   CmdHistory h;
-  h.put("one");
-  h.put("two");
+  for (const char* l : {"one", "two"}) h.put(l);
   Editor e(h);
-  e.keys("\x1bp");
-  EXPECT_STREQ(e.buf, "two");
-  e.keys("\x1bp");
-  EXPECT_STREQ(e.buf, "one");
-  e.keys("\x1bn");
-  EXPECT_STREQ(e.buf, "two");
-  e.keys("\x1bn");  // the empty slot after the newest line
-  EXPECT_STREQ(e.buf, "");
-  e.keys("\x1bn");  // wraps to the oldest
-  EXPECT_STREQ(e.buf, "one");
+  // ESC n after the newest line reaches the empty slot, and from there wraps to the oldest.
+  for (auto [key, line] : {std::pair{"\x1bp", "two"}, {"\x1bp", "one"}, {"\x1bn", "two"},
+                                 {"\x1bn", ""}, {"\x1bn", "one"}}) {
+    EXPECT_FALSE(e.keys(key));
+    EXPECT_STREQ(e.buf, line) << key;
+  }
   e.keys(" x\r");
   EXPECT_STREQ(e.buf, "one x");
 }
@@ -103,18 +93,15 @@ TEST(CmdHistory, RingSuppressesConsecutiveDuplicatesAndWraps) {
   EXPECT_EQ(h.lastSlot(), -1);
   EXPECT_EQ(h.put(""), INVALID_STRING);
   EXPECT_EQ(h.put(nullptr), NULL_POINTER);
-  h.put("a");
-  h.put("a");
+  for (const char* l : {"a", "a"}) h.put(l);
   EXPECT_EQ(h.nextSlot(), 1);
-  h.put("b");
-  h.put("a");
+  for (const char* l : {"b", "a"}) h.put(l);
   EXPECT_EQ(h.nextSlot(), 3);
   for (int i = 0; i < 17; ++i) h.put(std::to_string(i).c_str());
   EXPECT_EQ(h.nextSlot(), 0);
   EXPECT_TRUE(h.filled());
   EXPECT_EQ(h.lastSlot(), 19);
   EXPECT_STREQ(h.slot(19), "16");
-  std::string longLine(300, 'z');
-  h.put(longLine.c_str());
+  h.put(std::string(300, 'z').c_str());
   EXPECT_EQ(std::string(h.slot(0)).size(), 199u);
 }

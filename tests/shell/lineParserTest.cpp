@@ -1,6 +1,8 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <utility>
+#include <vector>
 
 #include "cmdLine.h"
 
@@ -17,42 +19,19 @@ Parsed parse(const std::string& line) {
 }
 }  // namespace
 
-TEST(LineParser, BlanksSeparateAndEmptyArgumentsAreKept) {
-  Parsed p = parse("i2c  -l");
-  ASSERT_EQ(p.argc, 3);
-  EXPECT_STREQ(p.argv[0], "i2c");
-  EXPECT_STREQ(p.argv[1], "");
-  EXPECT_STREQ(p.argv[2], "-l");
-
-  p = parse("  help");
-  ASSERT_EQ(p.argc, 3);
-  EXPECT_STREQ(p.argv[0], "");
-  EXPECT_STREQ(p.argv[2], "help");
-
-  p = parse("");
-  EXPECT_EQ(p.argc, 1);
-  EXPECT_STREQ(p.argv[0], "");
-
-  p = parse("a\tb ");  // a tab is an ordinary character; a trailing blank adds an empty argument
-  ASSERT_EQ(p.argc, 2);
-  EXPECT_STREQ(p.argv[0], "a\tb");
-  EXPECT_STREQ(p.argv[1], "");
-}
-
-TEST(LineParser, QuotesGroupAndAreDropped) {
-  Parsed p = parse("\"a b\" c");
-  ASSERT_EQ(p.argc, 2);
-  EXPECT_STREQ(p.argv[0], "a b");
-  EXPECT_STREQ(p.argv[1], "c");
-
-  p = parse("x \"unclosed rest of line");
-  ASSERT_EQ(p.argc, 2);
-  EXPECT_STREQ(p.argv[1], "unclosed rest of line");
+// A tab is an ordinary character, a trailing blank adds an empty argument, an open quote runs to the end.
+TEST(LineParser, BlanksSeparateQuotesGroupAndEmptyArgumentsAreKept) {
+  const std::pair<const char*, std::vector<std::string>> cases[] = {
+      {"i2c  -l", {"i2c", "", "-l"}}, {"  help", {"", "", "help"}}, {"", {""}}, {"a\tb ", {"a\tb", ""}},
+      {"\"a b\" c", {"a b", "c"}}, {"x \"unclosed rest of line", {"x", "unclosed rest of line"}}};
+  for (const auto& [line, want] : cases) {
+    Parsed p = parse(line);
+    EXPECT_EQ(std::vector<std::string>(p.argv, p.argv + p.argc), want) << line;
+  }
 }
 
 TEST(LineParser, LongLinesAndManyWordsStayInsideTheArray) {
-  std::string longArg(300, 'x');
-  Parsed p = parse(longArg);
+  Parsed p = parse(std::string(300, 'x'));
   ASSERT_EQ(p.argc, 1);
   EXPECT_EQ(std::string(p.argv[0]).size(), 198u);
 

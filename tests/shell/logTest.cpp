@@ -3,9 +3,11 @@
 #include <cstring>
 #include <source_location>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "log.h"
+#include "textUtil.h"
 
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
@@ -25,23 +27,19 @@ TEST(LogOutput, PrintsOnceFormattedTextAndUserTextExactly) {
   log(LOG_TERM, "%d%% of %s\n", 50, escPct("file%s.txt").c_str());
   logText(LOG_TERM, "answer 100%% %d\n");
   log(LOG_SYS, "only to the system log\n");
-  std::string out = GetCapturedStdout();
-  EXPECT_EQ(out, "50% of file%s.txt\nanswer 100% %d\n");
+  EXPECT_EQ(GetCapturedStdout(), "50% of file%s.txt\nanswer 100% %d\n");
 }
 
 TEST(LogOutput, LongMessagesArePrintedWhole) {
   std::string msg(199, 'm');
-  CaptureStdout();
-  log(LOG_TERM, "%s", msg.c_str());
-  EXPECT_EQ(GetCapturedStdout(), msg);
+  EXPECT_EQ(captured([&] { log(LOG_TERM, "%s", msg.c_str()); }), msg);
 }
 
 TEST(LogOutput, ErrorPrefixNamesFileLineAndFunction) {
   CaptureStdout();
   int line = __LINE__ + 1;
   LOGERR(LOG_TERM, "bad %s\n", "thing");
-  std::string expect = "file logTest, line " + std::to_string(line) + ", function TestBody - bad thing\n";
-  EXPECT_EQ(GetCapturedStdout(), expect);
+  EXPECT_EQ(GetCapturedStdout(), "file logTest, line " + std::to_string(line) + ", function TestBody - bad thing\n");
 }
 
 namespace {
@@ -80,8 +78,7 @@ TEST(LogTimeStamp, KeepsSecondsAndMicroseconds) {
   char buf[300] = "hello";
   int n = insertTS(buf);
   // "SS.<usec> " : two digits, a point, 1 to 6 digits, a blank.
-  ASSERT_GE(n, 5);
-  ASSERT_LE(n, 10);
+  ASSERT_TRUE(n >= 5 && n <= 10) << n;
   EXPECT_TRUE(isdigit(buf[0]) && isdigit(buf[1]));
   EXPECT_EQ(buf[2], '.');
   EXPECT_EQ(buf[n - 1], ' ');
@@ -89,10 +86,9 @@ TEST(LogTimeStamp, KeepsSecondsAndMicroseconds) {
 }
 
 TEST(LogFlags, FlagWordOnlyKeepsTheSystemLogBit) {
-  setLogFlag(LOG_SYS | LOG_TERM, true);
-  EXPECT_EQ(getLogFlags(), LOG_SYS | LOG_TERM);
-  setLogFlag(LOG_TERM, false);
-  EXPECT_EQ(getLogFlags(), LOG_SYS);
-  setLogFlag(LOG_SYS, false);
-  EXPECT_EQ(getLogFlags(), 0u);
+  for (auto [flags, on, left] : {std::tuple{LOG_SYS | LOG_TERM, true, LOG_SYS | LOG_TERM}, {LOG_TERM, false, LOG_SYS},
+                                 {LOG_SYS, false, 0u}}) {
+    setLogFlag(flags, on);
+    EXPECT_EQ(getLogFlags(), left);
+  }
 }

@@ -42,8 +42,8 @@ TEST(ShellFault, OverlongScriptLineIsCutAndTheScriptGoesOn) {
   ASSERT_NE(f, nullptr);
   std::string out = captured([&] { EXPECT_EQ(runScript(f, path.c_str()), SUCCESS); });
   fclose(f);
-  EXPECT_TRUE(contains(out, "line 2 of file " + path + " is longer than 4096 characters: cut there, the rest of it skipped\n"))
-      << out;
+  EXPECT_TRUE(contains(out, "line 2 of file " + path + " is longer than 4096 characters: cut there, the rest of it "
+                            "skipped\n")) << out;
   EXPECT_TRUE(out.starts_with("#!first\n")) << out;
   EXPECT_TRUE(out.ends_with("#!after\n")) << out;
   EXPECT_FALSE(contains(out, "help")) << "the cut-off rest was not run";

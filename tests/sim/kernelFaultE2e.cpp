@@ -10,10 +10,7 @@
 
 namespace {
 struct KernelFaultE2e : testing::Test {
-  void SetUp() override {
-    simctl({"reset"});
-    simctl({"set", "board", "signal"});
-  }
+  void SetUp() override { simctl({"reset"}); simctl({"set", "board", "signal"}); }
   static std::string sim(const std::vector<std::string>& args) {
     RunResult r = runSim(args);
     EXPECT_EQ(r.exitCode, 0) << r.out;  // a failing command does not end the shell with an error
@@ -24,12 +21,9 @@ struct KernelFaultE2e : testing::Test {
 
 TEST_F(KernelFaultE2e, ControlRefusesWhatItCannotInjectAndListsWhatItHas) {
   RunResult r = runProgram(programArgv(simctlBin(), {"kernel", "fail", "ioctl", "fpga", "ENOPE"}));
-  EXPECT_EQ(r.exitCode, 2);
-  EXPECT_TRUE(contains(r.out, "unknown errno name ENOPE\n")) << r.out;
-  r = runProgram(programArgv(simctlBin(), {"kernel", "short", "ioctl", "i2c-2", "3"}));
-  EXPECT_EQ(r.exitCode, 2);
-  r = runProgram(programArgv(simctlBin(), {"kernel", "fail", "read", "i2c-x", "EIO"}));
-  EXPECT_EQ(r.exitCode, 2);
+  EXPECT_TRUE(r.exitCode == 2 && contains(r.out, "unknown errno name ENOPE\n")) << r.out;
+  EXPECT_EQ(runProgram(programArgv(simctlBin(), {"kernel", "short", "ioctl", "i2c-2", "3"})).exitCode, 2);
+  EXPECT_EQ(runProgram(programArgv(simctlBin(), {"kernel", "fail", "read", "i2c-x", "EIO"})).exitCode, 2);
   simctl({"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc2", "after", "3", "times", "2"});
   simctl({"kernel", "short", "read", "i2c-2", "1"});
   EXPECT_EQ(simctl({"kernel", "list"}),

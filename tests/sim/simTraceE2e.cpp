@@ -19,14 +19,11 @@ namespace {
 const std::string DROPPED = "diag-sim: cannot write the trace to ";
 
 // Points the trace of the programs started while it lives at another path.
-class TraceAt {
-public:
+struct TraceAt {
   explicit TraceAt(const std::string& path) : saved(getenv("DIAG_SIM_TRACE")) {
     setenv("DIAG_SIM_TRACE", path.c_str(), 1);
   }
   ~TraceAt() { setenv("DIAG_SIM_TRACE", saved.c_str(), 1); }
-
-private:
   std::string saved;
 };
 
@@ -43,12 +40,7 @@ std::string fifo(const std::string& name) {
 TEST(SimTrace, UnusableTraceIsReportedOnceAndTheProgramGoesOn) {
   const std::string stalled = fifo("stalled.fifo");
   int reader = open(stalled.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  struct Case {
-    std::string path;
-    std::string why;
-    std::vector<std::string> args;
-    std::string printed;
-  } cases[] = {
+  struct Case { std::string path; std::string why; std::vector<std::string> args; std::string printed; } cases[] = {
       {testDir(), "Is a directory", {"gpmc", "-m", "reg", "-r", "1"}, "\n0000: "},
       {fifo("unread.fifo"), "a FIFO that nothing reads", {"gpmc", "-m", "reg", "-r", "1"}, "\n0000: "},
       {stalled, "its reader has read nothing for a second", {"gpmc", "-m", "obuf", "-r", "8192", "-s"},
@@ -58,8 +50,7 @@ TEST(SimTrace, UnusableTraceIsReportedOnceAndTheProgramGoesOn) {
     SCOPED_TRACE(c.path);
     TraceAt at(c.path);
     RunResult r = runSim(c.args, "", 20000);
-    EXPECT_FALSE(r.timedOut);
-    EXPECT_EQ(r.exitCode, 0);
+    EXPECT_TRUE(!r.timedOut && r.exitCode == 0) << r.out;
     EXPECT_EQ(countOf(r.out, DROPPED), 1u) << r.out;
     EXPECT_TRUE(contains(r.out, DROPPED + c.path + " (" + c.why + "); going on without it\n")) << r.out;
     EXPECT_TRUE(contains(r.out, c.printed)) << r.out;

@@ -33,7 +33,9 @@ TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
     I2CPath p(c.name, c.host, c.hostMux, c.localMux, 0, I2cDevMap::getI2cDevMap()->muxesFor(c.host));
     EXPECT_EQ(c.host == SIGNAL ? p.setSigLclMux(1) : p.setMuxes(1), SUCCESS);
     EXPECT_EQ(busWrites(t), c.writes) << c.name << " rev " << c.rev;
-    if (!*c.writes) EXPECT_EQ(kernel().counts().total(), 0u);
+    if (!*c.writes) {
+      EXPECT_EQ(kernel().counts().total(), 0u);
+    }
   }
 }
 

@@ -14,7 +14,9 @@ namespace sim {
 std::string statePath();
 
 // Maps the state file once per process; creates and initialises it when it is
-// missing or was written by a build with another layout.
+// missing or was written by a build with another layout. A file that another
+// program cuts, grows or overwrites while it is in use is refused, and the
+// process ends with one line saying so (never a bus fault).
 class SimStore {
 public:
   static SimStore& get();
@@ -25,6 +27,7 @@ public:
 private:
   SimStore();
   void openFile();
+  void check();
   int fd = -1;
   pid_t ownerPid = 0;
   SimState* st = nullptr;

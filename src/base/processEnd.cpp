@@ -13,6 +13,8 @@ std::atomic<int> hookCount{0};
 std::atomic<bool> ran{false};
 std::atomic<int> deferDepth{0};
 volatile sig_atomic_t deferredSig = 0;
+volatile sig_atomic_t catching = 0;
+volatile sig_atomic_t noted = 0;
 
 const int endingSignals[] = {SIGINT, SIGTERM, SIGHUP, SIGQUIT, SIGPIPE, SIGSEGV, SIGBUS, SIGFPE, SIGILL, SIGABRT};
 
@@ -24,6 +26,10 @@ void runHooks() {
 }
 
 void onEndingSignal(int sig) {
+  if (sig == SIGINT && catching && !noted) {
+    noted = 1;
+    return;
+  }
   if (canWait(sig) && deferDepth.load() > 0) {
     deferredSig = sig;
     return;
@@ -47,11 +53,15 @@ void install() {
     sigaction(sig, &sa, nullptr);
   }
 }
+
+void installOnce() {
+  static const bool installed = (install(), true);
+  (void)installed;
+}
 }  // namespace
 
 void atProcessEnd(void (*fn)()) {
-  static const bool installed = (install(), true);
-  (void)installed;
+  installOnce();
   int n = hookCount.load();
   if (n < MAX_HOOKS) {
     hooks[n] = fn;
@@ -67,4 +77,18 @@ EndDeferred::~EndDeferred() {
     deferredSig = 0;
     raise(sig);
   }
+}
+
+void catchInterrupts(bool on) {
+  installOnce();
+  noted = 0;
+  catching = on;
+}
+
+bool interrupted() { return noted != 0; }
+
+bool takeInterrupt() {
+  bool was = noted != 0;
+  noted = 0;
+  return was;
 }

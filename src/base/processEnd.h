@@ -18,3 +18,15 @@ public:
   EndDeferred(const EndDeferred&) = delete;
   EndDeferred& operator=(const EndDeferred&) = delete;
 };
+
+// At the interactive prompt an interrupt (Ctrl-C) stops the running command,
+// not the shell. While caught, the first interrupt is only noted: the
+// command's long waits and loops see it (interrupted()) and end early, and the
+// shell takes it (takeInterrupt()) when the command has returned. A second
+// interrupt before the shell took the first ends the process as before, for a
+// command that does not look. Off by default: a one-shot run or a script
+// started from the command line ends at the first.
+void catchInterrupts(bool on);
+bool interrupted();
+// True when an interrupt was noted since the last call; clears it.
+bool takeInterrupt();

@@ -4,13 +4,13 @@
 #include <atomic>
 
 #include "diagStatus.h"
-
-struct SemRecord;
+#include "lockFile.h"
 
 // One named semaphore as the processes of this program share it.
 //
 // Beside the semaphore in /dev/shm lies its lock file, "<name>.lock", mode
-// 0666 like the semaphore. A process of ours holds the file's flock from
+// 0666 like the semaphore (see lockFile.h for how it is kept whole against
+// other users' programs). A process of ours holds the file's flock from
 // before it takes the semaphore until after it has given it back, and keeps a
 // small record in the file of how far it got: taking, holding, giving, free,
 // and its process id. The kernel releases a flock when the process holding it
@@ -41,11 +41,12 @@ public:
   constexpr explicit SharedSem(const char* name) : name(name) {}
   // Opens the lock file and, under its lock, the semaphore; creates either one
   // that is missing with mode 0666 whatever the umask (the semaphore at 1), and
-  // replaces a semaphore of another build's layout. nullptr on failure. Called
-  // once, by one thread, before any take.
+  // replaces a semaphore of another build's layout. nullptr on failure, said in
+  // one line naming the file. Called by one thread, before any take.
   sem_t* open();
   // Takes the semaphore for the calling thread, waiting while another thread
-  // or process holds it.
+  // or process holds it. FAILURE also when an interrupt ended the wait (errno
+  // EINTR then).
   E_STATUS take();
   // Gives the semaphore back if this process holds it. Async-signal-safe, and
   // any thread may call it: it runs when the process ends.
@@ -56,19 +57,14 @@ public:
   const char* semName() const { return name; }
 
 private:
-  bool openLockFile();
   sem_t* openSemLocked();
   E_STATUS enterGate();
-  E_STATUS lock();
-  void unlock();
+  void leave();
   bool adoptFromDead();
   int tryTake();
-  void reportWait(bool lockBusy) const;
 
   const char* name;
-  char lockPath[64] = {};
-  int lockFd = -1;  // an open file of our own, never shared with a forked child
-  SemRecord* rec = nullptr;  // mapped through another open file, so that a mapping never keeps a lock alive
+  LockFile lockFile;  // an open file of our own, never shared with a forked child
   sem_t* sem = nullptr;
   // One thread of this process at a time between take and give. A semaphore
   // rather than a mutex: the give that ends the process may run in any thread.

@@ -68,7 +68,7 @@ void* GpmcDev::drvMap(size_t len) const {
 int GpmcDev::lockedXfer(E_GPMC_IOCTL request, unsigned long offset, unsigned* val) const {
   sem_t* sem = nullptr;
   if (getGPMCMutx(&sem) != SUCCESS || semTake(sem) != SUCCESS) {
-    errno = ENOLCK;
+    if (errno != EINTR) errno = ENOLCK;  // EINTR: the operator interrupted the wait
     return -1;
   }
   int r = xfer(request, target, offset, val);

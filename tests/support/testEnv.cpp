@@ -81,10 +81,23 @@ std::vector<std::string> Trace::grep(const std::string& a, const std::string& b,
   return out;
 }
 
+namespace {
+pid_t madeBy = 0;
+
+// At any exit of the process that made the directory (a death test run anew
+// ends with the exit it tests), never of a child forked from it.
+void removeTestDir() {
+  if (getpid() == madeBy && !getenv("DIAG_KEEP_TEST_DIR"))
+    nftw(testDir().c_str(), removeEntry, 16, FTW_DEPTH | FTW_PHYS);
+}
+}  // namespace
+
 int main(int argc, char** argv) {
   char tmpl[] = "/tmp/diagtest.XXXXXX";
   if (!mkdtemp(tmpl)) return 1;
   dirRef() = tmpl;
+  madeBy = getpid();
+  atexit(removeTestDir);
   setenv("DIAG_SIM_STATE", testPath("sim.state").c_str(), 1);
   setenv("DIAG_SIM_TRACE", testPath("sim.trace").c_str(), 1);
   connectLayers();
@@ -92,7 +105,5 @@ int main(int argc, char** argv) {
   std::string why = usePrivateShm();
   if (!why.empty()) fprintf(stderr, "note: tests share the system's /dev/shm (%s)\n", why.c_str());
   ::testing::InitGoogleTest(&argc, argv);
-  int rc = RUN_ALL_TESTS();
-  if (!getenv("DIAG_KEEP_TEST_DIR")) nftw(tmpl, removeEntry, 16, FTW_DEPTH | FTW_PHYS);
-  return rc;
+  return RUN_ALL_TESTS();
 }

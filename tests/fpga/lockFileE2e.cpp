@@ -1,0 +1,128 @@
+// The lock files beside the named semaphores are open to every user, and
+// another user's program may cut, grow, overwrite or replace them, or hold
+// their lock: the next diag process repairs what is a file of ours, refuses
+// anything else in one line naming the file, never writes through a link, and
+// names the real holder of a lock it waits for.
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/file.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <functional>
+#include <sstream>
+
+#include "programs.h"
+#include "semIsolation.h"
+#include "testEnv.h"
+#include "textUtil.h"
+
+namespace {
+const std::string LOCK = "/dev/shm/diagGPMCSem.lock";
+
+// The size of a regular file, -1 for anything else.
+long fileSize(const std::string& path) {
+  struct stat st;
+  return lstat(path.c_str(), &st) == 0 && S_ISREG(st.st_mode) ? static_cast<long>(st.st_size) : -1;
+}
+
+// One FPGA word read after the damage: how it ended, whether it read the word,
+// the lock file's size afterwards, and what it said of the file (the lines
+// naming it, from the name on).
+std::string accessAfter(const std::string& what, const std::function<void()>& damage) {
+  damage();
+  RunResult r = runSim({"gpmc", "-m", "reg", "-r", "1"}, "", 10000);
+  std::ostringstream out;
+  out << what << ": exit " << r.exitCode << ", read " << contains(r.out, "\n0000: ") << ", size " << fileSize(LOCK);
+  for (const std::string& line : splitLines(r.out))
+    if (contains(line, LOCK)) out << "\n  " << line.substr(line.find(LOCK) + LOCK.size());
+  return out.str() + "\n";
+}
+
+void replaceBy(const std::function<void()>& make) {
+  unlink(LOCK.c_str());
+  make();
+}
+}  // namespace
+
+TEST(LockFile, DamageIsRepairedAndWhatIsNotOursIsRefusedInOneLine) {
+  const std::string target = testPath("not-ours");
+  writeFile(target, "precious");
+  RUN_ISOLATED(report, [target] {
+    runSim({"gpmc", "-m", "reg", "-r", "1"});
+    std::string r;
+    r += accessAfter("cut", [] { truncate(LOCK.c_str(), 0); });
+    r += accessAfter("grown", [] { writeFile(LOCK, std::string(100, '\xff')); });
+    r += accessAfter("overwritten", [] { writeFile(LOCK, std::string("\x07\0\0\0\xff\xff\xff\xff", 8)); });
+    r += accessAfter("directory", [] { replaceBy([] { mkdir(LOCK.c_str(), 0777); }); });
+    rmdir(LOCK.c_str());
+    r += accessAfter("fifo", [] { replaceBy([] { mkfifo(LOCK.c_str(), 0666); }); });
+    r += accessAfter("dangling link", [] { replaceBy([] { symlink("/tmp/diag-lock-target", LOCK.c_str()); }); });
+    r += accessAfter("link", [target] { replaceBy([target] { symlink(target.c_str(), LOCK.c_str()); }); });
+    unlink(LOCK.c_str());
+    r += accessAfter("removed", [] {});
+    return r + "dangling target " + std::to_string(fileSize("/tmp/diag-lock-target")) + "\n";
+  });
+  const std::string repaired = "\n   of semaphore diagGPMCSem, which another program had cut, grown or overwritten\n";
+  const std::string notOurs = "; it is not a lock file of diag: remove it (as its owner or as root) and run diag again\n";
+  EXPECT_EQ(report, "cut: exit 0, read 1, size 8" + repaired + "grown: exit 0, read 1, size 8" + repaired +
+                        "overwritten: exit 0, read 1, size 8" + repaired +
+                        "directory: exit 0, read 0, size -1\n   is a directory" + notOurs +
+                        "fifo: exit 0, read 0, size -1\n   is not a regular file (a FIFO, a socket or a device)" +
+                        notOurs + "dangling link: exit 0, read 0, size -1\n   is a symbolic link" + notOurs +
+                        "link: exit 0, read 0, size -1\n   is a symbolic link" + notOurs +
+                        "removed: exit 0, read 1, size 8\ndangling target -1\n");
+  EXPECT_EQ(readFile(target), "precious");
+}
+
+// A lock file cut short under a process that holds the semaphore: the holder
+// goes on (no bus fault) and gives it back on its way out; the next access
+// completes.
+TEST(LockFile, CutUnderAHolderStopsNobody) {
+  RUN_ISOLATED(report, [] {
+    Child h = startHelper("hold");
+    std::string got;
+    if (!waitForLine(h.out, "held", 30000, &got)) return std::string("no holder");
+    truncate(LOCK.c_str(), 0);
+    kill(h.pid, SIGINT);
+    int status = waitChild(h.pid, 10000);
+    close(h.out);
+    std::string r = "holder ended by " + std::to_string(WIFSIGNALED(status) ? WTERMSIG(status) : 0) + "\n";
+    return r + accessAfter("next", [] {});
+  });
+  EXPECT_EQ(report, "holder ended by 2\nnext: exit 0, read 1, size 8\n");
+}
+
+// Anyone who can open the lock file can hold its lock; the process that waits
+// names that holder, from the kernel's table of locks, not the last diag
+// process that the file's record names.
+TEST(LockFile, AWaitNamesTheRealHolder) {
+  RUN_ISOLATED(report, [] {
+    runSim({"gpmc", "-m", "reg", "-r", "1"});
+    int fd = open(LOCK.c_str(), O_RDONLY);
+    if (fd < 0 || flock(fd, LOCK_EX) != 0) return std::string("cannot lock");
+    Child c = spawn(programArgv(diagSimBin(), {"gpmc", "-m", "reg", "-r", "1"}));
+    std::string got;
+    bool said = waitForLine(c.out, "holds its lock file", 15000, &got) || waitForLine(c.out, "cannot be named", 1, &got);
+    flock(fd, LOCK_UN);
+    waitForLine(c.out, "\n0000: ", 10000, &got);
+    int status = waitChild(c.pid, 10000);
+    close(c.out);
+    close(fd);
+    std::string line = got.substr(got.find("waiting"), got.find('\n', got.find("waiting")) - got.find("waiting"));
+    return std::string(said ? "" : "nothing said\n") + "holder " + std::to_string(getpid()) + "\n" + line + "\nexit " +
+           std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + ", read " +
+           std::to_string(contains(got, "\n0000: "));
+  });
+  const std::string holder = report.substr(0, report.find('\n') + 1);
+  if (access("/proc/locks", R_OK) != 0) {
+    EXPECT_EQ(report, holder + "waiting for semaphore diagGPMCSem: its lock file " + LOCK +
+                          " is held by a process that cannot be named here\nexit 0, read 1");
+    return;
+  }
+  // Named with its command name, which depends on how the tests run (under an emulator, say).
+  const std::string byPid = "waiting for semaphore diagGPMCSem: process " + holder.substr(7, holder.size() - 8) + " (";
+  EXPECT_TRUE(contains(report, holder + byPid)) << report;
+  EXPECT_TRUE(report.ends_with(") holds its lock file " + LOCK + "\nexit 0, read 1")) << report;
+}

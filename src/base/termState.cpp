@@ -80,6 +80,8 @@ void saveTermState() {
   handle(SIGCONT, onContinue);
 }
 
+void restoreTermState() { giveBack(); }
+
 int nonblock(bool on) {
   struct termios t;
   if (tcgetattr(STDIN_FILENO, &t) != 0) return -1;

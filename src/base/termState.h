@@ -10,3 +10,6 @@ void saveTermState();
 // With on, leaves canonical mode (a read returns each character as it is
 // typed; echo stays on); with off, enters it again. The tcsetattr result.
 int nonblock(bool on);
+// Gives the terminal back the modes it had when the shell started (the shell,
+// after a command it interrupted, so that the prompt finds it as it was).
+void restoreTermState();

@@ -5,6 +5,7 @@
 #include <cerrno>
 
 #include "log.h"
+#include "processEnd.h"
 
 namespace {
 constexpr unsigned COLL_SETTLE_US = 5000;
@@ -142,6 +143,7 @@ E_STATUS GpmcDevCtl::GPMCEnOSDataCollNWait4Dn(unsigned long threshold, int* wait
       return status;
     }
     if (v > threshold) return reg.regWrWithRdBack(A2D_COLL_OFF, GPMC_A2D_CTL, true);
+    if (interrupted()) return FAILURE;  // left collecting, as a timeout leaves it
     usleep(1);
     ++*waited;
   }

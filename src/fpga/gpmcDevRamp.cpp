@@ -7,6 +7,7 @@
 
 #include "gpmcDevStat.h"
 #include "log.h"
+#include "processEnd.h"
 
 namespace {
 constexpr unsigned POLL_US = 500;
@@ -120,6 +121,7 @@ E_STATUS waitFor(GpmcDev& dev, const char* fn, const WaitSpec& w, bool verbose, 
   E_STATUS status = TIMEOUT;
   long poll = 0;
   for (; poll < w.polls; ++poll) {
+    if (interrupted()) return FAILURE;  // the operator stopped the command; the ramp goes on as it is
     if (quitOnNotOK) {
       bool ok = false;
       E_STATUS okStatus = GpmcDevStat(dev).shAllOK(&ok);

@@ -2,6 +2,7 @@
 
 #include "log.h"
 #include "memTest.h"
+#include "processEnd.h"
 
 volatile unsigned int arbitraryMemLocation;
 
@@ -25,8 +26,8 @@ E_STATUS DDR3DataLineMemTest::runTest(int argc, char argv[][ARG_LEN]) {
   const unsigned long loops = scan.num("-l", 1);
   log(LOG_TERM, "%s - testing location 0x%08x\r\n", "runTest", startAddr);
   log(LOG_TERM, "%s - looping %lu times\r\n", "runTest", loops);
-  // A count of 0 runs until the process is stopped.
-  for (unsigned long loop = 0; status == SUCCESS && (loops == 0 || loop < loops); ++loop) {
+  // A count of 0 runs until the process is stopped, or an interrupt at the prompt stops the test.
+  for (unsigned long loop = 0; status == SUCCESS && !interrupted() && (loops == 0 || loop < loops); ++loop) {
     const unsigned int first[2] = {1u, 0xFFFFFFFEu};
     for (int pass = 0; pass < 2 && status == SUCCESS; ++pass) {
       wrDatum = first[pass];

@@ -1,6 +1,7 @@
 #pragma once
 #include "keyInput.h"
 #include "log.h"
+#include "processEnd.h"
 #include "test.h"
 #include "walkTest.h"
 
@@ -77,7 +78,8 @@ E_STATUS RegTest<T>::runTest(int argc, char argv[][ARG_LEN]) {
     status = walk(loop, status);
     ++loop;
     if (status != SUCCESS && !contOnErr) break;
-    if (loops == 0 ? inputAvailable() != 0 : loop >= loops) break;
+    // An interrupt at the prompt ends the loops as a key does.
+    if (interrupted() || (loops == 0 ? inputAvailable() != 0 : loop >= loops)) break;
   }
   log(LOG_TERM, "\riterations (wrrd) - %lu\n", loop * 2 * N);
   wr(&saved);

@@ -13,6 +13,9 @@ const char* const runtestUsage[] = {"usage:  runtest <-h|testname> [-h]",
 
 // Row 1 names the test; the words after it are the test's own ("runtest
 // gpmcreg -h" is the test's help), so the command reads no options itself.
+// The test's own status is returned (CMD_NOT_FOUND for an unknown test): the
+// shell passes no command's status on, except as the exit status of a
+// one-shot run that asked for one.
 E_STATUS testExec(int argc, char argv[][ARG_LEN]) {
   if (argc < 1) return BAD_PARAMETER;
   if (!argv) return NULL_POINTER;
@@ -22,11 +25,11 @@ E_STATUS testExec(int argc, char argv[][ARG_LEN]) {
   }
   TestMap* tm = TestMap::getTestMap();
   auto it = tm->map.find(argv[1]);
-  if (it == tm->map.end())
+  if (it == tm->map.end()) {
     log(LOG_TERM, "command not found\r\n");
-  else
-    it->second->runTest(argc, argv);  // each test prints its own verdict
-  return SUCCESS;
+    return CMD_NOT_FOUND;
+  }
+  return it->second->runTest(argc, argv);  // each test prints its own verdict
 }
 
 E_STATUS listTests(int argc, char argv[][ARG_LEN]) {

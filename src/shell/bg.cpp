@@ -10,17 +10,22 @@ const char* const usage[] = {"bg <command> - run a command in the background"};
 }  // namespace
 
 // Runs the rest of the line detached, under the system shell. A '%' in an
-// argument is interpreted as in a format ("%%" gives "%").
+// argument is interpreted as in a format ("%%" gives "%"). A command that
+// does not fit the 200 characters of its text (with the "&" and the end) is
+// refused, not cut: cut, it would run something else than was asked.
 E_STATUS bg(int argc, char argv[][ARG_LEN]) {
-  constexpr size_t LIMIT = 199;  // the command text lives in 200 characters
+  constexpr size_t LIMIT = 198;
   std::string text;
-  for (int i = 1; i < argc && text.size() < 198; ++i) {
+  for (int i = 1; i < argc; ++i) {
     text += fmtNoArgs(argv[i]);
     text += ' ';
   }
-  if (text.size() > LIMIT) text.resize(LIMIT);
-  if (text.size() < LIMIT) text += '&';
-  ::system(text.c_str());
+  if (text.size() > LIMIT) {
+    log(LOG_TERM, "the background command is %zu characters long: at most %zu are taken; nothing was run\n",
+        text.size(), LIMIT);
+    return INVALID_STRING;
+  }
+  ::system((text + '&').c_str());
   return SUCCESS;
 }
 

@@ -5,6 +5,7 @@
 
 #include "argScan.h"
 #include "commands.h"
+#include "processEnd.h"
 
 namespace {
 constexpr long ticksInMsec = 900000;
@@ -18,10 +19,11 @@ const char* const usage[] = {"-s <seconds in sum of time to delay>", "-m <millis
 const OptDecl opts[] = {numOpt("-s", 0, UINT_MAX), numOpt("-m", 0, UINT_MAX), helpOpt()};
 }  // namespace
 
+// An interrupt at the prompt ends the wait early.
 E_STATUS diagDelay(unsigned int seconds, unsigned int milliseconds) {
-  for (unsigned int s = 0; s < seconds; ++s)
-    for (int i = 0; i < 1000; ++i) nominalMsec();
-  for (unsigned int m = 0; m < milliseconds; ++m) nominalMsec();
+  for (unsigned int s = 0; s < seconds && !interrupted(); ++s)
+    for (int i = 0; i < 1000 && !interrupted(); ++i) nominalMsec();
+  for (unsigned int m = 0; m < milliseconds && !interrupted(); ++m) nominalMsec();
   return SUCCESS;
 }
 

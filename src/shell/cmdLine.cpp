@@ -1,13 +1,15 @@
 #include "cmdLine.h"
 
+#include <cstring>
+
 #include "cmdLineObjectMap.h"
 #include "log.h"
 
 namespace {
-constexpr int MAX_LINE = 200;
 constexpr int MAX_ARG_CHARS = 198;
 char execArgv[MAX_ARGS][ARG_LEN];
 int execArgc;
+E_STATUS lastStatus = SUCCESS;
 }  // namespace
 
 E_STATUS lineParser(int* argc, char argv[][ARG_LEN], const char* line) {
@@ -15,10 +17,15 @@ E_STATUS lineParser(int* argc, char argv[][ARG_LEN], const char* line) {
   *argc = 1;
   argv[0][0] = '\0';
   if (!line) return SUCCESS;
+  // Cut, the line would do something else than was asked (a number cut short, a word lost).
+  if (size_t n = strlen(line); n > MAX_LINE_CHARS) {
+    log(LOG_TERM, "the line is %zu characters long: at most %d are taken; nothing was run\n", n, MAX_LINE_CHARS);
+    return INVALID_STRING;
+  }
   bool inQuotes = false;
   int words = 1;  // counted on past the array's 20 rows
   int len = 0;
-  for (int i = 0; line[i] != '\0' && i < MAX_LINE; ++i) {
+  for (int i = 0; line[i] != '\0'; ++i) {
     char c = line[i];
     if (c == '"') {
       inQuotes = !inQuotes;
@@ -47,15 +54,20 @@ E_STATUS cmdExec(int argc, char argv[][ARG_LEN]) {
     return NULL_POINTER;
   }
   auto it = pMap->map.find(argv[0]);
-  if (it == pMap->map.end())
+  if (it == pMap->map.end()) {
     log(LOG_TERM, "command not found\r\n");
-  else if (!it->second->cmd)
+    lastStatus = CMD_NOT_FOUND;
+  } else if (!it->second->cmd) {
     log(LOG_TERM, "%s - command not connected to a function\n", escPct(argv[0]).c_str());
-  else
-    it->second->cmd(argc, argv);
+    lastStatus = FXN_NOT_SUPPORTED;
+  } else {
+    lastStatus = it->second->cmd(argc, argv);
+  }
   // Commands print their own verdicts; a script goes on after a failing one.
   return SUCCESS;
 }
+
+E_STATUS lastCmdStatus() { return lastStatus; }
 
 void execCmd(std::string line) {
   if (lineParser(&execArgc, execArgv, line.c_str()) == SUCCESS) cmdExec(execArgc, execArgv);

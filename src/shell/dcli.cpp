@@ -10,9 +10,12 @@
 #include "keyInput.h"
 #include "lineEditor.h"
 #include "log.h"
+#include "processEnd.h"
+#include "termState.h"
 
 namespace {
-char lclCmdLine[CMD_LINE_LEN];
+// The joined program arguments, whole: a line too long to be taken is refused by the parser, not cut here.
+std::string lclCmdLine;
 char shellArgv[MAX_ARGS][ARG_LEN];
 int shellArgc;
 const char* PROMPT = "diag> ";
@@ -49,17 +52,20 @@ E_STATUS oneShot() {
   }
   static char args[MAX_ARGS][ARG_LEN];
   for (int i = 1; i < shellArgc; ++i) memcpy(args[i - 1], shellArgv[i], ARG_LEN);
-  return cmdExec(shellArgc - 1, args);
+  E_STATUS st = cmdExec(shellArgc - 1, args);
+  return st == SUCCESS ? lastCmdStatus() : st;
 }
 
 // Reads lines until one is stored in the history; it is split from its history slot.
+// False when the input has ended (its end, or Ctrl-D on an empty line).
 bool readLine() {
-  char line[CMD_LINE_LEN];
+  char line[LineEditor::MAX_CHARS];
   for (;;) {
     log(LOG_TERM, "%s", PROMPT);
-    getLine(line, PROMPT);
+    bool ended = false;
+    getLine(line, PROMPT, &ended);
     CmdHistory& h = cmdHistory();
-    if (line[0] == '\0' && stdinAtEof()) return false;
+    if (ended || (line[0] == '\0' && stdinAtEof())) return false;
     if (h.put(line) == SUCCESS) {
       if (lineParser(&shellArgc, shellArgv, h.slot(h.lastSlot())) == SUCCESS && shellArgc >= 1) return true;
     }
@@ -67,13 +73,23 @@ bool readLine() {
   }
 }
 
+// After a command that an interrupt stopped: the terminal as the shell found it, and a word on why.
+void afterInterrupt() {
+  if (!takeInterrupt()) return;
+  restoreTermState();
+  log(LOG_TERM, "\ninterrupted\n");
+}
+
 E_STATUS interactive() {
   // Unbuffered, so that the poll on the descriptor sees every character still to be read.
   setvbuf(stdin, nullptr, _IONBF, 0);
+  // Ctrl-C stops the running command; the shell ends with q, the end of the input, or a second Ctrl-C.
+  catchInterrupts(true);
   E_STATUS status = SUCCESS;
-  while (readLine()) {
+  bool quit = false;
+  for (; readLine(); afterInterrupt()) {
     const char* cmd = shellArgv[0];
-    if (!strcmp(cmd, "q")) break;
+    if ((quit = !strcmp(cmd, "q"))) break;
     if (!cmd[0] || !strcmp(cmd, "\r") || !strcmp(cmd, "\r\n") || !strcmp(cmd, "\n")) continue;
     if (!strcmp(cmd, "file")) {
       if (shellArgc > 1 && !strcmp(shellArgv[1], "-h"))
@@ -84,24 +100,22 @@ E_STATUS interactive() {
     }
     status = cmdExec(shellArgc, shellArgv);
   }
-  // End of input behaves like "q".
-  if (stdinAtEof()) log(LOG_TERM, "\n");
+  // End of input (or Ctrl-D) behaves like "q".
+  if (!quit) log(LOG_TERM, "\n");
   return status;
 }
 }  // namespace
 
 E_STATUS getCmdLine(char** line) {
-  *line = lclCmdLine;
+  *line = lclCmdLine.data();
   return SUCCESS;
 }
 
 void setCmdLine(int argc, char** argv) {
-  size_t len = 0;
-  lclCmdLine[0] = '\0';
-  for (int i = 0; i < argc && len < CMD_LINE_LEN - 1; ++i) {
-    int n = snprintf(lclCmdLine + len, CMD_LINE_LEN - len, i + 1 < argc ? "%s " : "%s", argv[i]);
-    if (n < 0) break;
-    len += static_cast<size_t>(n);
+  lclCmdLine.clear();
+  for (int i = 0; i < argc; ++i) {
+    if (i > 0) lclCmdLine += ' ';
+    lclCmdLine += argv[i];
   }
 }
 

@@ -5,10 +5,11 @@
 
 #include "cmdLineObjectMap.h"
 #include "keyInput.h"
+#include "processEnd.h"
 
 namespace {
-constexpr char TAB = 9, BS = 8, DEL = 0x7F, ESC = 0x1B, CR = 0x0D, LF = 0x0A;
 const std::string CLEAR_LINE = "\x1b[2K";
+const std::string BELL = "\a";
 }  // namespace
 
 LineEditor::LineEditor(char* buf, const char* prompt, CmdHistory& history, Output out)
@@ -16,13 +17,16 @@ LineEditor::LineEditor(char* buf, const char* prompt, CmdHistory& history, Outpu
   buf[0] = '\0';
 }
 
-void LineEditor::redraw() { out(CLEAR_LINE + "\r" + prompt + buf); }
+// The whole line, then the cursor back to its place (a backspace moves it one to the left).
+void LineEditor::redraw() { out(CLEAR_LINE + "\r" + prompt + buf + std::string(static_cast<size_t>(len - index), '\b')); }
 
 void LineEditor::complete() {
   buf[index] = '\0';
+  len = index;
   if (index == 0) return;
   int matches = 0;
   completeCmd(buf, &index, &matches);
+  len = index;
   if (matches >= 1) redraw();
 }
 
@@ -34,41 +38,75 @@ void LineEditor::browse(char dir) {
     browseNdx = history.filled() ? CmdHistory::SLOTS - 1 : next;
   }
   snprintf(buf, MAX_CHARS, "%s", history.slot(browseNdx));
+  len = index = static_cast<int>(strlen(buf));
   redraw();
 }
 
-bool LineEditor::feed(char c) {
-  if (c == 0 || c == static_cast<char>(0xFF)) return false;  // no progress
-  ++count;
-  if (c == CR || c == LF) {
-    buf[index] = '\0';
-    return true;
-  }
-  if (c == TAB) {
-    complete();
-  } else if (c == BS || c == DEL) {
-    // The terminal echoed the key; the redraw puts the line back as it is.
-    if (index > 0) buf[--index] = '\0';
+// At the end of the line the terminal's echo already shows the character.
+void LineEditor::insert(char c) {
+  if (len >= MAX_CHARS - 1) {
+    out(BELL);
     redraw();
-  } else if (c == ESC) {
-    escape = true;
-  } else if (index < MAX_CHARS - 1) {
-    buf[index++] = c;
-    buf[index] = '\0';
-    if (escape) {
-      if (c == 'n' || c == 'p') browse(c);
-      index = static_cast<int>(strlen(buf));
-      escape = false;
-    }
+    return;
   }
-  if (count >= MAX_CHARS) {
-    buf[index < MAX_CHARS - 1 ? index : MAX_CHARS - 1] = '\0';
-    return true;
+  memmove(buf + index + 1, buf + index, static_cast<size_t>(len - index + 1));
+  buf[index++] = c;
+  ++len;
+  if (index < len) redraw();
+}
+
+void LineEditor::eraseAt(int at) {
+  if (at >= 0 && at < len) {
+    memmove(buf + at, buf + at + 1, static_cast<size_t>(len - at));
+    --len;
+    if (index > at) --index;
+  }
+  redraw();
+}
+
+void LineEditor::moveTo(int at) {
+  index = at < 0 ? 0 : at > len ? len : at;
+  redraw();
+}
+
+bool LineEditor::act(E_KEY key, char ch) {
+  switch (key) {
+    case KEY_ENTER: return true;
+    case KEY_TEXT: insert(ch); break;
+    case KEY_AFTER_ESC:
+      if (ch == 'n' || ch == 'p') {
+        browse(ch);
+      } else {
+        insert(ch);  // as text, and the cursor to the end
+        moveTo(len);
+      }
+      break;
+    case KEY_TAB: complete(); break;
+    case KEY_ERASE: eraseAt(index - 1); break;
+    case KEY_DELETE: eraseAt(index); break;
+    case KEY_EOF:
+      if (len == 0) return quit = true;
+      eraseAt(index);
+      break;
+    case KEY_UP: browse('p'); break;
+    case KEY_DOWN: browse('n'); break;
+    case KEY_LEFT: moveTo(index - 1); break;
+    case KEY_RIGHT: moveTo(index + 1); break;
+    case KEY_HOME: moveTo(0); break;
+    case KEY_END: moveTo(len); break;
+    case KEY_UNKNOWN: redraw(); break;  // its echo wiped
+    case KEY_NONE: break;
   }
   return false;
 }
 
-void LineEditor::finish() { buf[index] = '\0'; }
+bool LineEditor::feed(char c) {
+  char ch = 0;
+  E_KEY key = keys.feed(c, &ch);
+  return act(key, ch);
+}
+
+void LineEditor::finish() { buf[len] = '\0'; }
 
 void completeCmd(char* buf, int* len, int* matches) {
   CLOMap& map = CmdLineObjectMap::getCmdLineMap()->map;
@@ -99,7 +137,7 @@ void completeCmd(char* buf, int* len, int* matches) {
   buf[*len] = '\0';
 }
 
-E_STATUS getLine(char* buf, const char* prompt) {
+E_STATUS getLine(char* buf, const char* prompt, bool* ended) {
   if (!buf) return NULL_POINTER;
   LineEditor ed(buf, prompt ? prompt : "", cmdHistory(), [](const std::string& s) {
     fputs(s.c_str(), stdout);
@@ -107,11 +145,18 @@ E_STATUS getLine(char* buf, const char* prompt) {
   });
   for (;;) {
     char c = nonBlockingGetChar();
+    if (takeInterrupt()) {
+      // As the shells do: the line typed so far is dropped, and a new prompt follows on a line of its own.
+      buf[0] = '\0';
+      fputs("\n", stdout);
+      break;
+    }
     if (stdinAtEof()) {
       ed.finish();
       break;
     }
     if (ed.feed(c)) break;
   }
+  if (ended) *ended = ed.ended();
   return SUCCESS;
 }

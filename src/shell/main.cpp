@@ -1,11 +1,35 @@
+#include <cstdio>
+#include <cstring>
+#include <vector>
+
+#include "commands.h"
 #include "dcli.h"
 #include "layers.h"
+#include "progOpts.h"
 #include "termState.h"
 
 int main(int argc, char** argv) {
+  const ProgOpts opts = scanProgOpts(argc, argv);
+  if (opts.unknown) {
+    fprintf(stderr, "unknown option %s (--help lists the options)\n", opts.unknown);
+    return 2;
+  }
+  if (opts.help) {
+    progUsage(argv[0]);
+    return 0;
+  }
   saveTermState();
   connectLayers();
-  setCmdLine(argc, argv);
-  DCLI();
-  return 0;
+  if (opts.version) {
+    version(0, nullptr);
+    return 0;
+  }
+  // The command line is the program's name and the command words, as if no option had been given. The
+  // name without its folder: the room left for the command words does not depend on where it is installed.
+  std::vector<char*> words = {strrchr(argv[0], '/') ? strrchr(argv[0], '/') + 1 : argv[0]};
+  words.insert(words.end(), argv + opts.first, argv + argc);
+  setCmdLine(static_cast<int>(words.size()), words.data());
+  E_STATUS status = DCLI();
+  const bool oneShot = words.size() > 1;
+  return opts.exitStatus && oneShot ? exitCode(status) : 0;
 }

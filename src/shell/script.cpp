@@ -6,6 +6,8 @@
 #include "cmdLine.h"
 #include "dcli.h"
 #include "log.h"
+#include "processEnd.h"
+#include "progOpts.h"
 
 namespace {
 // The longest script line kept, far beyond a command line, so that banner
@@ -43,7 +45,7 @@ bool readScriptLine(FILE* f, char (&buf)[SCRIPT_LINE_MAX + 1], bool* cut) {
 void skipRest(FILE* f) {
   char rest[512];
   bool got;
-  while (!readToEnd(f, rest, sizeof rest, &got)) {
+  while (!readToEnd(f, rest, sizeof rest, &got) && !interrupted()) {
   }
 }
 
@@ -59,6 +61,9 @@ void echoLine(const char* line) {
     log(LOG_TERM, "%s", escPct(std::string(line + at, std::min(PIECE, n - at))).c_str());
   log(LOG_TERM, "\n");
 }
+
+// The worse of two statuses, as the exit status ranks them.
+E_STATUS worse(E_STATUS a, E_STATUS b) { return exitCode(b) > exitCode(a) ? b : a; }
 }  // namespace
 
 E_STATUS runScript(FILE* f, const char* name) {
@@ -66,7 +71,8 @@ E_STATUS runScript(FILE* f, const char* name) {
   char argv[MAX_ARGS][ARG_LEN];
   int argc;
   bool cut;
-  for (int lineNo = 1; readScriptLine(f, line, &cut); ++lineNo) {
+  E_STATUS worst = SUCCESS;
+  for (int lineNo = 1; !interrupted() && readScriptLine(f, line, &cut); ++lineNo) {
     if (cut) {
       // Said before the rest is read: an endless line (/dev/zero) is read until the operator interrupts.
       LOGERR(LOG_TERM, "line %d of file %s is longer than %d characters: cut there, the rest of it skipped\n", lineNo,
@@ -79,14 +85,19 @@ E_STATUS runScript(FILE* f, const char* name) {
     }
     if (!strcmp(line, "stop")) {
       log(LOG_TERM, "found stop - stopping\n");
-      return SUCCESS;
+      return worst;
     }
-    if (lineParser(&argc, argv, line) != SUCCESS) continue;  // refused with its reason; the script goes on
+    if (E_STATUS st = lineParser(&argc, argv, line); st != SUCCESS) {
+      worst = worse(worst, st);  // refused with its reason; the script goes on
+      continue;
+    }
     if (cmdExec(argc, argv) != SUCCESS) {
       LOGERR(LOG_TERM, "cmdExec failed\n");
-      return SUCCESS;
+      return worst;
     }
+    worst = worse(worst, lastCmdStatus());
   }
+  if (interrupted()) return FAILURE;
   // A directory, or a file the system cannot read: say so rather than run nothing in silence.
   if (ferror(f)) {
     int err = errno;
@@ -94,5 +105,5 @@ E_STATUS runScript(FILE* f, const char* name) {
     logErrno(LOG_TERM, err);
     return FAILURE;
   }
-  return SUCCESS;
+  return worst;
 }

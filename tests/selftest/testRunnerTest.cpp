@@ -37,7 +37,7 @@ TEST_F(SelfTest, RegistryListsAndRunsByName) {
   EXPECT_EQ(runCmd(testExec, "runtest").out, usage);
   EXPECT_EQ(runCmd(testExec, "runtest -h").out, usage);
   CmdResult r = runCmd(testExec, "runtest nosuch");
-  EXPECT_EQ(r.status, SUCCESS);
+  EXPECT_EQ(r.status, CMD_NOT_FOUND);
   EXPECT_EQ(r.out, "command not found\r\n");
   // A register walk this build cannot run still has its usage, and gives no verdict.
   EXPECT_EQ(runCmd(testExec, "runtest tmp0reg -l 2 -h").out, "-l <loops (0=>infinite)>\n");

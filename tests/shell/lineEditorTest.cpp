@@ -4,6 +4,7 @@
 
 #include "cmdHistory.h"
 #include "lineEditor.h"
+#include "textUtil.h"
 
 namespace {
 // Feeds keys to an editor and keeps what it drew.
@@ -67,25 +68,69 @@ TEST(LineEditor, EscPAndEscNBrowseTheHistory) {
   EXPECT_STREQ(e.buf, "one x");
 }
 
-TEST(LineEditor, EscOnEmptyHistoryAndArrowKeys) {
+TEST(LineEditor, EscOnEmptyHistoryShowsAnEmptyLine) {
   CmdHistory h;
   Editor e(h);
   e.keys("\x1bp");
   EXPECT_STREQ(e.buf, "");
   EXPECT_EQ(e.drawn, REDRAW);
-  // An arrow key is not a history key: its "[" ends the escape and is kept with its letter.
-  e.keys("\x1b[A\r");
-  EXPECT_STREQ(e.buf, "[A");
+  // Another character after ESC is text at the cursor, and the cursor goes to the end.
+  e.keys("ab\x1b[D\x1bxy\r");
+  EXPECT_STREQ(e.buf, "axby");
 }
 
-TEST(LineEditor, TwoHundredKeysEndTheLineAndIgnoredKeysDoNotCount) {
+// The cursor keys in both of the forms terminals send, as every Linux shell
+// reads them; sequences of no use here are dropped and their echo wiped.
+TEST(LineEditor, CursorKeysMoveBrowseAndEdit) {
+  CmdHistory h;
+  for (const char* l : {"one", "two"}) h.put(l);
+  struct Case { const char* keys; const char* line; } cases[] = {
+      {"\x1b[A", "two"}, {"\x1b[A\x1b[A", "one"}, {"\x1bOA\x1b[A\x1b[B", "two"},
+      {"ac\x1b[Db", "abc"}, {"ac\x1bODb\x1b[Cd", "abcd"}, {"bc\x1b[Ha\x1b[Fd", "abcd"},
+      {"abc\x1b[1~\x1b[3~", "bc"}, {"abc\x1b[D\x1b[D\x04", "ac"}, {"ab\x1b[D\x7f", "b"},
+      {"ab\x1b[15~\x1b[1;5A\x1b[Zc", "abc"}, {"\x1b[D\x1b[D\x7fx\x1b[C\x1b[C", "x"}};
+  for (const Case& c : cases) {
+    Editor e(h);
+    EXPECT_FALSE(e.keys(c.keys)) << c.keys;
+    EXPECT_TRUE(e.keys("\r"));
+    EXPECT_STREQ(e.buf, c.line) << c.keys;
+  }
+  // After a move the line is redrawn with the cursor put back: "ab", then one to the left.
+  Editor e(h);
+  e.keys("ab\x1b[D");
+  EXPECT_EQ(e.drawn, REDRAW + "ab\b");
+}
+
+// 199 characters fit; a further one rings the bell and is not taken. Only
+// Enter ends the line, however many keys came before it.
+TEST(LineEditor, LongLinesRingTheBellAndAreNeverSplit) {
   CmdHistory h;
   Editor e(h);
-  std::string keys;
-  for (int i = 0; i < 100; ++i) keys += std::string("a") + '\0' + '\xff';
-  EXPECT_FALSE(e.keys(keys));
-  EXPECT_TRUE(e.keys(std::string(100, 'b')));
-  EXPECT_EQ(std::string(e.buf).size(), 199u);
+  std::string keys = "ver";
+  for (int i = 0; i < 100; ++i) keys += "x\x7f";
+  EXPECT_FALSE(e.keys(keys + "sion"));
+  EXPECT_TRUE(e.keys("\r"));
+  EXPECT_STREQ(e.buf, "version");
+
+  Editor full(h);
+  EXPECT_FALSE(full.keys(std::string(199, 'a')));
+  EXPECT_TRUE(full.drawn.empty());
+  EXPECT_FALSE(full.keys("b\x1b[Hc"));
+  EXPECT_EQ(full.drawn.rfind("\a", 0), 0u);
+  EXPECT_EQ(countOf(full.drawn, "\a"), 2u);
+  EXPECT_FALSE(full.keys("\x1b[F\x7fz"));
+  EXPECT_TRUE(full.keys("\r"));
+  EXPECT_EQ(std::string(full.buf), std::string(198, 'a') + "z");
+}
+
+// Ctrl-D on an empty line ends the input; on a line it deletes under the cursor.
+TEST(LineEditor, CtrlDOnAnEmptyLineEndsTheInput) {
+  CmdHistory h;
+  Editor e(h);
+  EXPECT_FALSE(e.keys("a\x04"));
+  EXPECT_FALSE(e.ed.ended());
+  EXPECT_TRUE(e.keys("\x7f\x04"));
+  EXPECT_TRUE(e.ed.ended());
 }
 
 TEST(CmdHistory, RingSuppressesConsecutiveDuplicatesAndWraps) {

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cmdLine.h"
+#include "textUtil.h"
 
 namespace {
 struct Parsed {
@@ -30,14 +31,19 @@ TEST(LineParser, BlanksSeparateQuotesGroupAndEmptyArgumentsAreKept) {
   }
 }
 
-TEST(LineParser, LongLinesAndManyWordsStayInsideTheArray) {
-  Parsed p = parse(std::string(300, 'x'));
+// A line longer than a line can be, or of more than 20 words, is refused, not
+// cut: cut, it would run something else than was asked.
+TEST(LineParser, LongLinesAndManyWordsAreRefusedInsideTheArray) {
+  Parsed p = parse(std::string(199, 'x'));
   ASSERT_EQ(p.argc, 1);
-  EXPECT_EQ(std::string(p.argv[0]).size(), 198u);
+  EXPECT_EQ(std::string(p.argv[0]).size(), 198u);  // a word holds at most 198
 
-  // Only the first 200 characters of a line are read.
-  p = parse("a " + std::string(250, 'y'));
-  EXPECT_EQ(std::string(p.argv[1]).size(), 198u);
+  Parsed longLine;
+  std::string out = captured([&] {
+    EXPECT_EQ(lineParser(&longLine.argc, longLine.argv, ("a " + std::string(250, 'y')).c_str()), INVALID_STRING);
+  });
+  EXPECT_EQ(out, "the line is 252 characters long: at most 199 are taken; nothing was run\n");
+  EXPECT_EQ(longLine.argc, 1);
 
   // More than 20 words: refused, and nothing is written past the array's 20 rows.
   std::string words = "w0";

@@ -8,6 +8,8 @@
 #include <fstream>
 #include <string>
 
+#include "commands.h"
+#include "processEnd.h"
 #include "programs.h"
 #include "ptySession.h"
 #include "testEnv.h"
@@ -37,7 +39,8 @@ TEST(OneShot, HostileArgumentsAreHandled) {
   std::vector<std::string> words(40, "w");
   words[0] = "ec";
   EXPECT_EQ(runSim(words).exitCode, 0);
-  EXPECT_EQ(runSim({std::string(300, 'x')}).out, "command not found\r\n");
+  EXPECT_EQ(runSim({std::string(300, 'x')}).out,
+            "the line is 309 characters long: at most 199 are taken; nothing was run\n");
   EXPECT_EQ(runSim({"ec", "-cd", "%s%n%d%%"}).out, "");
   EXPECT_EQ(runSim({"\"unbalanced", "quote"}).out, "command not found\r\n");
 }
@@ -80,6 +83,50 @@ TEST(Interactive, HistoryAndQuit) {
   sh.type("q  ");
   sh.send(PtySession::ENTER);
   EXPECT_EQ(sh.waitExit(), 0);
+}
+
+// Ctrl-C stops the running command (an endless self-test here, which ends
+// its loop and gives its verdict) and the prompt comes back; at the prompt it
+// drops the line typed so far. Up brings back the last line; Ctrl-D ends the
+// shell.
+TEST(Interactive, CtrlCStopsTheCommandNotTheShell) {
+  Shell sh;
+  sh.type("runtest gpmcreg -l 0\r");
+  ASSERT_TRUE(sh.waitFor("<CR> to quit"));
+  sh.mark();
+  sh.send("\x03");
+  EXPECT_TRUE(sh.waitFor("PASSED\r\n\r\ninterrupted\r\ndiag> ")) << sh.since();
+  sh.mark();
+  sh.type("runtest gpmcreg");
+  sh.send("\x03");
+  EXPECT_TRUE(sh.waitFor("diag> "));
+  EXPECT_TRUE(contains(sh.line("ec -cd Scan"), "!1729"));
+  sh.mark();
+  sh.type("\x1b[A");
+  EXPECT_TRUE(sh.waitForLine("diag> ec -cd Scan")) << sh.currentLine();
+  sh.mark();
+  sh.send(PtySession::ENTER);
+  EXPECT_TRUE(sh.waitFor("!1729\r\ndiag> "));
+  // Typed ahead while a command runs, the terminal would still be in canonical mode and take Ctrl-D itself.
+  EXPECT_TRUE(sh.waitCanonical(false));
+  sh.send("\x04");
+  EXPECT_EQ(sh.waitExit(), 0);
+}
+
+// While the shell catches interrupts, the first is noted for the running
+// command and a second one before the shell took the first ends the process,
+// for a command that does not look.
+TEST(Interactive, SecondInterruptEndsTheShell) {
+  EXPECT_EXIT(
+      {
+        catchInterrupts(true);
+        raise(SIGINT);
+        if (!takeInterrupt() || interrupted()) _exit(3);
+        raise(SIGINT);
+        raise(SIGINT);
+        _exit(0);
+      },
+      testing::KilledBySignal(SIGINT), "");
 }
 
 TEST(Interactive, ScriptsRunFromThePrompt) {
@@ -153,6 +200,19 @@ TEST(UtilityCommands, DelaySystemBackgroundAndPause) {
   EXPECT_EQ(r.out, "Press Enter ");
   EXPECT_EQ(readFile(testPath("utp.out")), "done 100% %d\n");
   EXPECT_EQ(runSim({"utp"}, "ok%%\n").out, "...ok%\n");
+  // An answer that cannot be kept is not asked for; one that was not stored is said so.
+  r = runSim({"utp", "-m", "Press", "Enter", "-f", testPath("no/such/folder")}, "done\n");
+  EXPECT_EQ(r.out.substr(r.out.find(" - ")), " - unable to open file " + testPath("no/such/folder") +
+                                                  ": No such file or directory (2)\n");
+  r = runSim({"utp", "-m", "Press", "Enter", "-f", "/dev/full"}, "done\n");
+  EXPECT_TRUE(r.out.ends_with(" - unable to write file /dev/full: No space left on device (28)\n")) << r.out;
+
+  // A background command longer than its text can hold is refused, not cut.
+  char argv[3][ARG_LEN] = {"bg", "touch"};
+  snprintf(argv[2], ARG_LEN, "%s", (testPath("bg") + std::string(190, 'x')).c_str());
+  std::string said = captured([&] { EXPECT_EQ(bg(3, argv), INVALID_STRING); });
+  EXPECT_TRUE(said.starts_with("the background command is ")) << said;
+  EXPECT_TRUE(said.ends_with(" characters long: at most 198 are taken; nothing was run\n")) << said;
 }
 
 TEST(LogCommand, CategoriesAndArgumentChecks) {

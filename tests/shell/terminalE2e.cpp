@@ -54,17 +54,25 @@ void sig(PtySession& s, int n) { kill(s.programPid(), n); }
 }  // namespace
 
 TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
+  // Ctrl-C stops a command or drops a line; the shell then goes on until q.
+  auto interruptThenQ = [](PtySession& s) {
+    s.mark();
+    key(s, "\x03");
+    s.waitFor("diag> ");
+    s.type("q\r");
+  };
   const WayOut ways[] = {
       {"q", "", "", true, [](PtySession& s) { s.type("q\r"); }, 0, 0},
-      {"Ctrl-C at the prompt", "", "", true, [](PtySession& s) { key(s, "\x03"); }, -1, SIGINT},
+      {"Ctrl-D", "", "", true, [](PtySession& s) { key(s, "\x04"); }, 0, 0},
+      {"Ctrl-C at the prompt, then q", "", "", true, interruptThenQ, 0, 0},
       {"Ctrl-\\ at the prompt", "", "", true, [](PtySession& s) { key(s, "\x1c"); }, -1, SIGQUIT},
       {"terminate at the prompt", "", "", true, [](PtySession& s) { sig(s, SIGTERM); }, -1, SIGTERM},
       {"hang-up at the prompt", "", "", true, [](PtySession& s) { sig(s, SIGHUP); }, -1, SIGHUP},
       {"abort (a fatal fault)", "", "", true, [](PtySession& s) { sig(s, SIGABRT); }, -1, SIGABRT},
       {"terminate in gpmc -rc", "gpmc -m reg -rc -s", "continuously reading reg", true,
        [](PtySession& s) { sig(s, SIGTERM); }, -1, SIGTERM},
-      {"Ctrl-C in runtest -l 0", "runtest gpmcreg -l 0", "<CR> to quit", false,
-       [](PtySession& s) { key(s, "\x03"); }, -1, SIGINT},
+      {"Ctrl-C in gpmc -rc, then q", "gpmc -m reg -rc -s", "continuously reading reg", true, interruptThenQ, 0, 0},
+      {"Ctrl-C in runtest -l 0, then q", "runtest gpmcreg -l 0", "<CR> to quit", false, interruptThenQ, 0, 0},
   };
   const termios before = startModes();
   for (const WayOut& w : ways) {

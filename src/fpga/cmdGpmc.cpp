@@ -158,24 +158,18 @@ std::string keptName(const char* text) {
   return name.substr(0, FILE_NAME_MAX);
 }
 
-E_STATUS openFile(const char* given, const char* mode, FILE** f, std::string* keptAs = nullptr) {
-  std::string name = keptName(given);
-  *f = fopen(name.c_str(), mode);
-  if (!*f) {
-    LOGERR(LOG_TERM, "unable to open file %s\n", escPct(name).c_str());
-    return FAILURE;
-  }
-  if (keptAs) *keptAs = name;
-  return SUCCESS;
-}
-
 E_STATUS openFiles(const GpmcArgs& a, GpmcFiles& files) {
   if (a.outName) {
     const char* mode = a.dumpKind == GPMC_DUMP_BIN ? "w+b" : "w+";
-    E_STATUS status = openFile(a.outName, mode, &files.out, &files.outName);
+    E_STATUS status = files.out.open(keptName(a.outName), mode);
     if (status != SUCCESS) return status;
   }
-  return a.inName ? openFile(a.inName, "r", &files.in) : SUCCESS;
+  if (!a.inName) return SUCCESS;
+  std::string name = keptName(a.inName);
+  files.in = fopen(name.c_str(), "r");
+  if (files.in) return SUCCESS;
+  LOGERR(LOG_TERM, "unable to open file %s\n", escPct(name).c_str());
+  return FAILURE;
 }
 }  // namespace
 

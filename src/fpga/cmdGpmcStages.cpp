@@ -12,6 +12,7 @@
 #include "gpmcWordDump.h"
 #include "keyInput.h"
 #include "log.h"
+#include "processEnd.h"
 #include "termState.h"
 
 namespace {
@@ -116,13 +117,9 @@ E_STATUS readBlock(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsigned l
   if (!a.silent) toDump = [&dump](unsigned long off, unsigned short word) { dump.add(off, word); };
   E_STATUS status = dev->read({buf, n}, offset, &got, toDump);
   if (!a.silent) dump.finish();
-  if (status != SUCCESS || !files.out || a.dumpKind == GPMC_DUMP_CTF) return status;
-  gpmcDumpBlock(files.out, a.dumpKind, buf, got, a.sincorr);
-  if (ferror(files.out)) {
-    LOGERR(LOG_TERM, "%s->fgood() failed\n", escPct(files.outName).c_str());
-    return FAILURE;
-  }
-  return SUCCESS;
+  if (status != SUCCESS || !files.out.isOpen() || a.dumpKind == GPMC_DUMP_CTF) return status;
+  gpmcDumpBlock(files.out.stream(), a.dumpKind, buf, got, a.sincorr);
+  return files.out.check();
 }
 
 E_STATUS readStage(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsigned long offset) {
@@ -151,7 +148,7 @@ E_STATUS contReadStage(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsign
   E_STATUS status = SUCCESS;
   for (; status == SUCCESS; offset += BLOCK_BYTES) {
     status = readBlock(dev, a, files, offset, BLOCK_WORDS);
-    if (quitTyped()) break;
+    if (quitTyped() || interrupted()) break;
   }
   nonblock(false);
   return status;
@@ -179,7 +176,8 @@ E_STATUS invertStage(const GpmcArgs& a) {
 E_STATUS collectToFile(const GpmcArgs& a, GpmcFiles& files) {
   GpmcDev* ibuf = lookup("ibuf");
   if (!ibuf) return FAILURE;
-  return GpmcDevBuf(*ibuf).rdOBufToFile(files.out, static_cast<int>(a.ctfSamples));
+  E_STATUS status = GpmcDevBuf(*ibuf).rdOBufToFile(files.out.stream(), static_cast<int>(a.ctfSamples));
+  return status == SUCCESS ? files.out.check() : status;
 }
 
 E_STATUS driverAcquisition(const GpmcArgs& a) {
@@ -203,5 +201,7 @@ E_STATUS gpmcStages(const GpmcArgs& a, GpmcFiles& files) {
   if (status == SUCCESS && a.contRead) status = contReadStage(t.dev, a, files, offset);
   if (status == SUCCESS && a.timeCycles) status = timeCycles(t.reg);
   if (status == SUCCESS && (a.caon || a.caoff)) status = driverAcquisition(a);
-  return status;
+  // What was dumped counts only once it is stored.
+  E_STATUS closed = files.out.close();
+  return status == SUCCESS ? closed : status;
 }

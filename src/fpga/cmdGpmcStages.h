@@ -4,6 +4,7 @@
 
 #include "diagStatus.h"
 #include "gpmcFileDump.h"
+#include "outFile.h"
 
 // What the gpmc command was asked to do, as its option scan found it.
 struct GpmcArgs {
@@ -16,13 +17,12 @@ struct GpmcArgs {
   unsigned long nWr = 1, nRd = 1, data = 0, offset = 0, invFlag = 0, invChan = 0, ctfSamples = 0;
 };
 
-// The files a command works with; closed whatever way the command ends.
+// The files a command works with; closed whatever way the command ends. The
+// dump file is checked at every block and when the command closes it.
 struct GpmcFiles {
-  std::string outName;
-  FILE* out = nullptr;
+  OutFile out;
   FILE* in = nullptr;
   ~GpmcFiles() {
-    if (out) fclose(out);
     if (in) fclose(in);
   }
 };

@@ -3,7 +3,9 @@
 
 #include "argScan.h"
 #include "commands.h"
+#include "keyInput.h"
 #include "log.h"
+#include "outFile.h"
 
 namespace {
 char UTPStr[200];
@@ -13,16 +15,20 @@ const char* const usage[] = {"- pause for a UTP action", "-f <filename>", "-m <\
 // words up to the next option.
 const OptDecl opts[] = {helpOpt(), wordOpt("-f"), wordsOpt("-m", false)};
 
-// Reads the operator's answer, up to and including the newline.
-void readAnswer() {
+// Reads the operator's answer, up to and including the newline. False when an
+// interrupt at the prompt stopped the wait.
+bool readAnswer() {
   size_t n = 0;
+  UTPStr[0] = '\0';
   while (n < sizeof UTPStr - 1) {
+    if (!waitInput()) return false;
     int c = fgetc(stdin);
     if (c == EOF) break;
     UTPStr[n++] = static_cast<char>(c);
     if (c == '\n') break;
   }
   UTPStr[n] = '\0';
+  return true;
 }
 
 // The message words joined by blanks; where an option stopped them, the blank before it stays.
@@ -40,17 +46,15 @@ E_STATUS utp(int argc, char argv[][ARG_LEN]) {
   ArgScan scan(utpCmd.args, argc, argv);
   E_STATUS st = scan.run();
   if (st != SUCCESS || scan.ended()) return st;
-  // A file that cannot be opened is replaced by the terminal.
-  FILE* out = scan.has("-f") ? fopen(scan.word("-f"), "a+") : nullptr;
+  // A file that cannot be opened is refused before the operator is asked: an
+  // answer that cannot be kept is never asked for.
+  OutFile out;
+  if (scan.has("-f") && out.open(scan.word("-f"), "a+") != SUCCESS) return FAILURE;
   log(LOG_TERM, "%s", escPct(message(scan)).c_str());
-  readAnswer();
-  if (out) {
-    fputs(fmtNoArgs(UTPStr).c_str(), out);
-    fclose(out);
-  } else {
-    logText(LOG_TERM, UTPStr);
-  }
-  return SUCCESS;
+  if (!readAnswer()) return FAILURE;
+  if (!out.isOpen()) return logText(LOG_TERM, UTPStr);
+  fputs(fmtNoArgs(UTPStr).c_str(), out.stream());
+  return out.close();
 }
 
 constinit const CmdDecl utpCmd = {

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "chipAlias.h"
 #include "kernelFault.h"
 #include "simStore.h"
 
@@ -135,7 +136,11 @@ int simCtl(const std::vector<std::string>& args, std::string& out) {
   if (cmd == "set") return set(s, args, out);
   if (cmd == "revision" && args.size() == 2) return revision(s, args[1], out);
   if (cmd == "fpga") return fpgaCtl(s, args, out);
-  if (cmd == "i2c") return i2cCtl(s, args, out);
+  if (cmd == "i2c") {
+    int rc = i2cCtl(s, withSimChipNames(args), out);
+    if (rc != 0 && out.rfind("unknown chip", 0) == 0) out.insert(out.find('\n'), std::string(": ") + chipNameHint());
+    return rc;
+  }
   if (cmd == "kernel") return kernelCtl(s, args, out);
   out = "unknown command\n" + usage();
   return 2;

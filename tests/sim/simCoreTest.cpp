@@ -119,3 +119,22 @@ TEST(SimCtl, RefusesTemperaturesOutsideTheSensorsRange) {
   }
   EXPECT_NE(simctl({"show"}).find("temp 45.5\n"), std::string::npos);
 }
+
+// An operator reads the program's chip names in i2c -l; diag-simctl takes
+// them as well as its own, and an unknown name says where the names are.
+TEST(SimCtl, TakesTheProgramsChipNamesToo) {
+  simctl({"reset"});
+  simctl({"i2c", "absent", "bpEeprom", "on"});
+  const std::string list = simctl({"i2c", "list"});
+  const size_t line = list.find("\nbp-eeprom ");
+  ASSERT_NE(line, std::string::npos) << list;
+  EXPECT_NE(list.substr(line, list.find('\n', line + 1) - line).find(" absent"), std::string::npos) << list;
+  std::string out;
+  EXPECT_EQ(sim::simCtl({"i2c", "absent", "bp-eeprom", "off"}, out), 0);
+  EXPECT_EQ(sim::simCtl({"i2c", "nack", "fpEeprom", "on"}, out), 0);  // the front-panel processor's: fpp-eeprom
+  EXPECT_EQ(sim::simCtl({"i2c", "absent", "bpEEPROM", "on"}, out), 2);
+  EXPECT_EQ(out.substr(0, out.find('\n')),
+            "unknown chip bpEEPROM: diag-simctl i2c list names the chips of this board (the program's names, such as "
+            "bpEeprom, are taken too)");
+  simctl({"reset"});
+}

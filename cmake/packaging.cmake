@@ -41,6 +41,8 @@ install(FILES ${DIAG_DOC_DIR}/diag.bash-completion DESTINATION share/bash-comple
   COMPONENT diag)
 install(FILES cmake/debian/copyright ${DIAG_DOC_DIR}/diag/changelog.Debian.gz DESTINATION share/doc/diag
   COMPONENT diag)
+# The sample production script the README walks through.
+install(FILES examples/production.txt DESTINATION share/doc/diag/examples COMPONENT diag)
 
 install(TARGETS diag-sim diag-simctl RUNTIME DESTINATION bin COMPONENT diag-sim)
 install(FILES ${DIAG_DOC_DIR}/diag-sim.1.gz ${DIAG_DOC_DIR}/diag-simctl.1.gz DESTINATION share/man/man1
@@ -49,6 +51,7 @@ install(FILES ${DIAG_DOC_DIR}/diag-sim.bash-completion DESTINATION share/bash-co
   COMPONENT diag-sim)
 install(FILES cmake/debian/copyright ${DIAG_DOC_DIR}/diag-sim/changelog.Debian.gz docs/simulator.md docs/sim-fpga.md
   docs/sim-i2c.md DESTINATION share/doc/diag-sim COMPONENT diag-sim)
+install(FILES examples/production.txt DESTINATION share/doc/diag-sim/examples COMPONENT diag-sim)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME diag)

@@ -20,14 +20,10 @@
 // that the instrument's and other users' semaphores are not touched.
 #include <fcntl.h>
 #include <poll.h>
-#include <sched.h>
 #include <signal.h>
-#include <sys/mount.h>
-#include <sys/utsname.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <chrono>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -37,25 +33,14 @@
 #include <string>
 #include <vector>
 
-namespace {
-using Clock = std::chrono::steady_clock;
+#include "stressRun.h"
 
+namespace {
 constexpr int STALL_MS = 3000;
 constexpr int ROUNDS = 2000;  // of the script: far more than a worker lives
 constexpr int MAX_GAP_US = 8000;  // between kills: uniform in [0, MAX_GAP_US)
 const char COMM_EEPROM[] = "5a39203039393620";  // "Z9 0996 "
 const char FC_EEPROM[] = "5a39203039393520";  // "Z9 0995 "
-
-long long nowMs() {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now().time_since_epoch()).count();
-}
-
-std::string privateShm() {
-  if (unshare(CLONE_NEWNS) != 0) return std::string("unshare: ") + strerror(errno);
-  if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) return std::string("mount: ") + strerror(errno);
-  if (mount("tmpfs", "/dev/shm", "tmpfs", 0, "mode=1777") != 0) return std::string("tmpfs: ") + strerror(errno);
-  return "";
-}
 
 // The scratch register values worker slot w may write: distinct per slot.
 unsigned scratchValue(int w, int round) { return 0xa000u | (static_cast<unsigned>(w) << 8) | (round & 0xff); }
@@ -234,31 +219,19 @@ private:
 }  // namespace
 
 int main(int argc, char** argv) {
-  long kills = argc > 1 ? atol(argv[1]) : 10000;
-  int workers = argc > 2 ? atoi(argv[2]) : 8;
-  unsigned seed = argc > 3 ? static_cast<unsigned>(strtoul(argv[3], nullptr, 0)) : static_cast<unsigned>(time(nullptr));
-  if (kills < 1 || workers < 2 || workers > 16) {
-    fprintf(stderr, "usage: diag_sem_stress [KILLS (at least 1) [WORKERS (2 to 16) [SEED]]]\n");
+  StressArgs a = {10000, 8, 0};
+  if (!stressArgs(argc, argv, "diag_sem_stress [KILLS (at least 1) [WORKERS (2 to 16) [SEED]]]", &a, 2) ||
+      !ownShm("diag_sem_stress"))
     return 2;
-  }
-  std::string why = privateShm();
-  if (!why.empty()) {
-    fprintf(stderr, "diag_sem_stress needs a /dev/shm of its own (run it as root): %s\n", why.c_str());
-    return 2;
-  }
   signal(SIGPIPE, SIG_IGN);
-  const char* other = getenv("DIAG_BENCH_SIM");
-  Stress s(other && *other ? other : DIAG_SIM_BIN, workers, seed);
+  Stress s(simProgram(), a.workers, a.seed);
   long long t0 = nowMs();
-  Figures f = s.run(kills);
-  double secs = (nowMs() - t0) / 1000.0;
+  Figures f = s.run(a.count);
   bool finalOk = s.finalAccessesComplete();
-  struct utsname u;
-  uname(&u);
-  printf("kills %ld, workers %d, seed %u\n", f.kills, workers, seed);
+  printf("kills %ld, workers %d, seed %u\n", f.kills, a.workers, a.seed);
   printf("wedges %ld, torn words %ld, words checked %ld\n", f.wedges, f.torn, f.words);
   printf("recoveries %ld, waits reported %ld, final accesses %s\n", f.recoveries, f.waits,
          finalOk ? "completed" : "did NOT complete within 3 s");
-  printf("duration %.1f s, %ld cores, %s %s\n", secs, sysconf(_SC_NPROCESSORS_ONLN), u.sysname, u.machine);
+  printRunLine(t0);
   return f.wedges == 0 && f.torn == 0 && finalOk ? 0 : 1;
 }

@@ -118,13 +118,15 @@ bool LockFile::open(const char* semName) {
   return true;
 }
 
-E_STATUS LockFile::lock(const char* semName) {
+E_STATUS LockFile::lock(const char* semName, SemRecord* found) {
   for (int round = 0; round < MAX_REOPENS; ++round) {
     if (fd < 0 && !open(semName)) return FAILURE;
     E_STATUS st = waitFlock(semName);
     if (st != SUCCESS) return st;
-    if (stillAtPath()) {
-      repair(semName);
+    struct stat opened;
+    if (stillAtPath(&opened)) {
+      SemRecord r = repaired(semName, opened);
+      if (found) *found = r;
       return SUCCESS;
     }
     // Replaced or removed meanwhile: the file now at the path is the one the other processes lock.
@@ -157,23 +159,25 @@ E_STATUS LockFile::waitFlock(const char* semName) const {
 
 void LockFile::unlock() const { flock(fd, LOCK_UN); }
 
-bool LockFile::stillAtPath() const {
-  struct stat opened, named;
-  return fstat(fd, &opened) == 0 && lstat(lockPath, &named) == 0 && opened.st_dev == named.st_dev &&
-         opened.st_ino == named.st_ino;
+bool LockFile::stillAtPath(struct stat* opened) const {
+  struct stat named;
+  return fstat(fd, opened) == 0 && lstat(lockPath, &named) == 0 && opened->st_dev == named.st_dev &&
+         opened->st_ino == named.st_ino;
 }
 
 // Under the flock no process of ours is half-way through the record, so one
 // that is not whole was changed by another program; what it said is lost, and
 // "free" is the one safe reading: the semaphore's own value still tells
 // whether it is held.
-void LockFile::repair(const char* semName) const {
-  struct stat st;
-  if (fstat(fd, &st) == 0 && st.st_size == static_cast<off_t>(sizeof(SemRecord)) && whole(record())) return;
-  if (ftruncate(fd, sizeof(SemRecord)) != 0) return;
+SemRecord LockFile::repaired(const char* semName, const struct stat& opened) const {
+  SemRecord r = record();
+  if (opened.st_size == static_cast<off_t>(sizeof(SemRecord)) && whole(r)) return r;
+  r = {SEM_FREE, 0};
+  if (ftruncate(fd, sizeof(SemRecord)) != 0) return r;
   note(SEM_FREE, 0);
   log(LOG_TERM | LOG_SYS, "repaired lock file %s of semaphore %s, which another program had cut, grown or overwritten\n",
       lockPath, semName);
+  return r;
 }
 
 SemRecord LockFile::record() const {

@@ -6,8 +6,11 @@
 
 #include "diagStatus.h"
 
-// How far the holder of a semaphore's lock got. Fixed-width fields: the 32-bit
-// and the 64-bit build on one machine share the file.
+// How far the holder of a semaphore's lock got: "taking" from before its take
+// to the end of its give (the semaphore's value tells the two apart), "held"
+// when it took over a dead process's hold. "giving" is a phase of earlier
+// builds, still read. Fixed-width fields: the 32-bit and the 64-bit build on
+// one machine share the file.
 enum E_SEM_PHASE : int32_t { SEM_FREE = 0, SEM_TAKING = 1, SEM_HELD = 2, SEM_GIVING = 3 };
 struct SemRecord {
   int32_t phase;
@@ -35,10 +38,10 @@ public:
   bool open(const char* semName);
   // Takes the flock, polling; after 5 s of waiting says once which process
   // holds it, or that it cannot be named. FAILURE when the file is refused or
-  // an interrupt ended the wait (errno EINTR then).
-  E_STATUS lock(const char* semName);
+  // an interrupt ended the wait (errno EINTR then). The record found under the
+  // lock (after any repair) in *found.
+  E_STATUS lock(const char* semName, SemRecord* found = nullptr);
   void unlock() const;
-  SemRecord record() const;
   // Async-signal-safe: a process notes its phase from its ending signal too.
   void note(E_SEM_PHASE phase, int32_t pid) const;
   // In a forked child: an open file of its own, since a flock belongs to the
@@ -48,8 +51,9 @@ public:
 
 private:
   E_STATUS waitFlock(const char* semName) const;
-  bool stillAtPath() const;
-  void repair(const char* semName) const;
+  bool stillAtPath(struct stat* opened) const;
+  SemRecord record() const;
+  SemRecord repaired(const char* semName, const struct stat& opened) const;
   void reportHolder(const char* semName) const;
 
   char lockPath[64] = {};

@@ -92,11 +92,12 @@ void SharedSem::leave() {
 
 E_STATUS SharedSem::take() {
   if (!sem || enterGate() != SUCCESS) return FAILURE;
-  if (lockFile.lock(name) != SUCCESS) {
+  SemRecord rec;
+  if (lockFile.lock(name, &rec) != SUCCESS) {
     sem_post(&gate);
     return FAILURE;
   }
-  if (adoptFromDead()) return SUCCESS;
+  if (adoptFromDead(rec)) return SUCCESS;
   PollPause pause;
   for (;;) {
     int err = tryTake();
@@ -120,12 +121,11 @@ E_STATUS SharedSem::take() {
 }
 
 // Under the lock, a record not back to free was left by a process of ours
-// that died half-way through a take or a give; the semaphore at 0 says that it
-// held it then.
-bool SharedSem::adoptFromDead() {
+// that died between a take and the end of its give; the semaphore at 0 says
+// that it held it then.
+bool SharedSem::adoptFromDead(const SemRecord& r) {
   EndDeferred step;
   int value = 1;
-  SemRecord r = lockFile.record();
   if (r.phase == SEM_FREE || sem_getvalue(sem, &value) != 0 || value > 0) return false;
   int32_t dead = r.pid;
   lockFile.note(SEM_HELD, getpid());
@@ -135,25 +135,27 @@ bool SharedSem::adoptFromDead() {
   return true;
 }
 
-// One attempt, 0 or the error. Killed at any instruction of it, the process
-// leaves "taking" with the semaphore untouched (value 1: an ordinary take
-// follows) or taken (value 0: adopted), or "held", or "free".
+// One attempt, 0 or the error. "taking" stays in the record while the
+// semaphore is held: with the value it tells all that the next process needs,
+// and each note is a system call on every FPGA word. Killed at any instruction
+// of it or of the hold, the process leaves "taking" with the semaphore
+// untouched (value 1: an ordinary take follows) or taken (value 0: adopted),
+// or "free".
 int SharedSem::tryTake() {
   EndDeferred step;
   lockFile.note(SEM_TAKING, getpid());
   int err = sem_trywait(sem) == 0 ? 0 : errno;
-  lockFile.note(err ? SEM_FREE : SEM_HELD, getpid());
+  if (err) lockFile.note(SEM_FREE, getpid());
   isHeld = err == 0;
   return err;
 }
 
-// Killed at any instruction, the process leaves "held" or "giving" with the
-// semaphore at 0 (adopted), "giving" with it posted (an ordinary take
-// follows), or "free".
+// Killed at any instruction, the process leaves its record (taking, or held
+// when it adopted) with the semaphore at 0 (adopted) or posted (an ordinary
+// take follows), or "free".
 void SharedSem::give() {
   EndDeferred step;
   if (!isHeld.exchange(false)) return;
-  lockFile.note(SEM_GIVING, getpid());
   sem_post(sem);
   lockFile.note(SEM_FREE, getpid());
   lockFile.unlock();

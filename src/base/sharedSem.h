@@ -12,7 +12,7 @@
 // 0666 like the semaphore (see lockFile.h for how it is kept whole against
 // other users' programs). A process of ours holds the file's flock from
 // before it takes the semaphore until after it has given it back, and keeps a
-// small record in the file of how far it got: taking, holding, giving, free,
+// small record in the file of how far it got (taking or holding, or free)
 // and its process id. The kernel releases a flock when the process holding it
 // dies, however it dies (kill -9 and a debugger's kill included). So whoever
 // gets the lock is the only process of ours touching the semaphore, and if the
@@ -60,7 +60,7 @@ private:
   sem_t* openSemLocked();
   E_STATUS enterGate();
   void leave();
-  bool adoptFromDead();
+  bool adoptFromDead(const SemRecord& r);
   int tryTake();
 
   const char* name;

@@ -20,6 +20,12 @@ E_KEY KeyDecoder::feed(char c, char* ch) {
       *ch = c;
       return KEY_AFTER_ESC;
     case SEQUENCE:
+      // A control key inside a sequence is itself, and the sequence is dropped (as terminals do): Enter
+      // after a cut-off sequence still ends the line.
+      if (static_cast<unsigned char>(c) < 0x20 || c == DEL) {
+        state = PLAIN;
+        return single(c, ch);
+      }
       if (c >= '0' && c <= '9') {
         param = param < 0 || param * 10 + (c - '0') > LONGEST_PARAM ? -1 : param * 10 + (c - '0');
         return KEY_NONE;

@@ -5,15 +5,15 @@
 // A killed process leaves behind only what is in /dev/shm: the files, their
 // bytes and the flocks held on them. That changes only by a system call or by
 // a store into a shared mapping, and the program stores into one (the
-// semaphore and the lock file's record) only inside the lock file's methods
-// that take and give. So the program is run once under ptrace from the first
-// call of the semaphore's getter to its end, stopping at every system call and
-// stepping through those methods one instruction at a time, and every
-// instruction that changed the state is noted, as the n-th execution of the
-// instruction at its address. Killing the program right after each of them,
-// and at the opening, covers every state a kill can leave: each run stops at
-// the noted execution by a breakpoint, checks that its next step changes the
-// state again, and is killed there.
+// semaphore; the lock file's record is written with system calls) only inside
+// the methods that take and give. So the program is run once under ptrace
+// from the first call of the semaphore's getter to its end, stopping at every
+// system call and stepping through those methods one instruction at a time,
+// and every instruction that changed the state is noted, as the n-th
+// execution of the instruction at its address. Killing the program right
+// after each of them, and at the opening, covers every state a kill can leave:
+// each run stops at the noted execution by a breakpoint, checks that its next
+// step changes the state again, and is killed there.
 #include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
@@ -237,9 +237,9 @@ void expectEveryKillSettled(const char* semName, const Window& w) {
   RUN_ISOLATED(report, [&] { return killEverywhere(semName, w); });
   int states = 0, held = 0;
   ASSERT_EQ(sscanf(report.c_str(), "states %d, held %d", &states, &held), 2) << report;
-  // Free, locked, taken, held, given, unlocked at the least; held in several of them.
+  // Free, locked, taking, taken, given, unlocked at the least; held in at least one of them.
   EXPECT_GE(states, 6) << report;
-  EXPECT_GE(held, 2) << report;
+  EXPECT_GE(held, 1) << report;
   EXPECT_EQ(report.substr(report.find('\n') + 1), "");
 }
 }  // namespace

@@ -62,6 +62,11 @@ TEST(LockFile, DamageIsRepairedAndWhatIsNotOursIsRefusedInOneLine) {
     r += accessAfter("link", [target] { replaceBy([target] { symlink(target.c_str(), LOCK.c_str()); }); });
     unlink(LOCK.c_str());
     r += accessAfter("removed", [] {});
+    // The semaphore's own file is refused the same way when it is not a regular file.
+    RunResult sem = (unlink("/dev/shm/sem.diagGPMCSem"), mkdir("/dev/shm/sem.diagGPMCSem", 0777),
+                     runSim({"gpmc", "-m", "reg", "-r", "1"}));
+    rmdir("/dev/shm/sem.diagGPMCSem");
+    r += contains(sem.out, "semaphore file /dev/shm/sem.diagGPMCSem is not a regular file; remove it") ? "" : sem.out;
     return r + "dangling target " + std::to_string(fileSize("/tmp/diag-lock-target")) + "\n";
   });
   const std::string repaired = "\n   of semaphore diagGPMCSem, which another program had cut, grown or overwritten\n";

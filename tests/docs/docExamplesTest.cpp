@@ -1,6 +1,7 @@
-// Docs that run: every command example in README.md and docs/*.md is run on
-// the simulated instrument and must print what the page shows. How an example
-// is written and marked is in docs/testing.md ("Examples in the docs"):
+// Docs that run: every command example in README.md, docs/*.md and
+// bench/README.md is run on the simulated instrument and must print what the
+// page shows. How an example is written and marked is in docs/testing.md
+// ("Examples in the docs"):
 //
 //   ```diag                    each "diag> LINE" runs as a one-shot diag-sim LINE;
 //   diag> ec -cd Scan          the lines after it, up to the next, are what it prints
@@ -69,8 +70,7 @@ std::string shown(const std::string& line) {
 std::vector<Block> blocksOf(const fs::path& page, std::vector<std::string>* loose) {
   std::vector<Block> blocks;
   std::vector<std::string> lines = splitLines(readFile(page.string()));
-  const std::string name = page.filename() == "README.md" && page.parent_path().filename() != "docs"
-                               ? "README.md" : "docs/" + page.filename().string();
+  const std::string name = fs::relative(page, DIAG_SOURCE_DIR).string();
   for (size_t i = 0; i < lines.size(); ++i) {
     const size_t indent = lines[i].find_first_not_of(' ');
     const std::string text = indent == std::string::npos ? "" : lines[i].substr(indent);
@@ -179,8 +179,9 @@ std::string runBlock(const Block& b, int n) {
 }  // namespace
 
 TEST(DocExamples, EveryExampleRunsAndPrintsWhatThePageShows) {
-  std::vector<fs::path> pages = {fs::path(DIAG_SOURCE_DIR) / "README.md"};
-  for (const auto& e : fs::directory_iterator(fs::path(DIAG_SOURCE_DIR) / "docs"))
+  const fs::path top = DIAG_SOURCE_DIR;
+  std::vector<fs::path> pages = {top / "README.md", top / "bench/README.md"};
+  for (const auto& e : fs::directory_iterator(top / "docs"))
     if (e.path().extension() == ".md" && std::find(std::begin(LEFT_OUT), std::end(LEFT_OUT), e.path().filename()) ==
                                              std::end(LEFT_OUT))
       pages.push_back(e.path());

@@ -228,7 +228,8 @@ private:
       f.repairs += p.text.find("repaired lock file") != std::string::npos;
       f.refusals += p.text.find("it is not a lock file of diag") != std::string::npos ||
                     p.text.find("diag-sim: the simulator state") != std::string::npos;
-      clean = clean && p.text.find("\n0004: ") != std::string::npos && p.text.find("5a392030393936") != std::string::npos;
+      clean = clean && p.text.find("\n0004: ") != std::string::npos &&
+              p.text.find("5a392030393936") != std::string::npos;  // the FPGA word and "Z9 0996"
     }
     if (!ended) fprintf(stderr, "wedge after %s of %s\n", DAMAGE_NAMES[kind], target.c_str());
     f.cleanRounds += clean;

@@ -41,9 +41,12 @@ inline bool stressArgs(int argc, char** argv, const char* usage, StressArgs* a, 
 // private mount namespace, as root). False, said, when it cannot.
 inline bool ownShm(const char* program) {
   std::string why;
-  if (unshare(CLONE_NEWNS) != 0) why = std::string("unshare: ") + strerror(errno);
-  else if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0) why = std::string("mount: ") + strerror(errno);
-  else if (mount("tmpfs", "/dev/shm", "tmpfs", 0, "mode=1777") != 0) why = std::string("tmpfs: ") + strerror(errno);
+  if (unshare(CLONE_NEWNS) != 0)
+    why = std::string("unshare: ") + strerror(errno);
+  else if (mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0)
+    why = std::string("mount: ") + strerror(errno);
+  else if (mount("tmpfs", "/dev/shm", "tmpfs", 0, "mode=1777") != 0)
+    why = std::string("tmpfs: ") + strerror(errno);
   if (why.empty()) return true;
   fprintf(stderr, "%s needs a /dev/shm of its own (run it as root): %s\n", program, why.c_str());
   return false;

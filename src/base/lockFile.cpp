@@ -175,8 +175,9 @@ SemRecord LockFile::repaired(const char* semName, const struct stat& opened) con
   r = {SEM_FREE, 0};
   if (ftruncate(fd, sizeof(SemRecord)) != 0) return r;
   note(SEM_FREE, 0);
-  log(LOG_TERM | LOG_SYS, "repaired lock file %s of semaphore %s, which another program had cut, grown or overwritten\n",
-      lockPath, semName);
+  log(LOG_TERM | LOG_SYS,
+      "repaired lock file %s of semaphore %s, which another program had cut, grown or overwritten\n", lockPath,
+      semName);
   return r;
 }
 
@@ -204,8 +205,8 @@ void LockFile::reopen() {
 void LockFile::reportHolder(const char* semName) const {
   pid_t pid = flockHolder(fd);
   if (pid <= 0) {
-    log(LOG_TERM, "waiting for semaphore %s: its lock file %s is held by a process that cannot be named here\n", semName,
-        lockPath);
+    log(LOG_TERM, "waiting for semaphore %s: its lock file %s is held by a process that cannot be named here\n",
+        semName, lockPath);
     return;
   }
   std::string name = commandOf(pid);

@@ -18,7 +18,9 @@ LineEditor::LineEditor(char* buf, const char* prompt, CmdHistory& history, Outpu
 }
 
 // The whole line, then the cursor back to its place (a backspace moves it one to the left).
-void LineEditor::redraw() { out(CLEAR_LINE + "\r" + prompt + buf + std::string(static_cast<size_t>(len - index), '\b')); }
+void LineEditor::redraw() {
+  out(CLEAR_LINE + "\r" + prompt + buf + std::string(static_cast<size_t>(len - index), '\b'));
+}
 
 void LineEditor::complete() {
   buf[index] = '\0';

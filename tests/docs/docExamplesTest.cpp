@@ -83,7 +83,8 @@ std::vector<Block> blocksOf(const fs::path& page, std::vector<std::string>* loos
     Block b{name, static_cast<int>(i + 1), trimRight(text.substr(3)), "", {}};
     if (i > 0 && lines[i - 1].find(NOT_RUN) != std::string::npos) {
       const std::string& m = lines[i - 1];
-      b.notRun = trimRight(m.substr(m.find(NOT_RUN) + NOT_RUN.size(), m.find("-->") - m.find(NOT_RUN) - NOT_RUN.size()));
+      const size_t from = m.find(NOT_RUN) + NOT_RUN.size();
+      b.notRun = trimRight(m.substr(from, m.find("-->") - from));
     }
     for (++i; i < lines.size() && lines[i].find("```") == std::string::npos; ++i)
       b.lines.push_back(trimRight(lines[i].size() > indent ? lines[i].substr(indent) : ""));
@@ -136,7 +137,9 @@ std::string blockDir(int n) {
   const std::string dir = testPath("doc" + std::to_string(n));
   mkdir(dir.c_str(), 0755);
   mkdir((dir + "/bin").c_str(), 0755);
-  for (const auto& [name, bin] : {std::pair{"diag", diagBin()}, {"diag-sim", diagSimBin()}, {"diag-simctl", simctlBin()}}) {
+  const std::pair<const char*, std::string> programs[] = {
+      {"diag", diagBin()}, {"diag-sim", diagSimBin()}, {"diag-simctl", simctlBin()}};
+  for (const auto& [name, bin] : programs) {
     std::string exec = "exec";
     for (const std::string& w : programArgv(bin, {})) exec += " " + shQuoted(w);
     writeFile(dir + "/bin/" + name, "#!/bin/sh\n" + exec + " \"$@\"\n");
@@ -200,7 +203,8 @@ TEST(DocExamples, EveryExampleRunsAndPrintsWhatThePageShows) {
       }
       if (b.kind != "diag" && b.kind != "sh") {
         for (const std::string& l : b.lines)
-          EXPECT_FALSE(l.rfind("diag> ", 0) == 0 || l.rfind("$ ", 0) == 0) << "a command in a ```" << b.kind << " block";
+          EXPECT_FALSE(l.rfind("diag> ", 0) == 0 || l.rfind("$ ", 0) == 0)
+              << "a command in a ```" << b.kind << " block";
         continue;
       }
       EXPECT_FALSE(commandsOf(b, b.kind == "diag" ? "diag> " : "$ ").empty()) << "a ```" << b.kind << " block runs nothing";

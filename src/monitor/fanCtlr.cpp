@@ -169,28 +169,47 @@ E_STATUS FanCtlr::wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsig
 }
 
 E_STATUS FanCtlr::rdFanCtlrRegs() {
+  regRead.assign(regVec.size(), false);
   I2cDevUtil util("fctl", true, false);
   E_STATUS st = util.stat();
-  if (st != SUCCESS) return st;
   for (auto& [page, cmds] : pageMap) {
     for (auto& [cmd, elem] : *cmds) {
+      if (st != SUCCESS) return st;
       Reg& reg = regVec[elem.regVecNdx];
       unsigned short datum = 0;
       st = lclRdFanCtlrReg(util.getItr(), page, cmd, reg.width / 8, &datum);
-      if (st == SUCCESS) reg.regContents = (reg.regContents & 0xFFFF0000u) | datum;
+      if (st != SUCCESS) continue;
+      reg.regContents = (reg.regContents & 0xFFFF0000u) | datum;
+      regRead[elem.regVecNdx] = true;
     }
   }
   return st;
 }
 
+bool FanCtlr::anyRead() const {
+  for (bool r : regRead)
+    if (r) return true;
+  return false;
+}
+
+// Whether the page map leads to this entry: of a register entered twice, only the later.
+bool FanCtlr::reached(size_t ndx) const {
+  const Reg* r = find(static_cast<unsigned char>(regVec[ndx].page), static_cast<unsigned char>(regVec[ndx].offset));
+  return r == &regVec[ndx];
+}
+
 E_STATUS FanCtlr::dispFanCtlrRegs() {
-  for (const Reg& reg : regVec) {
-    if (reg.offset == 0) continue;
+  for (size_t i = 0; i < regVec.size(); ++i) {
+    const Reg& reg = regVec[i];
+    if (reg.offset == 0 || !reached(i)) continue;
     char pgCmd[20];
     snprintf(pgCmd, sizeof pgCmd, "(%02d:0x%02x)", reg.page, reg.offset);
     size_t nameLen = strlen(reg.pName);
     std::string dots(nameLen < 40 ? 40 - nameLen : 0, '.');
-    log(LOG_TERM, "%s %s%s0x%04x\n", reg.pName, pgCmd, dots.c_str(), reg.regContents & 0xFFFF);
+    if (i < regRead.size() && regRead[i])
+      log(LOG_TERM, "%s %s%s0x%04x\n", reg.pName, pgCmd, dots.c_str(), reg.regContents & 0xFFFF);
+    else
+      log(LOG_TERM, "%s %s%snot read\n", reg.pName, pgCmd, dots.c_str());
   }
   return SUCCESS;
 }

@@ -46,6 +46,8 @@ public:
 
 private:
   const Reg* find(unsigned char page, unsigned char offset) const;
+  E_STATUS pagedRead(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToRead,
+                     unsigned short* pDatum);
   bool reached(size_t ndx) const;
   std::vector<bool> regRead;  // by regVec index: the walk read it
   E_STATUS selectPage(I2cDevItr itr, unsigned char page, bool prefixed);

@@ -1,4 +1,6 @@
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <string>
 #include <vector>
@@ -8,6 +10,7 @@
 #include "fanCtlr.h"
 #include "i2cDevUtil.h"
 #include "programs.h"
+#include "semIsolation.h"
 #include "testEnv.h"
 #include "textUtil.h"
 
@@ -161,6 +164,23 @@ TEST_F(FanCtlrTest, ReadBackCatchesAStuckBit) {
   EXPECT_TRUE(contains(testing::internal::GetCapturedStdout(),
                        "a fan controller command takes at most 2 data bytes, not 3\n"));
   EXPECT_TRUE(fctlTraffic(t).empty());
+}
+
+// During a whole dump another process waits one register's access at most:
+// the dump gives the semaphore back after each register.
+TEST_F(FanCtlrTest, ADumpGivesTheSemaphoreBackBetweenRegisters) {
+  Trace t;
+  Child dump = spawn(programArgv(diagSimBin(), {"fan", "-r"}));
+  int samplesFree = 0, status = 0;
+  while (waitpid(dump.pid, &status, WNOHANG) != dump.pid) {
+    bool free = semValue("diagSem") == 1;
+    size_t transfers = fctlTraffic(t).size();
+    if (free && transfers > 0 && transfers < 2u * 93u) ++samplesFree;  // between its first and last register
+    usleep(200);
+  }
+  close(dump.out);
+  EXPECT_EQ(fctlTraffic(t).size(), 2u * 93u);
+  EXPECT_GT(samplesFree, 0) << "the dump held diagSem from its first register to its last";
 }
 
 // Two one-shot runs see one instrument: the speed set by the first shows in the second.

@@ -12,6 +12,7 @@ void defaultConfig(BoardConfig& cfg) {
   for (auto& v : cfg.swVariant) v = SW_APW;
   cfg.mrefSensorAddr = 0x48;
   cfg.localTempMilliC = 31000;
+  cfg.adapter = ADAPTER_OMAP;
 }
 
 bool usesSwitches(const BoardConfig& cfg) { return cfg.rev >= 3; }
@@ -21,6 +22,8 @@ int switchAddr(const BoardConfig& cfg, SwIndex sw) { return swAddrs[sw][cfg.swVa
 const char* switchName(const BoardConfig& cfg, SwIndex sw) {
   return cfg.swVariant[sw] == SW_PLAIN ? "pca9545" : "pca9545APW";
 }
+
+const char* adapterName(uint32_t adapter) { return adapter == ADAPTER_FULL ? "full" : "omap"; }
 
 const char* boardName(uint32_t board) {
   switch (board) {

@@ -10,6 +10,11 @@ enum Board : uint32_t { BOARD_MAIN = 0, BOARD_SIGNAL = 1, BOARD_FRONT_PANEL = 2,
 // Each PCA9545 is named "pca9545APW" at its first address or "pca9545" at its second.
 enum SwVariant : uint8_t { SW_APW = 0, SW_PLAIN = 1 };
 enum SwIndex { SW_HOST = 0, SW_FP = 1, SW_SHOST = 2, SW_COUNT = 3 };
+// The I2C controller that adapter 2 is: the instrument's own (the processor's
+// OMAP-family controller, which carries no SMBus quick command, no zero-length
+// message and no variable-length block read), or a full-featured one such as
+// the kernel's I2C stub.
+enum AdapterKind : uint32_t { ADAPTER_OMAP = 0, ADAPTER_FULL = 1 };
 
 struct BoardConfig {
   uint32_t board;
@@ -17,6 +22,7 @@ struct BoardConfig {
   uint8_t swVariant[SW_COUNT];
   uint8_t mrefSensorAddr;  // 0x48 or 0x4D
   uint32_t localTempMilliC;  // temperature the sensors report
+  uint32_t adapter;          // AdapterKind
 };
 
 void defaultConfig(BoardConfig& cfg);
@@ -25,5 +31,6 @@ bool usesSwitches(const BoardConfig& cfg);  // revision 3 and later
 int switchAddr(const BoardConfig& cfg, SwIndex sw);
 const char* switchName(const BoardConfig& cfg, SwIndex sw);
 const char* boardName(uint32_t board);
+const char* adapterName(uint32_t adapter);
 
 }  // namespace sim

@@ -43,25 +43,28 @@ bool writeAll(SimState& s, const std::vector<int>& ids, const I2cMsg& m, bool la
   return ack;
 }
 
-bool readAll(SimState& s, const std::vector<int>& ids, uint8_t* buf, size_t len) {
+bool readAll(SimState& s, const std::vector<int>& ids, uint8_t* buf, size_t len, size_t done) {
   bool ack = false;
   std::vector<uint8_t> one(len);
   if (len) memset(buf, 0xFF, len);
   for (int id : ids) {
-    if (!chipModel(id).read(s, chipInfo(id).slot, s.i2c.fault[id], one.data(), len)) continue;
+    if (!chipModel(id).read(s, chipInfo(id).slot, s.i2c.fault[id], one.data(), len, done)) continue;
     ack = true;
     for (size_t k = 0; k < len; ++k) buf[k] &= one[k];  // open-drain bus: a 0 wins
   }
   return ack;
 }
 
+// A message whose first byte sets its length is still one message: the
+// chips go on with their reply after the count.
 int readMsg(SimState& s, const std::vector<int>& ids, I2cMsg& m) {
-  if (!m.recvLen) return readAll(s, ids, m.buf, m.len) ? 0 : -EREMOTEIO;
-  if (!readAll(s, ids, m.buf, 1)) return -EREMOTEIO;
+  if (!m.recvLen) return readAll(s, ids, m.buf, m.len, 0) ? 0 : -EREMOTEIO;
+  if (!readAll(s, ids, m.buf, 1, 0)) return -EREMOTEIO;
   size_t count = m.buf[0];
   if (count == 0 || count > BLOCK_MAX) return -EPROTO;
   m.len = 1 + count;
-  return readAll(s, ids, m.buf + 1, count) ? 0 : -EREMOTEIO;
+  readAll(s, ids, m.buf + 1, count, 1);
+  return 0;
 }
 
 // A vanishing chip spends one of its remaining transfers, or has gone.
@@ -77,6 +80,10 @@ void dropVanished(SimState& s, std::vector<int>& ids) {
 }  // namespace
 
 int i2cTransfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n) {
+  // The instrument's controller takes no zero-length message; the kernel
+  // refuses one before anything goes on the bus.
+  for (size_t i = 0; i < n; ++i)
+    if (msgs[i].len == 0 && s.cfg.adapter == ADAPTER_OMAP) return -EOPNOTSUPP;
   std::vector<int> ids = responders(s, adapter, addr);
   dropVanished(s, ids);
   if (ids.empty()) return -EREMOTEIO;

@@ -19,6 +19,7 @@ struct I2cMsg {
 // starts. Every chip that the switches route to and that answers at addr
 // takes part, as on a real bus: a write reaches all of them, a read returns
 // the wired-AND of their bytes. 0, or -EREMOTEIO when nothing acknowledges,
-// -EPROTO for a block count of 0 or above 32.
+// -EPROTO for a block count of 0 or above 32, -EOPNOTSUPP for a zero-length
+// message on the instrument's own controller.
 int i2cTransfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n);
 }  // namespace sim

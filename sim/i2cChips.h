@@ -12,12 +12,15 @@ struct SimState;
 // read message of n bytes, each after the chip acknowledged its address.
 // write and read return false where the chip does not acknowledge; last
 // tells a write that the transaction ends with it (a stop, not a repeated start).
+// done is the count of bytes this read message has already carried: a message
+// whose length its first byte sets (an SMBus block read) is read in two parts,
+// and a chip that starts its reply afresh with each message goes on from there.
 // peek and poke reach a register without bus traffic (for the control
 // surface); they return false with a reason in err.
 struct ChipModel {
   void (*reset)(SimState& s, int slot, int id);
   bool (*write)(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n, bool last);
-  bool (*read)(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n);
+  bool (*read)(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n, size_t done);
   bool (*peek)(SimState& s, int slot, unsigned reg, unsigned page, unsigned* value, std::string& err);
   bool (*poke)(SimState& s, int slot, unsigned reg, unsigned page, unsigned value, std::string& err);
   std::string (*describe)(SimState& s, int slot);

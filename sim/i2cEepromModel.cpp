@@ -34,7 +34,7 @@ bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_
   return true;
 }
 
-bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n) {
+bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n, size_t) {
   EepromState& e = s.i2c.eeprom[slot];
   for (size_t k = 0; k < n; ++k) {
     b[k] = static_cast<uint8_t>(applyStuck(f, e.ptr, e.mem[e.ptr]));

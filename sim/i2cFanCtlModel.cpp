@@ -207,13 +207,18 @@ bool write(SimState& s, int, const I2cChipFault&, const uint8_t* b, size_t n, bo
   return n == 1 || store(s, *c, b + 1, n - 1);
 }
 
-// Data of the last command, low byte first; a command that cannot be read is not acknowledged.
-bool read(SimState& s, int, const I2cChipFault&, uint8_t* b, size_t n) {
+// Data of the last command, low byte first, each read message from its first
+// byte. The part acknowledges its address whatever the command: after a
+// send-only command (CLEAR_FAULTS) it has no data, and the bus reads 0xFF.
+bool read(SimState& s, int, const I2cChipFault&, uint8_t* b, size_t n, size_t done) {
   FanCtlState& fc = s.i2c.fanCtl;
   const Command* c = find(fc.cmd, fc.page);
-  if (!c || c->access == SEND) return false;
-  unsigned v = c->code == PAGE ? fc.page : readValue(s, *c, fc.page);
-  for (size_t k = 0; k < n; ++k) b[k] = k < c->bytes ? static_cast<uint8_t>(v >> (8 * k)) : 0xFF;
+  bool data = c && c->access != SEND;
+  unsigned v = !data ? 0 : c->code == PAGE ? fc.page : readValue(s, *c, fc.page);
+  for (size_t k = 0; k < n; ++k) {
+    size_t at = done + k;
+    b[k] = data && at < c->bytes ? static_cast<uint8_t>(v >> (8 * at)) : 0xFF;
+  }
   return true;
 }
 

@@ -34,10 +34,19 @@ int setAddress(I2cHandle& h, unsigned long request, unsigned long addr) {
   return 0;
 }
 
-int funcs(const I2cHandle& h, void* arg) {
+// What the adapter's driver says it can carry. The instrument's controller
+// offers plain transfers and the SMBus the kernel emulates on them, but for
+// the quick command (a zero-length message) and the block read (a message
+// whose first byte sets its length).
+unsigned long adapterFuncs(const SimState& s) {
+  if (s.cfg.adapter == ADAPTER_FULL) return I2C_FUNC_I2C | I2C_FUNC_SMBUS_EMUL_ALL;
+  return I2C_FUNC_I2C | (I2C_FUNC_SMBUS_EMUL & ~I2C_FUNC_SMBUS_QUICK) | I2C_FUNC_PROTOCOL_MANGLING;
+}
+
+int funcs(const SimState& s, const I2cHandle& h, void* arg) {
   if (!arg) return -EFAULT;
-  *static_cast<unsigned long*>(arg) = I2C_FUNC_I2C | I2C_FUNC_SMBUS_EMUL;
-  trace("i2c-%d funcs -> 0x%lx", h.adapter, static_cast<unsigned long>(I2C_FUNC_I2C | I2C_FUNC_SMBUS_EMUL));
+  *static_cast<unsigned long*>(arg) = adapterFuncs(s);
+  trace("i2c-%d funcs -> 0x%lx", h.adapter, adapterFuncs(s));
   return 0;
 }
 
@@ -76,7 +85,7 @@ int i2cIoctl(SimState& s, I2cHandle& h, unsigned long request, void* arg) {
   switch (request) {
     case I2C_SLAVE:
     case I2C_SLAVE_FORCE: return setAddress(h, request, reinterpret_cast<unsigned long>(arg));
-    case I2C_FUNCS: return funcs(h, arg);
+    case I2C_FUNCS: return funcs(s, h, arg);
     case I2C_SMBUS: return smbusXfer(s, h, static_cast<i2c_smbus_ioctl_data*>(arg));
     case I2C_TIMEOUT:
     case I2C_RETRIES: return 0;

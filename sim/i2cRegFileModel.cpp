@@ -39,7 +39,7 @@ bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_
   return true;
 }
 
-bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n) {
+bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n, size_t) {
   RegFileState& r = s.i2c.regFile[slot];
   for (size_t k = 0; k < n; ++k) {
     unsigned v = r.regs[r.ptr];

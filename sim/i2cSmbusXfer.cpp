@@ -2,10 +2,12 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <string>
 
 #include "i2cBus.h"
 #include "i2cText.h"
+#include "simState.h"
 #include "simTrace.h"
 
 namespace sim {
@@ -48,8 +50,9 @@ std::string requestText(const I2cHandle& h, const i2c_smbus_ioctl_data& r) {
   if (read || !r.data) return line;
   if (r.size == I2C_SMBUS_BYTE_DATA) line += fmt(" data %02x", r.data->byte);
   if (r.size == I2C_SMBUS_WORD_DATA) line += fmt(" data %04x", r.data->word);
-  if (r.size == I2C_SMBUS_BLOCK_DATA && r.data->block[0] <= I2C_SMBUS_BLOCK_MAX)
-    line += " data " + hexBytes(&r.data->block[1], r.data->block[0]);
+  if (r.size == I2C_SMBUS_PROC_CALL) line += fmt(" data %04x", r.data->word);
+  bool blockOut = r.size == I2C_SMBUS_BLOCK_DATA || r.size == I2C_SMBUS_I2C_BLOCK_DATA;
+  if (blockOut && r.data->block[0] <= I2C_SMBUS_BLOCK_MAX) line += " data " + hexBytes(&r.data->block[1], r.data->block[0]);
   return line;
 }
 
@@ -57,51 +60,86 @@ std::string resultText(const i2c_smbus_ioctl_data& r) {
   switch (r.size) {
     case I2C_SMBUS_BYTE:
     case I2C_SMBUS_BYTE_DATA: return fmt(" -> %02x", r.data->byte);
-    case I2C_SMBUS_WORD_DATA: return fmt(" -> %04x", r.data->word);
-    case I2C_SMBUS_BLOCK_DATA: return " -> " + hexBytes(&r.data->block[1], r.data->block[0]);
+    case I2C_SMBUS_WORD_DATA:
+    case I2C_SMBUS_PROC_CALL: return fmt(" -> %04x", r.data->word);
+    case I2C_SMBUS_BLOCK_DATA:
+    case I2C_SMBUS_I2C_BLOCK_DATA: return " -> " + hexBytes(&r.data->block[1], r.data->block[0]);
   }
   return "";
 }
 
-// The transfer as messages, the way the kernel emulates SMBus on a plain I2C adapter.
-int transfer(SimState& s, const I2cHandle& h, i2c_smbus_ioctl_data& r) {
+// The request as I2C messages, the way the kernel emulates SMBus on a plain
+// I2C adapter: the command (and data) written, then what is read, joined by a
+// repeated start. in is the emulation's own read buffer.
+size_t messages(const i2c_smbus_ioctl_data& r, bool omap, uint8_t* out, uint8_t* in, I2cMsg* msgs) {
   bool read = r.read_write == I2C_SMBUS_READ;
-  uint8_t out[2 + I2C_SMBUS_BLOCK_MAX] = {r.command};
-  uint8_t in[1 + I2C_SMBUS_BLOCK_MAX] = {};
-  I2cMsg cmd{false, out, 1};
-  I2cMsg msgs[2] = {cmd, {true, in, 0}};
-  size_t n = 1;
+  out[0] = r.command;
+  msgs[0] = {false, out, 1};
+  msgs[1] = {true, in, 0};
   switch (r.size) {
-    case I2C_SMBUS_QUICK: msgs[0] = {read, in, 0}; break;
-    case I2C_SMBUS_BYTE: msgs[0] = read ? I2cMsg{true, in, 1} : cmd; break;
+    case I2C_SMBUS_QUICK: msgs[0] = {read, in, 0}; return 1;
+    case I2C_SMBUS_BYTE:
+      if (read) msgs[0] = {true, in, 1};
+      return 1;
     case I2C_SMBUS_BYTE_DATA:
-    case I2C_SMBUS_WORD_DATA: {
+    case I2C_SMBUS_WORD_DATA:
+    case I2C_SMBUS_PROC_CALL: {
       size_t len = r.size == I2C_SMBUS_BYTE_DATA ? 1 : 2;
-      if (read) {
-        msgs[1].len = len;
-        n = 2;
-        break;
+      if (read || r.size == I2C_SMBUS_PROC_CALL) msgs[1].len = len;
+      if (!read) {
+        out[1] = len == 1 ? r.data->byte : static_cast<uint8_t>(r.data->word & 0xFF);
+        out[2] = static_cast<uint8_t>(r.data->word >> 8);
+        msgs[0].len = 1 + len;
       }
-      if (len == 1) out[1] = r.data->byte;
-      if (len == 2) out[1] = static_cast<uint8_t>(r.data->word & 0xFF), out[2] = static_cast<uint8_t>(r.data->word >> 8);
-      msgs[0].len = 1 + len;
-      break;
+      return msgs[1].len ? 2 : 1;
     }
-    default:  // block data: [command, count, data...] or command then a counted read
+    case I2C_SMBUS_I2C_BLOCK_DATA:
       if (read) {
-        msgs[1] = {true, in, 1 + I2C_SMBUS_BLOCK_MAX, true};
-        n = 2;
-      } else {
-        for (size_t k = 0; k <= r.data->block[0]; ++k) out[1 + k] = r.data->block[k];
-        msgs[0].len = 2 + r.data->block[0];
+        msgs[1].len = r.data->block[0];
+        return 2;
       }
+      for (size_t k = 1; k <= r.data->block[0]; ++k) out[k] = r.data->block[k];
+      msgs[0].len = 1 + r.data->block[0];
+      return 1;
+    default:  // block data: [command, count, data...], or the command then a counted read
+      if (read) {
+        // The instrument's controller does not carry a message whose first
+        // byte sets its length: it reads the count alone.
+        msgs[1] = omap ? I2cMsg{true, in, 1} : I2cMsg{true, in, 1 + I2C_SMBUS_BLOCK_MAX, true};
+        return 2;
+      }
+      for (size_t k = 0; k <= r.data->block[0]; ++k) out[1 + k] = r.data->block[k];
+      msgs[0].len = 2 + r.data->block[0];
+      return 1;
   }
+}
+
+// What the emulation gives back of its read buffer. A block's count comes
+// first; its data are whatever the buffer holds after it, which on a
+// controller that read only the count are bytes no chip sent.
+int result(i2c_smbus_ioctl_data& r, const uint8_t* in) {
+  switch (r.size) {
+    case I2C_SMBUS_BYTE:
+    case I2C_SMBUS_BYTE_DATA: r.data->byte = in[0]; break;
+    case I2C_SMBUS_WORD_DATA:
+    case I2C_SMBUS_PROC_CALL: r.data->word = static_cast<__u16>(in[0] | (in[1] << 8)); break;
+    case I2C_SMBUS_I2C_BLOCK_DATA: memcpy(&r.data->block[1], in, r.data->block[0]); break;
+    case I2C_SMBUS_BLOCK_DATA:
+      if (in[0] > I2C_SMBUS_BLOCK_MAX) return -EPROTO;
+      memcpy(r.data->block, in, 1u + in[0]);
+  }
+  return 0;
+}
+
+int transfer(SimState& s, const I2cHandle& h, i2c_smbus_ioctl_data& r) {
+  uint8_t out[2 + I2C_SMBUS_BLOCK_MAX] = {};
+  uint8_t* in = s.i2c.smbusScratch;
+  I2cMsg msgs[2];
+  size_t n = messages(r, s.cfg.adapter == ADAPTER_OMAP, out, in, msgs);
   int rc = i2cTransfer(s, h.adapter, h.addr, msgs, n);
-  if (rc < 0 || !read || r.size == I2C_SMBUS_QUICK) return rc;
-  if (r.size == I2C_SMBUS_WORD_DATA) r.data->word = static_cast<__u16>(in[0] | (in[1] << 8));
-  else if (r.size == I2C_SMBUS_BLOCK_DATA) for (size_t k = 0; k < msgs[1].len; ++k) r.data->block[k] = in[k];
-  else r.data->byte = in[0];
-  return rc;
+  bool reads = r.read_write == I2C_SMBUS_READ || r.size == I2C_SMBUS_PROC_CALL;
+  if (rc < 0 || !reads || r.size == I2C_SMBUS_QUICK) return rc;
+  return result(r, in);
 }
 }  // namespace
 
@@ -118,13 +156,17 @@ int smbusXfer(SimState& s, const I2cHandle& h, struct i2c_smbus_ioctl_data* req)
     case I2C_SMBUS_BYTE:
     case I2C_SMBUS_BYTE_DATA:
     case I2C_SMBUS_WORD_DATA:
-    case I2C_SMBUS_BLOCK_DATA: break;
+    case I2C_SMBUS_PROC_CALL:
+    case I2C_SMBUS_BLOCK_DATA:
+    case I2C_SMBUS_I2C_BLOCK_DATA: break;
     default: return fail(line, EOPNOTSUPP);  // transfers this adapter's model does not carry
   }
-  if (!read && r.size == I2C_SMBUS_BLOCK_DATA && r.data->block[0] > I2C_SMBUS_BLOCK_MAX) return fail(line, EINVAL);
+  bool counted = r.size == I2C_SMBUS_I2C_BLOCK_DATA || (!read && r.size == I2C_SMBUS_BLOCK_DATA);
+  if (counted && (r.data->block[0] > I2C_SMBUS_BLOCK_MAX || (r.size == I2C_SMBUS_I2C_BLOCK_DATA && !r.data->block[0])))
+    return fail(line, EINVAL);
   int rc = transfer(s, h, r);
   if (rc < 0) return fail(line, -rc);
-  trace("%s%s", line.c_str(), read ? resultText(r).c_str() : "");
+  trace("%s%s", line.c_str(), read || r.size == I2C_SMBUS_PROC_CALL ? resultText(r).c_str() : "");
   return 0;
 }
 

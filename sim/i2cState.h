@@ -78,6 +78,9 @@ struct I2cState {
   RegFileState regFile[I2C_REGFILES];
   TempSensorState temp[I2C_TEMPS];
   FanCtlState fanCtl;
+  // The kernel's SMBus emulation reads into a buffer of its own that it does
+  // not clear: what a transfer leaves there, the next one starts with.
+  uint8_t smbusScratch[2 + 32];
 };
 
 }  // namespace sim

@@ -26,7 +26,7 @@ bool muxWrite(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, si
   return writeMasked(s, slot, f, b, n, MUX_MASK);
 }
 
-bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n) {
+bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n, size_t) {
   memset(b, applyStuck(f, 0, s.i2c.sw[slot].control), n);
   return true;
 }

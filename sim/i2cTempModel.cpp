@@ -89,7 +89,7 @@ bool write(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_
   return true;
 }
 
-bool read(SimState& s, int slot, const I2cChipFault&, uint8_t* b, size_t n) {
+bool read(SimState& s, int slot, const I2cChipFault&, uint8_t* b, size_t n, size_t) {
   uint8_t v = readReg(s, slot, s.i2c.temp[slot].ptr);
   memset(b, v, n);  // the pointer does not advance
   return true;

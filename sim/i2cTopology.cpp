@@ -36,6 +36,11 @@ const ChipInfo chips[I2C_CHIPS] = {
 
 constexpr int ADAPTER = 2;
 
+// The boards are strapped so that chips on the bus at the same time never
+// share an address: the host channels exclude each other, but a chip on the
+// front-panel switch's host channel meets whatever front-panel channel is
+// still open.
+
 void mainHost(const BoardConfig& cfg, std::vector<ChipSite>& v) {
   bool sw = usesSwitches(cfg);
   I2cChipId host = sw ? CHIP_HOSTSW : CHIP_HOSTMUX;
@@ -50,10 +55,10 @@ void mainHost(const BoardConfig& cfg, std::vector<ChipSite>& v) {
   v.push_back({CHIP_MR_EEPROM, ADAPTER, 0x50, host, 2});
   v.push_back({CHIP_BP_EEPROM, ADAPTER, 0x50, host, 3});
   v.push_back({fp, ADAPTER, sw ? switchAddr(cfg, SW_FP) : 0x75, host, 3});
-  v.push_back({CHIP_SMC_EEPROM, ADAPTER, 0x50, fp, 0});
+  v.push_back({CHIP_SMC_EEPROM, ADAPTER, 0x54, fp, 0});
   v.push_back({CHIP_FPFPGA, ADAPTER, 0x40, fp, 1});
-  v.push_back({CHIP_FPIO_EEPROM, ADAPTER, 0x50, fp, 1});
-  v.push_back({CHIP_FPRLY_EEPROM, ADAPTER, 0x50, fp, 3});
+  v.push_back({CHIP_FPIO_EEPROM, ADAPTER, 0x55, fp, 1});
+  v.push_back({CHIP_FPRLY_EEPROM, ADAPTER, 0x57, fp, 3});
 }
 
 void signalHost(const BoardConfig& cfg, std::vector<ChipSite>& v) {
@@ -63,9 +68,9 @@ void signalHost(const BoardConfig& cfg, std::vector<ChipSite>& v) {
   v.push_back({CHIP_SH_EEPROM, ADAPTER, 0x50, CHIP_NONE, 0});
   v.push_back({CHIP_HVUC3, ADAPTER, 0x21, host, 1});
   v.push_back({CHIP_MC1SPI, ADAPTER, 0x28, host, 2});
-  v.push_back({CHIP_MC1_EEPROM, ADAPTER, 0x50, host, 2});
+  v.push_back({CHIP_MC1_EEPROM, ADAPTER, 0x51, host, 2});
   v.push_back({CHIP_MC2SPI, ADAPTER, 0x28, host, 3});
-  v.push_back({CHIP_MC2_EEPROM, ADAPTER, 0x50, host, 3});
+  v.push_back({CHIP_MC2_EEPROM, ADAPTER, 0x51, host, 3});
 }
 
 const ChipSite* siteOf(const std::vector<ChipSite>& sites, I2cChipId id) {

@@ -30,6 +30,9 @@ std::string usage() {
          "                                name and address variant of a PCA9545\n"
          "  set mref-addr 0x48|0x4d       where the main-reference sensor answers\n"
          "  set temp DEGREES              temperature the sensors measure, 0 to 127\n"
+         "  set adapter omap|full         I2C controller of adapter 2: the instrument's own (omap:\n"
+         "                                no SMBus quick, no zero-length message, no block read)\n"
+         "                                or a full-featured one\n"
          "  revision FILE|none            revision file of the installed diagnostics\n" +
          fpgaCtlUsage() + i2cCtlUsage() + kernelCtlUsage();
 }
@@ -70,6 +73,9 @@ int set(SimState& s, const std::vector<std::string>& a, std::string& out) {
   } else if (a.size() == 3 && a[1] == "mref-addr" && parseNum(a[2], &v) && (v == 0x48 || v == 0x4d)) {
     s.cfg.mrefSensorAddr = static_cast<uint8_t>(v);
     return 0;
+  } else if (a.size() == 3 && a[1] == "adapter" && (a[2] == "omap" || a[2] == "full")) {
+    s.cfg.adapter = a[2] == "full" ? ADAPTER_FULL : ADAPTER_OMAP;
+    return 0;
   } else if (a.size() == 3 && a[1] == "temp") {
     double deg;
     if (!parseDegrees(a[2], &deg)) {
@@ -103,11 +109,11 @@ std::string show(const SimState& s) {
   char buf[512];
   snprintf(buf, sizeof buf,
            "state %s\nboard %s\nrev %u\nswitch host %s 0x%02x\nswitch fp %s 0x%02x\nswitch shost %s 0x%02x\n"
-           "mref-addr 0x%02x\ntemp %.1f\naccesses %llu\n",
+           "mref-addr 0x%02x\ntemp %.1f\nadapter %s\naccesses %llu\n",
            statePath().c_str(), boardName(s.cfg.board), s.cfg.rev, switchName(s.cfg, SW_HOST),
            switchAddr(s.cfg, SW_HOST), switchName(s.cfg, SW_FP), switchAddr(s.cfg, SW_FP),
            switchName(s.cfg, SW_SHOST), switchAddr(s.cfg, SW_SHOST), s.cfg.mrefSensorAddr,
-           s.cfg.localTempMilliC / 1000.0, static_cast<unsigned long long>(s.accesses));
+           s.cfg.localTempMilliC / 1000.0, adapterName(s.cfg.adapter), static_cast<unsigned long long>(s.accesses));
   return buf;
 }
 }  // namespace

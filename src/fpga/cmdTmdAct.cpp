@@ -1,10 +1,13 @@
 #include <cstdio>
-#include <iostream>
 
 #include "commands.h"
 #include "timeLine.h"
 
 namespace {
+void show(const TimeLineTime& t) {
+  printf("%s\n", timeText(t).c_str());
+  fflush(stdout);
+}
 void action1() { puts("I am timed action 1"); }
 void action2() { puts("I am timed action 2"); }
 void action3() { puts("I am timed action 3"); }
@@ -15,11 +18,11 @@ E_STATUS cmdTmdAct(int, char[][ARG_LEN]) {
   TimeLineTime clock;
   clock.get();
   TimedAction a1("action1", TimeLineTime(), action1);
-  std::cout << a1.time << std::endl;
+  show(a1.time);
   TimedAction a2("action2", TimeLineTime(1, 0), action2);
-  std::cout << a2.time << std::endl;
+  show(a2.time);
   TimedAction a3("action3", a2.time + a2.time, action3);
-  std::cout << a3.time << std::endl;
+  show(a3.time);
   TimeLine line;
   line.addTimedAction(&a1);
   line.addTimedAction(&a2);

@@ -1,6 +1,6 @@
 #include "timeLine.h"
 
-#include <iostream>
+#include <cstdio>
 
 E_STATUS TimeLine::addTimedAction(TimedAction* action) {
   map.insert(TAMap::value_type(action->name, action));
@@ -25,7 +25,8 @@ E_STATUS TimeLine::execTimeLine() {
       (last + action->time).waitFor(&currTime);
     if (run) {
       if (action->axnFunc) action->axnFunc();
-      std::cout << currTime << std::endl;
+      printf("%s\n", timeText(currTime).c_str());
+      fflush(stdout);
     }
     last = currTime;
     ++counter;

@@ -77,12 +77,12 @@ bool operator>(const TimeLineTime& a, const TimeLineTime& b) {
 
 bool operator>=(const TimeLineTime& a, const TimeLineTime& b) { return a == b || a > b; }
 
-std::ostream& operator<<(std::ostream& os, const TimeLineTime& t) {
-  if (t.now) return os << "NOW";
+std::string timeText(const TimeLineTime& t) {
+  if (t.now) return "NOW";
   struct tm local;
   time_t sec = t.time.tv_sec;
   localtime_r(&sec, &local);
   char date[30];
   strftime(date, sizeof date, "%m-%d-%Y  %T.", &local);
-  return os << date << static_cast<long>(t.time.tv_usec);
+  return date + std::to_string(static_cast<long>(t.time.tv_usec));
 }

@@ -1,7 +1,7 @@
 #pragma once
 #include <sys/time.h>
 
-#include <ostream>
+#include <string>
 
 #include "diagStatus.h"
 
@@ -33,4 +33,6 @@ bool operator==(const TimeLineTime& a, const TimeLineTime& b);
 bool operator>(const TimeLineTime& a, const TimeLineTime& b);
 bool operator>=(const TimeLineTime& a, const TimeLineTime& b);
 // "NOW", or the local date and time with the microseconds as a plain number.
-std::ostream& operator<<(std::ostream& os, const TimeLineTime& t);
+// (A text rather than a stream operator: the program uses no C++ streams,
+// whose start-up an operator pays at every run.)
+std::string timeText(const TimeLineTime& t);

@@ -21,8 +21,10 @@ const char* const usage[] = {
     " -l - list the devices with their descriptions",
     " -d <device> - the device to access",
     " -o <reg/offset> - register (SMBus device) or memory offset (plain device, two bytes)",
-    " -r <count> - read count bytes (SMBus: 1, 2 or a block of up to 32; plain: up to 256)",
-    " -w <byte> [<byte>...] - write the bytes (SMBus: at most 2 after the register; plain: at most 32)",
+    " -r <count> - read count bytes (SMBus: 1 or 2, or a block of up to 32 where the adapter carries one; "
+    "plain: up to 256)",
+    " -w <byte> [<byte>...] - write the bytes (SMBus: at most 2 after the register; plain: as many as the "
+    "line's 20 words allow)",
     " -dump - dump the device (SMBus: each register from -o; plain: 256 bytes from -o, else from where it is)"};
 const OptDecl opts[] = {flagOpt("-l"),         helpOpt(),
                         flagOpt("-dump"),      wordOpt("-d"),

@@ -1,12 +1,17 @@
 #include "i2cBoardTables.h"
 
 namespace {
-// The 24LC32A EEPROMs are checked at power-on; the 4-channel muxes are gone
-// from later revisions, and the bus scan passes them over.
+// The 24LC32A EEPROMs are checked at power-on. Boards below revision 3 have
+// 4-channel muxes where later ones have PCA9545 switches: each board has only
+// one of the two. Chips that can be on the bus at the same time have different
+// addresses: the memories on the host channels all answer at 0x50 because only
+// one host channel is open at a time, and those behind the front-panel switch
+// have addresses of their own, since the back-plane memory on the same host
+// channel shares the bus with whichever front-panel channel is still open.
 const I2cBoardEntry mainHost[] = {
-    {.dev = {.name = "hostsw", .address = 0x71, .host = MAIN},
+    {.dev = {.name = "hostsw", .address = 0x71, .host = MAIN, .notOnEarlyRevs = true},
      .boardNo = "0980", .function = "Host I2C Switch", .part = "PCA9545"},
-    {.dev = {.name = "hostmux", .address = 0x74, .host = MAIN, .notOnLaterRevs = true, .scanTstIgnore = true},
+    {.dev = {.name = "hostmux", .address = 0x74, .host = MAIN, .notOnLaterRevs = true},
      .boardNo = "0980", .function = "Host I2C Multiplexer", .part = "4-channel mux"},
     {.dev = {.name = "mhEeprom", .address = 0x56, .host = MAIN, .axsTestedDuringPOST = true},
      .boardNo = "0980", .function = "Main Host EEPROM", .part = "24LC32A"},
@@ -24,20 +29,19 @@ const I2cBoardEntry mainHost[] = {
      .boardNo = "0989", .function = "Main Reference EEPROM", .part = "24LC32A"},
     {.dev = {.name = "bpEeprom", .address = 0x50, .host = MAIN, .hostMux = 3, .axsTestedDuringPOST = true},
      .boardNo = "0970", .function = "Back Plane EEPROM", .part = "24LC32A"},
-    {.dev = {.name = "fpsw", .address = 0x72, .host = MAIN, .hostMux = 3},
+    {.dev = {.name = "fpsw", .address = 0x72, .host = MAIN, .hostMux = 3, .notOnEarlyRevs = true},
      .boardNo = "0970", .function = "Front Panel I2C Switch", .part = "PCA9545"},
-    {.dev = {.name = "fpmux", .address = 0x75, .host = MAIN, .hostMux = 3, .notOnLaterRevs = true,
-             .scanTstIgnore = true},
+    {.dev = {.name = "fpmux", .address = 0x75, .host = MAIN, .hostMux = 3, .notOnLaterRevs = true},
      .boardNo = "0970", .function = "Front Panel I2C Multiplexer", .part = "4-channel mux"},
-    {.dev = {.name = "smcEeprom", .address = 0x50, .host = MAIN, .hostMux = 3, .localMux = 0,
+    {.dev = {.name = "smcEeprom", .address = 0x54, .host = MAIN, .hostMux = 3, .localMux = 0,
              .axsTestedDuringPOST = true},
      .boardNo = "1000", .function = "SRC/Meas Connector EEPROM", .part = "24LC32A"},
     {.dev = {.name = "fpfpga", .address = 0x40, .host = MAIN, .hostMux = 3, .localMux = 1, .smbus = true},
      .boardNo = "0981", .function = "Front Panel FPGA"},
-    {.dev = {.name = "fpioEeprom", .address = 0x50, .host = MAIN, .hostMux = 3, .localMux = 1,
+    {.dev = {.name = "fpioEeprom", .address = 0x55, .host = MAIN, .hostMux = 3, .localMux = 1,
              .axsTestedDuringPOST = true},
      .boardNo = "0981", .function = "Front Panel - Input/Output EEPROM", .part = "24LC32A"},
-    {.dev = {.name = "fprlyEeprom", .address = 0x50, .host = MAIN, .hostMux = 3, .localMux = 3,
+    {.dev = {.name = "fprlyEeprom", .address = 0x57, .host = MAIN, .hostMux = 3, .localMux = 3,
              .axsTestedDuringPOST = true},
      .boardNo = "0997", .function = "Front Panel - Relay EEPROM", .part = "24LC32A"},
 };
@@ -45,11 +49,11 @@ const I2cBoardEntry mainHost[] = {
 // The signal host's second-level selection is written to the front-panel
 // multiplexer names, so the registry carries them here too.
 const I2cBoardEntry signalHost[] = {
-    {.dev = {.name = "shostsw", .address = 0x70, .host = SIGNAL},
+    {.dev = {.name = "shostsw", .address = 0x70, .host = SIGNAL, .notOnEarlyRevs = true},
      .boardNo = "0984", .function = "Signal Host I2C Switch", .part = "PCA9545"},
-    {.dev = {.name = "shostmux", .address = 0x76, .host = SIGNAL, .notOnLaterRevs = true, .scanTstIgnore = true},
+    {.dev = {.name = "shostmux", .address = 0x76, .host = SIGNAL, .notOnLaterRevs = true},
      .boardNo = "0984", .function = "Signal Host I2C Multiplexer", .part = "4-channel mux"},
-    {.dev = {.name = "fpsw", .address = 0x72, .host = SIGNAL, .scanTstIgnore = true},
+    {.dev = {.name = "fpsw", .address = 0x72, .host = SIGNAL, .notOnEarlyRevs = true, .scanTstIgnore = true},
      .boardNo = "0984", .function = "Second-level I2C Switch", .part = "PCA9545"},
     {.dev = {.name = "fpmux", .address = 0x75, .host = SIGNAL, .notOnLaterRevs = true, .scanTstIgnore = true},
      .boardNo = "0984", .function = "Second-level I2C Multiplexer", .part = "4-channel mux"},
@@ -60,11 +64,11 @@ const I2cBoardEntry signalHost[] = {
      .boardNo = "0976", .function = "H.V. Source PSOC microcontroller - stage 3", .part = "CY8C28545"},
     {.dev = {.name = "mc1i2cspi", .address = 0x28, .host = SIGNAL, .hostMux = 2},
      .boardNo = "0985", .function = "Measure Channel 1 I2C to SPI Bridge"},
-    {.dev = {.name = "mc1Eeprom", .address = 0x50, .host = SIGNAL, .hostMux = 2, .axsTestedDuringPOST = true},
+    {.dev = {.name = "mc1Eeprom", .address = 0x51, .host = SIGNAL, .hostMux = 2, .axsTestedDuringPOST = true},
      .boardNo = "0985", .function = "Measure Channel 1 EEPROM", .part = "24LC32A"},
     {.dev = {.name = "mc2i2cspi", .address = 0x28, .host = SIGNAL, .hostMux = 3},
      .boardNo = "0985", .function = "Measure Channel 2 I2C to SPI Bridge"},
-    {.dev = {.name = "mc2Eeprom", .address = 0x50, .host = SIGNAL, .hostMux = 3, .axsTestedDuringPOST = true},
+    {.dev = {.name = "mc2Eeprom", .address = 0x51, .host = SIGNAL, .hostMux = 3, .axsTestedDuringPOST = true},
      .boardNo = "0985", .function = "Measure Channel 2 EEPROM", .part = "24LC32A"},
 };
 

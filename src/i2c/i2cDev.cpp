@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
 
 #include "i2cSmbus.h"
 #include "kernel.h"
@@ -47,6 +48,7 @@ E_STATUS I2cDev::setDevAddr() {
     int err = errno;
     LOGERR(logFlags(), "failed to set device %s address 0x%02x\n", escPct(name).c_str(), address);
     logErrno(LOG_TERM | LOG_SYS, err);
+    if (borrowed) return FAILURE;  // the descriptor is its owner's to close
     kernel().close(fd());  // the value stays stored: tearDown closes (and counts) once more
     ++closeCount;
     return FAILURE;
@@ -60,13 +62,64 @@ E_STATUS I2cDev::setUp() {
   return setDevAddr();
 }
 
+E_STATUS I2cDev::setUpOn(int fd) {
+  adapterFD = fd;
+  borrowed = true;
+  return setDevAddr();
+}
+
 E_STATUS I2cDev::tearDown() {
-  if (adapterFD) {
+  if (adapterFD && !borrowed) {
     kernel().close(*adapterFD);
     ++closeCount;
-    adapterFD.reset();
   }
+  adapterFD.reset();
+  borrowed = false;
   return SUCCESS;
+}
+
+// Asks the adapter once what it carries. Where it will not say, nothing is
+// sent this time, and it is asked again the next.
+bool I2cDev::offers(const I2cXferNeed& need) {
+  if (!caps->known) {
+    unsigned long funcs = 0;
+    errno = 0;
+    if (kernel().ioctl(fd(), I2C_FUNCS, &funcs) < 0) {
+      int err = errno;
+      LOGERR(logFlags(), "adapter /dev/i2c-%u did not say which transfers it carries, for device %s(0x%02x)\n",
+             adapter, escPct(name).c_str(), address);
+      logErrno(logFlags(), err);
+      return false;
+    }
+    *caps = I2cAdapterCaps{true, funcs};
+  }
+  return (caps->funcs & need.func) != 0;
+}
+
+E_STATUS I2cDev::refuse(const I2cXferNeed& need) const {
+  if (!caps->known) return FAILURE;  // the adapter would not say: that was reported
+  bool alternative = strcmp(need.instead, "none") != 0;
+  LOGERR(logFlags(), "adapter /dev/i2c-%u cannot carry %s (its driver does not offer it), for device %s(0x%02x)%s%s\n",
+         adapter, need.what, escPct(name).c_str(), address, alternative ? ": " : "", alternative ? need.instead : "");
+  return FXN_NOT_SUPPORTED;
+}
+
+bool I2cDev::answers() {
+  bool memory = address >= 0x50 && address <= 0x57;
+  if (!memory && offers(i2cNeed::QUICK))
+    return i2c_smbus_access(fd(), I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr) >= 0;
+  if (offers(i2cNeed::RECEIVE_BYTE)) return i2c_smbus_read_byte(fd()) >= 0;
+  char b;
+  return offers(i2cNeed::PLAIN) && kernel().read(fd(), &b, 1) == 1;
+}
+
+const I2cXferNeed* I2cDev::smbusWriteNeed(unsigned long n) const {
+  switch (n) {
+    case 0: return &i2cNeed::SEND_BYTE;
+    case 1: return &i2cNeed::WRITE_BYTE_DATA;
+    case 2: return &i2cNeed::WRITE_WORD_DATA;
+  }
+  return &i2cNeed::WRITE_BLOCK;
 }
 
 // One SMBus write by data count; the result is what wrBytes reports as written.
@@ -106,14 +159,41 @@ E_STATUS I2cDev::wrBytes(std::span<const char> buf, unsigned long numBytesToWrit
            numBytesToWrite, escPct(name).c_str(), address, buf.size());
     return BAD_PARAMETER;
   }
+  if (smbus && !offers(*smbusWriteNeed(numBytesToWrite))) return refuse(*smbusWriteNeed(numBytesToWrite));
+  if (const I2cXferNeed* missing = smbus ? nullptr : plainMissing(numBytesToWrite, false)) return refuse(*missing);
   errno = 0;
   if (smbus)
     *pBytesWritten = smbusWrite(reinterpret_cast<const unsigned char*>(buf.data()), numBytesToWrite);
   else
-    *pBytesWritten = static_cast<int>(kernel().write(fd(), buf.data(), numBytesToWrite));
+    *pBytesWritten = plainWrite(buf.data(), numBytesToWrite);
   if (static_cast<long>(*pBytesWritten) == static_cast<long>(numBytesToWrite)) return SUCCESS;
   if (!silent) reportWriteFailure(buf, numBytesToWrite, *pBytesWritten, errno);
   return FAILURE;
+}
+
+// What a plain transfer of n bytes needs that the adapter lacks (null: it
+// carries it). A single byte needs only the SMBus send or receive byte it is
+// on the wire; no byte at all is a quick command.
+const I2cXferNeed* I2cDev::plainMissing(unsigned long n, bool read) {
+  if (!offers(i2cNeed::PLAIN)) {
+    const I2cXferNeed& single = read ? i2cNeed::RECEIVE_BYTE : i2cNeed::SEND_BYTE;
+    return n == 1 && offers(single) ? nullptr : &i2cNeed::PLAIN;
+  }
+  return n == 0 && !offers(i2cNeed::QUICK) ? &i2cNeed::QUICK : nullptr;
+}
+
+// One plain write transaction, or the send byte it is where only SMBus is carried.
+int I2cDev::plainWrite(const char* b, unsigned long n) {
+  if (offers(i2cNeed::PLAIN)) return static_cast<int>(kernel().write(fd(), b, n));
+  return i2c_smbus_write_byte(fd(), static_cast<__u8>(b[0])) < 0 ? -1 : 1;
+}
+
+// One plain read transaction, or the receive byte it is where only SMBus is carried.
+int I2cDev::plainRead(char* b, unsigned long n) {
+  if (offers(i2cNeed::PLAIN)) return static_cast<int>(kernel().read(fd(), b, n));
+  int v = i2c_smbus_read_byte(fd());
+  if (v >= 0) b[0] = static_cast<char>(v);
+  return v < 0 ? -1 : 1;
 }
 
 // Reported as wrBytes's own: the caller's first buffer bytes, 0 beyond its end, are what the write was
@@ -129,21 +209,22 @@ void I2cDev::reportWriteFailure(std::span<const char> buf, unsigned long n, int 
 }
 
 E_STATUS I2cDev::smbusRead(char* pBuf, unsigned long n, int* pBytesRead) {
-  auto command = static_cast<__u8>(pBuf[0]);
-  if (n == 1) {
-    // A failed byte read is not detected: it reads as 0xFF.
-    pBuf[0] = static_cast<char>(i2c_smbus_read_byte_data(fd(), command) & 0xFF);
-    *pBytesRead = 1;
-    return SUCCESS;
+  const I2cXferNeed& need = n == 1 ? i2cNeed::READ_BYTE_DATA : n == 2 ? i2cNeed::READ_WORD_DATA : i2cNeed::READ_BLOCK;
+  if (!offers(need)) {
+    *pBytesRead = 0;
+    return refuse(need);
   }
+  auto command = static_cast<__u8>(pBuf[0]);
   int v;
-  if (n == 2) {
-    v = i2c_smbus_read_word_data(fd(), command);
+  if (n == 1 || n == 2) {
+    // A byte read that fails is a failure like any other: its 0xFF would be
+    // a value that no chip gave.
+    v = n == 1 ? i2c_smbus_read_byte_data(fd(), command) : i2c_smbus_read_word_data(fd(), command);
     if (v >= 0) {
       pBuf[0] = static_cast<char>(v & 0xFF);
-      pBuf[1] = static_cast<char>((v >> 8) & 0xFF);
+      if (n == 2) pBuf[1] = static_cast<char>((v >> 8) & 0xFF);
     }
-    *pBytesRead = v < 0 ? 0 : 2;
+    *pBytesRead = v < 0 ? 0 : static_cast<int>(n);
   } else {
     int maxLen = (n == 0 || n > I2C_SMBUS_BLOCK_MAX) ? I2C_SMBUS_BLOCK_MAX : static_cast<int>(n);
     v = i2c_smbus_read_block_data(fd(), command, reinterpret_cast<__u8*>(pBuf), maxLen);
@@ -159,12 +240,17 @@ E_STATUS I2cDev::smbusRead(char* pBuf, unsigned long n, int* pBytesRead) {
 
 E_STATUS I2cDev::rdBytes(char* pBuf, unsigned long numBytesToRead, int* pBytesRead, unsigned long silent,
                          bool noASCII, bool noNewLines) {
+  if (const I2cXferNeed* missing = smbus ? nullptr : plainMissing(numBytesToRead, true)) {
+    *pBytesRead = 0;
+    return refuse(*missing);
+  }
   errno = 0;
   E_STATUS status = SUCCESS;
   if (smbus)
     status = smbusRead(pBuf, numBytesToRead, pBytesRead);
   else
-    *pBytesRead = static_cast<int>(kernel().read(fd(), pBuf, numBytesToRead));
+    *pBytesRead = plainRead(pBuf, numBytesToRead);
+  if (status == FXN_NOT_SUPPORTED) return status;
   int err = errno;
   bool complete = static_cast<long>(*pBytesRead) == static_cast<long>(numBytesToRead);
   if (complete && !silent) dumpBytes(pBuf, *pBytesRead, noASCII, noNewLines);

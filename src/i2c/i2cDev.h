@@ -1,9 +1,11 @@
 #pragma once
+#include <memory>
 #include <optional>
 #include <span>
 #include <string>
 
 #include "diagStatus.h"
+#include "i2cAdapterCaps.h"
 #include "i2cHost.h"
 
 class TstAxs;
@@ -23,7 +25,8 @@ struct I2cDevDesc {
   TstAxs* pTstAxs = nullptr;   // the access test that holds the chip's path; not owned
   std::string description;     // the fixed-column line of the device listing
   bool axsTestedDuringPOST = false;
-  bool notOnLaterRevs = false;
+  bool notOnLaterRevs = false;  // a 4-channel mux: boards from revision 3 have a switch instead
+  bool notOnEarlyRevs = false;  // a PCA9545 switch: boards below revision 3 have a mux instead
   bool scanTstIgnore = false;  // the bus scan passes the chip over
 };
 
@@ -32,6 +35,9 @@ struct I2cDevDesc {
 // closed between accesses. In SMBus mode the first buffer byte is the
 // command (register) byte and the byte counts count the data after it; in
 // plain mode each call is one I2C read or write transaction of the buffer.
+// A transfer the adapter does not carry (see I2cAdapterCaps) is refused with
+// one line and FXN_NOT_SUPPORTED before anything is sent, except that a plain
+// single byte goes as the SMBus send or receive byte it is on the wire.
 class I2cDev : public DiagObject, public I2cDevDesc {
 public:
   explicit I2cDev(I2cDevDesc desc) : I2cDevDesc(std::move(desc)) {}
@@ -39,6 +45,10 @@ public:
   E_STATUS openAdapter();
   E_STATUS setDevAddr();
   E_STATUS setUp();
+  // Sets this chip's address on a descriptor that another device of the same
+  // adapter opened, and works through it until tearDown, which leaves it open:
+  // the multiplexers of a path are written through the device's own handle.
+  E_STATUS setUpOn(int fd);
   E_STATUS tearDown();
   // buf is the caller's whole buffer: the transfer takes its first bytes (a
   // count that needs more than it holds is refused), and a failure message
@@ -50,6 +60,14 @@ public:
   E_STATUS rdBytes(char* pBuf, unsigned long numBytesToRead, int* pBytesRead, unsigned long silent, bool noASCII,
                    bool noNewLines);
   void setBus(bool smbusMode) { smbus = smbusMode; }
+  // Whether a set-up chip acknowledges its address, probed as the detection
+  // tools do: memories with a one-byte read (a write could start a write
+  // cycle), other chips with a quick write where the adapter has one, else
+  // with a one-byte read too.
+  bool answers();
+
+  // What the adapter carries; registry devices on one adapter share it.
+  std::shared_ptr<I2cAdapterCaps> caps = std::make_shared<I2cAdapterCaps>();
 
   // The adapter's descriptor from the last open, empty once tearDown has
   // closed it; any value, descriptor 0 included, is closed by tearDown. A
@@ -64,9 +82,16 @@ public:
 
 private:
   unsigned long logFlags() const;
+  bool offers(const I2cXferNeed& need);
+  E_STATUS refuse(const I2cXferNeed& need) const;
+  const I2cXferNeed* smbusWriteNeed(unsigned long n) const;
+  const I2cXferNeed* plainMissing(unsigned long n, bool read);
   int smbusWrite(const unsigned char* b, unsigned long n);
+  int plainWrite(const char* b, unsigned long n);
+  int plainRead(char* b, unsigned long n);
   void reportWriteFailure(std::span<const char> buf, unsigned long n, int written, int err) const;
   E_STATUS smbusRead(char* pBuf, unsigned long n, int* pBytesRead);
+  bool borrowed = false;  // the descriptor is another device's (setUpOn)
 };
 
 // The byte dump of a read: 16 bytes a line as hex pairs, then (unless noASCII)

@@ -1,6 +1,7 @@
 #include "i2cDevMap.h"
 
 #include <fcntl.h>
+#include <linux/i2c-dev.h>
 
 #include "diagMutex.h"
 #include "i2cBoardTables.h"
@@ -36,13 +37,18 @@ const I2cBoardTable& boardTable() {
 
 // Where the main-reference sensor answers. Probing selects and deselects the
 // host switch, so it is done under the semaphore that guards the bus paths.
-int probeMrefSensor(int hostSwAddr) {
+// The probe is made of plain one-byte writes: on an adapter that carries no
+// plain transfers it is not made, and the sensor keeps its first address.
+// What the adapter carries is kept for the devices on it.
+int probeMrefSensor(int hostSwAddr, I2cAdapterCaps& caps) {
   sem_t* sem = nullptr;
   bool takenHere = getMutx(&sem) == SUCCESS && !semHeldHere(sem) && semTake(sem) == SUCCESS;
   int found = -1;
   int fd = kernel().open("/dev/i2c-2", O_RDWR);
   if (fd >= 0) {
-    found = probe_I2cSensAddr(fd, hostSwAddr, MREF_CHANNEL_CODE, MREF_ADDR1, MREF_ADDR2, 0);
+    unsigned long funcs = 0;
+    if (kernel().ioctl(fd, I2C_FUNCS, &funcs) == 0) caps = I2cAdapterCaps{true, funcs};
+    if (funcs & I2C_FUNC_I2C) found = probe_I2cSensAddr(fd, hostSwAddr, MREF_CHANNEL_CODE, MREF_ADDR1, MREF_ADDR2, 0);
     kernel().close(fd);
   }
   if (takenHere) semGive(sem);
@@ -50,7 +56,7 @@ int probeMrefSensor(int hostSwAddr) {
 }
 
 // Addresses that the board shows in sysfs or answers at, by device name.
-std::map<std::string, unsigned> detectedAddresses(bool mainHost) {
+std::map<std::string, unsigned> detectedAddresses(bool mainHost, I2cAdapterCaps& caps) {
   std::map<std::string, unsigned> found;
   int rev = 0;
   Rev().getRev(&rev);
@@ -62,7 +68,7 @@ std::map<std::string, unsigned> detectedAddresses(bool mainHost) {
   }
   auto host = found.find("hostsw");
   if (mainHost && host != found.end()) {
-    int addr = probeMrefSensor(static_cast<int>(host->second));
+    int addr = probeMrefSensor(static_cast<int>(host->second), caps);
     if (addr >= 0) found["mrtmp1"] = static_cast<unsigned>(addr);
   }
   return found;
@@ -88,7 +94,8 @@ I2cDevMap* I2cDevMap::getI2cDevMap() {
 I2cDevMap::I2cDevMap() {
   const I2cBoardTable& t = boardTable();
   boardLabel = t.label;
-  std::map<std::string, unsigned> addrs = detectedAddresses(&t == &MAIN_HOST_TABLE);
+  adapterCaps[SWITCH_BUS] = std::make_shared<I2cAdapterCaps>();
+  std::map<std::string, unsigned> addrs = detectedAddresses(&t == &MAIN_HOST_TABLE, *adapterCaps[SWITCH_BUS]);
   for (const I2cBoardEntry& e : t.entries) {
     auto a = addrs.find(e.dev.name);
     add(t, e, a == addrs.end() ? e.dev.address : a->second);
@@ -107,6 +114,9 @@ void I2cDevMap::add(const I2cBoardTable& t, const I2cBoardEntry& e, unsigned add
   desc.address = address;
   desc.description = describe(t, e);
   devices.push_back(std::make_unique<I2cDev>(std::move(desc)));
+  std::shared_ptr<I2cAdapterCaps>& caps = adapterCaps[SWITCH_BUS];
+  if (!caps) caps = std::make_shared<I2cAdapterCaps>();
+  devices.back()->caps = caps;
   map.emplace(e.dev.name, devices.back().get());
 }
 

@@ -37,4 +37,6 @@ private:
   I2cDev* find(const char* name) const;
   std::vector<std::unique_ptr<I2cDev>> devices;
   std::vector<std::unique_ptr<TstAxs>> tests;
+  // What each adapter carries, shared by its devices: asked once per registry.
+  std::map<unsigned, std::shared_ptr<I2cAdapterCaps>> adapterCaps;
 };

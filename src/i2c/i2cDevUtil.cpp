@@ -12,29 +12,36 @@ I2cDevUtil::I2cDevUtil(std::string target, bool callrInfo, bool, std::source_loc
 }
 
 I2cDevUtil::~I2cDevUtil() {
-  if (!setup) return;
-  status = itr->second->tearDown();
-  semGive(pMutex);
+  if (setup) status = itr->second->tearDown();
+  if (taken) semGive(pMutex);
 }
 
 E_STATUS I2cDevUtil::getI2CDevItr(std::string target, bool setMuxes, bool, bool verbose) {
   I2cDevNameMap& devs = I2cDevMap::getI2cDevMap()->map;
   itr = devs.find(target);
   setup = 0;
-  status = getMutx(&pMutex);
-  // A process never waits for the semaphore it holds itself (a failed lookup
-  // keeps it): it goes on, and this accessor's destructor gives it back.
-  if (status == SUCCESS && !semHeldHere(pMutex)) status = semTake(pMutex);
-  // The lookup is checked before a missing entry's path is touched.
-  bool found = itr != devs.end();
-  if (status == SUCCESS && found && setMuxes) status = itr->second->pTstAxs->getPath().setMuxes(verbose);
-  if (status == SUCCESS && found) {
-    status = itr->second->setUp();
-    if (status == SUCCESS) setup = 1;
-  } else {
-    if (!found) reportMissing(target);
-    status = ENTRY_NOT_FOUND;
+  // The lookup is checked before anything is taken or touched.
+  if (itr == devs.end()) {
+    reportMissing(target);
+    return status = ENTRY_NOT_FOUND;
   }
+  status = getMutx(&pMutex);
+  if (status == SUCCESS) status = semTake(pMutex, true);
+  if (status != SUCCESS) return status;
+  taken = true;
+  I2cDev* dev = itr->second;
+  status = dev->openAdapter();
+  if (status == SUCCESS && setMuxes) status = dev->pTstAxs->getPath().setMuxes(verbose, dev->fd());
+  if (status == SUCCESS) status = dev->setDevAddr();
+  if (status == SUCCESS) {
+    setup = 1;
+    return status;
+  }
+  // Nothing is kept of a failed acquisition: the device is closed and the
+  // semaphore given back at once, so that no other process waits on it.
+  dev->tearDown();
+  semGive(pMutex);
+  taken = false;
   return status;
 }
 

@@ -7,14 +7,16 @@
 #include "i2cDevMap.h"
 
 // Scoped access to a named I2C device: construction takes the program-wide
-// semaphore "diagSem", selects the device's multiplexer path and opens the
-// device; destruction closes it and gives the semaphore back.
+// semaphore "diagSem", opens the device's adapter, selects its multiplexer
+// path through that one descriptor and sets the device's address;
+// destruction closes it and gives the semaphore back.
 //
-// An acquisition that fails after taking the semaphore (unknown name, path or
-// open failure) returns with the semaphore still held. A process never waits
-// for a semaphore it holds itself: the next accessor in the same process goes
-// on, and its destructor releases the semaphore, so a failed lookup cannot hang
-// the rest of a script; other processes wait until this one succeeds or ends.
+// An unknown name is refused before the semaphore is taken. An acquisition
+// that fails after taking it (the adapter cannot be opened, a multiplexer does
+// not take or hold its control byte, the address is refused) closes what it
+// opened and gives the semaphore back before it returns: nothing is held
+// between commands, and an idle shell never keeps another process waiting.
+// Accessors nest in one thread (the inner one goes on without waiting).
 class I2cDevUtil : public DiagObject {
 public:
   // With callrInfo a missing device is reported at the caller's place
@@ -39,6 +41,7 @@ public:
   int line = 0;
   std::string fxn;
   bool callrInfo = false;
+  bool taken = false;  // this accessor holds the semaphore
 
 private:
   void reportMissing(const std::string& target) const;

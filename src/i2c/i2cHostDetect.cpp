@@ -82,11 +82,13 @@ int probe_I2cSensAddr(int fd, int muxaddr, int chan_open_code, int addr1, int ad
       break;
     }
   }
-  if (found < 0) return -1;  // the switch stays selected
+  // The switch is deselected whether or not a sensor answered: a channel left
+  // open would put the sensor's neighbours on the bus of every later access.
   if (muxaddr != 0) {
-    if (kernel().ioctlVal(fd, I2C_SLAVE_FORCE, static_cast<unsigned long>(muxaddr)) < 0) return -3;
+    bool addressed = kernel().ioctlVal(fd, I2C_SLAVE_FORCE, static_cast<unsigned long>(muxaddr)) == 0;
     unsigned char off = 0x00;
-    if (kernel().write(fd, &off, 1) != 1) return -5;
+    bool closed = addressed && kernel().write(fd, &off, 1) == 1;
+    if (found >= 0 && !closed) return addressed ? -5 : -3;
   }
   return found;
 }

@@ -23,7 +23,8 @@ struct I2cAddrSearchInfo_t {
 int searchForI2cMuxSwAddr(I2cAddrSearchInfo_t const* pAddrSearchInfo, char* hwname);
 
 // On an open adapter: opens the switch channel (unless muxaddr is 0), finds
-// which of addr1, addr2 takes the byte regaddr, and deselects the switch.
+// which of addr1, addr2 takes the byte regaddr, and deselects the switch,
+// also when neither answered.
 // Returns the answering address, -1 when neither answers or an argument is
 // bad, -2 for a bad descriptor, -3 when the switch address cannot be set,
 // -4 or -5 when the switch does not take its control byte.

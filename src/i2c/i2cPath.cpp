@@ -1,5 +1,6 @@
 #include "i2cPath.h"
 
+#include <cerrno>
 #include <cstring>
 
 #include "log.h"
@@ -29,30 +30,30 @@ I2CPath::I2CPath(std::string devName, E_HOST host, unsigned hostMux, unsigned lo
   memset(buf, 0, sizeof buf);
 }
 
-E_STATUS I2CPath::setMuxes(unsigned long verbose) {
+E_STATUS I2CPath::setMuxes(unsigned long verbose, int fd) {
   if (hostMux == NO_MUX) return SUCCESS;
   E_STATUS status = SUCCESS;
   if (host == MAIN) {
-    status = setMnHstMux(verbose);
-    if (status == SUCCESS && localMux != NO_MUX) status = setMnLclMux(verbose);
+    status = setMnHstMux(verbose, fd);
+    if (status == SUCCESS && localMux != NO_MUX) status = setMnLclMux(verbose, fd);
   } else if (host == SIGNAL || host == SIGNAL1) {
-    status = setSigHstMux(verbose);
-    if (status == SUCCESS && localMux != NO_MUX) status = setSigLclMux(verbose);
+    status = setSigHstMux(verbose, fd);
+    if (status == SUCCESS && localMux != NO_MUX) status = setSigLclMux(verbose, fd);
   }
   return status;
 }
 
-E_STATUS I2CPath::setMnHstMux(unsigned long verbose) { return selectLevel(HOST_LEVEL, hostMux, true, verbose); }
-E_STATUS I2CPath::setMnLclMux(unsigned long verbose) { return selectLevel(LOCAL_LEVEL, localMux, true, verbose); }
-E_STATUS I2CPath::setSigHstMux(unsigned long verbose) { return selectLevel(HOST_LEVEL, hostMux, true, verbose); }
+E_STATUS I2CPath::setMnHstMux(unsigned long verbose, int fd) { return selectLevel(HOST_LEVEL, hostMux, true, verbose, fd); }
+E_STATUS I2CPath::setMnLclMux(unsigned long verbose, int fd) { return selectLevel(LOCAL_LEVEL, localMux, true, verbose, fd); }
+E_STATUS I2CPath::setSigHstMux(unsigned long verbose, int fd) { return selectLevel(HOST_LEVEL, hostMux, true, verbose, fd); }
 // The signal host's second level is written the old way, channel | 0x04, on every
 // revision, also to the "fpsw" switch.
-E_STATUS I2CPath::setSigLclMux(unsigned long verbose) { return selectLevel(LOCAL_LEVEL, localMux, false, verbose); }
+E_STATUS I2CPath::setSigLclMux(unsigned long verbose, int fd) {
+  return selectLevel(LOCAL_LEVEL, localMux, false, verbose, fd);
+}
 
 // Writes one level's control byte to the multiplexer chip of this board revision.
-// A failed control-byte write shows only in its message (when verbose): the
-// result is that of tearDown.
-E_STATUS I2CPath::selectLevel(E_MUX_LEVEL level, unsigned channel, bool pcaStyleAtRev3, unsigned long verbose) {
+E_STATUS I2CPath::selectLevel(E_MUX_LEVEL level, unsigned channel, bool pcaStyleAtRev3, unsigned long verbose, int fd) {
   int rev = 0;
   Rev().getRev(&rev);
   const bool switches = rev >= Rev::FIRST_SWITCH_REV;
@@ -64,14 +65,46 @@ E_STATUS I2CPath::selectLevel(E_MUX_LEVEL level, unsigned channel, bool pcaStyle
     LOGERR(LOG_TERM, "I2C device %s not found\n", name ? name : "(none)");
     return ENTRY_NOT_FOUND;
   }
-  E_STATUS status = mux->setUp();
-  if (status != SUCCESS) return status;
   if (switches && pcaStyleAtRev3)
     buf[0] = static_cast<char>(1u << (channel & 0x1F));
   else
     buf[0] = static_cast<char>(channel | MUX_ENABLE);
-  int written = 0;
-  status = mux->wrBytes(buf, 1, &written, verbose == 0);
-  if (status == SUCCESS && written < 1) status = FAILURE;
-  return mux->tearDown();
+  E_STATUS status = mux->setUpOn(fd);
+  if (status == SUCCESS) status = writeControl(mux, switches, verbose);
+  mux->tearDown();
+  return status;
+}
+
+// The control byte in buf[0], written and read back through the mux's borrowed descriptor.
+E_STATUS I2CPath::writeControl(I2cDev* mux, bool isSwitch, unsigned long verbose) {
+  const char* kind = isSwitch ? "switch" : "multiplexer";
+  const auto ctl = static_cast<unsigned char>(buf[0]);
+  int cnt = 0;
+  E_STATUS status = mux->wrBytes(buf, 1, &cnt, verbose == 0);
+  if (status == SUCCESS && cnt < 1) status = FAILURE;
+  int err = errno;
+  if (status != SUCCESS) {
+    if (status == FXN_NOT_SUPPORTED) return status;  // the refusal named the adapter
+    LOGERR(LOG_TERM, "I2C %s %s(0x%02x) did not take control byte 0x%02x selecting the path to %s\n", kind,
+           escPct(mux->name).c_str(), mux->address, ctl, escPct(devName).c_str());
+    logErrno(LOG_TERM, err);
+    return status;
+  }
+  char held = 0;
+  status = mux->rdBytes(&held, 1, &cnt, 1, true, true);
+  err = errno;
+  // A switch's upper bits are its interrupt inputs; a mux uses the lower three.
+  const unsigned char mask = isSwitch ? 0x0F : 0x07;
+  if (status == SUCCESS && (static_cast<unsigned char>(held) & mask) == (ctl & mask)) return SUCCESS;
+  if (status == SUCCESS) {
+    LOGERR(LOG_TERM, "I2C %s %s(0x%02x) holds 0x%02x after control byte 0x%02x selecting the path to %s\n", kind,
+           escPct(mux->name).c_str(), mux->address, static_cast<unsigned char>(held) & mask, ctl,
+           escPct(devName).c_str());
+    return FAILURE;
+  }
+  if (status == FXN_NOT_SUPPORTED) return status;
+  LOGERR(LOG_TERM, "I2C %s %s(0x%02x) did not let its control byte be read back, selecting the path to %s\n", kind,
+         escPct(mux->name).c_str(), mux->address, escPct(devName).c_str());
+  logErrno(LOG_TERM, err);
+  return FAILURE;
 }

@@ -27,8 +27,13 @@ struct I2cPathMuxes {
 
 // Which channel to select at each multiplexer level to reach one device.
 // Selecting writes the control bytes to the chips the path was handed, the
-// muxes or the switches as the board revision read for that selection says.
-// Channels stay selected after the access; the next selection overwrites them.
+// muxes or the switches as the board revision read for that selection says,
+// through the adapter descriptor the device itself opened. Each control byte
+// is read back: a chip that does not acknowledge it, or does not hold it
+// afterwards, fails the selection with a line naming that chip, since the
+// access would otherwise reach whichever chip the old selection left on the
+// bus. Channels stay selected after the access; the next selection
+// overwrites them.
 class I2CPath : public DiagObject {
 public:
   // The chips a path behind host selects at a level; null names where the
@@ -38,11 +43,13 @@ public:
   I2CPath(std::string devName, E_HOST host, unsigned hostMux, unsigned localMux, unsigned long useSwitch,
           I2cPathMuxes muxes);
 
-  E_STATUS setMuxes(unsigned long verbose);
-  E_STATUS setMnHstMux(unsigned long verbose);
-  E_STATUS setMnLclMux(unsigned long verbose);
-  E_STATUS setSigHstMux(unsigned long verbose);
-  E_STATUS setSigLclMux(unsigned long verbose);
+  // fd: the open adapter of the device the path leads to. verbose adds the
+  // write's own message to a failed control byte's.
+  E_STATUS setMuxes(unsigned long verbose, int fd);
+  E_STATUS setMnHstMux(unsigned long verbose, int fd);
+  E_STATUS setMnLclMux(unsigned long verbose, int fd);
+  E_STATUS setSigHstMux(unsigned long verbose, int fd);
+  E_STATUS setSigLclMux(unsigned long verbose, int fd);
   void setUseSw(unsigned long on) { useSwitch = on; }
 
   char buf[20];
@@ -53,6 +60,7 @@ public:
   unsigned localMux;
 
 private:
-  E_STATUS selectLevel(E_MUX_LEVEL level, unsigned channel, bool pcaStyleAtRev3, unsigned long verbose);
+  E_STATUS selectLevel(E_MUX_LEVEL level, unsigned channel, bool pcaStyleAtRev3, unsigned long verbose, int fd);
+  E_STATUS writeControl(I2cDev* mux, bool isSwitch, unsigned long verbose);
   I2cPathMuxes muxes;
 };

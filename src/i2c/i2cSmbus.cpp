@@ -13,6 +13,12 @@ int i2c_smbus_access(int file, char read_write, __u8 command, int size, union i2
   return kernel().ioctl(file, I2C_SMBUS, &args);
 }
 
+int i2c_smbus_read_byte(int file) {
+  union i2c_smbus_data data;
+  if (i2c_smbus_access(file, I2C_SMBUS_READ, 0, I2C_SMBUS_BYTE, &data)) return -1;
+  return data.byte;
+}
+
 int i2c_smbus_read_byte_data(int file, __u8 command) {
   union i2c_smbus_data data;
   if (i2c_smbus_access(file, I2C_SMBUS_READ, command, I2C_SMBUS_BYTE_DATA, &data)) return -1;

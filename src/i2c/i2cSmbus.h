@@ -7,6 +7,7 @@
 // helpers: the byte or word read, or -1 on failure (errno set); writes return
 // the request's result.
 int i2c_smbus_access(int file, char read_write, __u8 command, int size, union i2c_smbus_data* data);
+int i2c_smbus_read_byte(int file);
 int i2c_smbus_read_byte_data(int file, __u8 command);
 int i2c_smbus_read_word_data(int file, __u8 command);
 // Copies at most maxLen of the bytes the device sends into values; returns the

@@ -6,7 +6,6 @@
 #include "log.h"
 
 namespace {
-constexpr int NUM_FANS = 6;
 constexpr int FULL_SPEED_WORD = 6080;  // FAN_COMMAND_1 at 100 %
 
 const char* const usage[] = {"fan - probe fan controller chip (MAX31785)",
@@ -36,14 +35,16 @@ unsigned short speedWord(unsigned long percent) {
   return static_cast<unsigned short>(word);
 }
 
-// A failed read does not stop the walk; its line shows what the datum still holds.
+// A failed read does not stop the walk; its line says it was not read.
 E_STATUS showSpeeds() {
   E_STATUS st = SUCCESS;
-  unsigned short rpm = 0;
-  for (unsigned char page = 0; page < NUM_FANS; ++page) {
-    FanCtlr fc;
-    st = fc.rdFanCtlrReg(page, FC_READ_FAN_SPEED_1, &rpm);
-    log(LOG_TERM, "%d(0x%04x) rpm\n", rpm, rpm);
+  for (unsigned char page = 0; page < FC_FAN_PAGES; ++page) {
+    unsigned short rpm = 0;
+    st = FanCtlr().rdFanCtlrReg(page, FC_READ_FAN_SPEED_1, &rpm);
+    if (st == SUCCESS)
+      log(LOG_TERM, "%d(0x%04x) rpm\n", rpm, rpm);
+    else
+      log(LOG_TERM, "fan %d speed not read\n", page + 1);
   }
   return st;
 }
@@ -58,12 +59,13 @@ E_STATUS runActions(const ArgScan& s) {
   if (s.has("-rr")) {
     unsigned short datum = 0;
     st = FanCtlr().rdFanCtlrReg(page, offset, &datum);
-    log(LOG_TERM, "0x%04x\n", datum);
+    if (st == SUCCESS) log(LOG_TERM, "0x%04x\n", datum);
   }
   if (s.has("-r")) {
     FanCtlr fc;
-    fc.rdFanCtlrRegs();
-    fc.dispFanCtlrRegs();
+    E_STATUS walk = fc.rdFanCtlrRegs();
+    if (fc.anyRead()) fc.dispFanCtlrRegs();
+    if (walk != SUCCESS) st = walk;
   }
   return st;
 }

@@ -109,8 +109,9 @@ E_STATUS FanCtlr::selectPage(I2cDevItr itr, unsigned char page, bool prefixed) {
   return SUCCESS;
 }
 
-E_STATUS FanCtlr::lclRdFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned char offset,
-                                  unsigned long numBytesToRead, unsigned short* pDatum) {
+// The page select and the command's read, with the pause the controller needs between them.
+E_STATUS FanCtlr::pagedRead(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToRead,
+                            unsigned short* pDatum) {
   E_STATUS st = selectPage(itr, page, true);
   if (st != SUCCESS) return st;
   usleep(PMBUS_GAP_US);
@@ -124,6 +125,12 @@ E_STATUS FanCtlr::lclRdFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned ch
     log(LOG_TERM, "I2C read failed, numBytesToRead= %d, byteCnt= %d\n", static_cast<int>(numBytesToRead), cnt);
     st = FAILURE;
   }
+  return st;
+}
+
+E_STATUS FanCtlr::lclRdFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned char offset,
+                                  unsigned long numBytesToRead, unsigned short* pDatum) {
+  E_STATUS st = pagedRead(itr, page, offset, numBytesToRead, pDatum);
   usleep(PMBUS_GAP_US);
   return st;
 }
@@ -168,29 +175,54 @@ E_STATUS FanCtlr::wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsig
   return lclWrFanCtlrReg(util.getItr(), page, offset, numBytes, &datum);
 }
 
+// Each register is one access of its own, the program-wide semaphore held
+// from its page select to its read and given back for the pause after it, so
+// that another process waits one register's access, not the whole walk.
 E_STATUS FanCtlr::rdFanCtlrRegs() {
-  I2cDevUtil util("fctl", true, false);
-  E_STATUS st = util.stat();
-  if (st != SUCCESS) return st;
+  regRead.assign(regVec.size(), false);
   for (auto& [page, cmds] : pageMap) {
     for (auto& [cmd, elem] : *cmds) {
       Reg& reg = regVec[elem.regVecNdx];
       unsigned short datum = 0;
-      st = lclRdFanCtlrReg(util.getItr(), page, cmd, reg.width / 8, &datum);
-      if (st == SUCCESS) reg.regContents = (reg.regContents & 0xFFFF0000u) | datum;
+      E_STATUS st;
+      {
+        I2cDevUtil util("fctl", true, false);
+        st = util.stat();
+        if (st == SUCCESS) st = pagedRead(util.getItr(), page, cmd, reg.width / 8, &datum);
+      }
+      if (st != SUCCESS) return st;
+      usleep(PMBUS_GAP_US);
+      reg.regContents = (reg.regContents & 0xFFFF0000u) | datum;
+      regRead[elem.regVecNdx] = true;
     }
   }
-  return st;
+  return SUCCESS;
+}
+
+bool FanCtlr::anyRead() const {
+  for (bool r : regRead)
+    if (r) return true;
+  return false;
+}
+
+// Whether the page map leads to this entry: of a register entered twice, only the later.
+bool FanCtlr::reached(size_t ndx) const {
+  const Reg* r = find(static_cast<unsigned char>(regVec[ndx].page), static_cast<unsigned char>(regVec[ndx].offset));
+  return r == &regVec[ndx];
 }
 
 E_STATUS FanCtlr::dispFanCtlrRegs() {
-  for (const Reg& reg : regVec) {
-    if (reg.offset == 0) continue;
+  for (size_t i = 0; i < regVec.size(); ++i) {
+    const Reg& reg = regVec[i];
+    if (reg.offset == 0 || !reached(i)) continue;
     char pgCmd[20];
     snprintf(pgCmd, sizeof pgCmd, "(%02d:0x%02x)", reg.page, reg.offset);
     size_t nameLen = strlen(reg.pName);
     std::string dots(nameLen < 40 ? 40 - nameLen : 0, '.');
-    log(LOG_TERM, "%s %s%s0x%04x\n", reg.pName, pgCmd, dots.c_str(), reg.regContents & 0xFFFF);
+    if (i < regRead.size() && regRead[i])
+      log(LOG_TERM, "%s %s%s0x%04x\n", reg.pName, pgCmd, dots.c_str(), reg.regContents & 0xFFFF);
+    else
+      log(LOG_TERM, "%s %s%snot read\n", reg.pName, pgCmd, dots.c_str());
   }
   return SUCCESS;
 }

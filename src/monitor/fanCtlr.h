@@ -18,6 +18,10 @@ typedef std::map<unsigned char, S_FANCTLR_MAP_ELEMENT> FanCtlrCmdMap;
 // The MAX31785 fan controller "fctl": its PMBus commands as a table of
 // registers grouped by page, paged reads and writes, the table's dump.
 // Built afresh for every operation; nothing persists between operations.
+// The table enters the page-0 manufacturer fan registers twice; the page map
+// reaches the later entry, and the dump shows each register once, from that
+// entry. A register the walk did not read is shown as not read, never as a
+// value: a failed read ends the walk, since the chip has stopped answering.
 class FanCtlr : public DiagObject {
 public:
   FanCtlr();
@@ -25,6 +29,8 @@ public:
   E_STATUS wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsigned char offset, unsigned short datum);
   E_STATUS rdFanCtlrRegs();
   E_STATUS dispFanCtlrRegs();
+  // Whether the last walk read any register at all.
+  bool anyRead() const;
   E_STATUS regWrWithRdBack(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToWrite,
                            unsigned short* pDatum);
   E_STATUS lclRdFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToRead,
@@ -40,6 +46,10 @@ public:
 
 private:
   const Reg* find(unsigned char page, unsigned char offset) const;
+  E_STATUS pagedRead(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToRead,
+                     unsigned short* pDatum);
+  bool reached(size_t ndx) const;
+  std::vector<bool> regRead;  // by regVec index: the walk read it
   E_STATUS selectPage(I2cDevItr itr, unsigned char page, bool prefixed);
 };
 
@@ -55,3 +65,4 @@ constexpr unsigned char FC_READ_FAN_SPEED_1 = 0x90;
 constexpr unsigned char FC_MFR_FAN_FAULT_LIMIT = 0xF5;
 // The controller's PMBus pages: fans 0-5, temperature sensors 6-16, voltage monitors 17-22.
 constexpr unsigned char FC_MAX_PAGE = 22;
+constexpr unsigned char FC_FAN_PAGES = 6;

@@ -39,13 +39,29 @@ E_STATUS outcome(E_STATUS st, bool done, int attempts, bool ok) {
   if (attempts > 1) LOGERR_FN(LOG_TERM, "setOkayOut", "retries required to set %s:  %d\n", okWord(ok), attempts - 1);
   return SUCCESS;
 }
+
+// The controller has one fault output for its six fans: a fault on any fan's
+// page asserts it, so each fan page's STATUS_FANS_1_2 is read (the register
+// table lists it on page 0 only, as the dump shows it).
+E_STATUS anyFanFault(FanCtlr& fc, bool* faulted) {
+  *faulted = false;
+  I2cDevUtil util("fctl", true, false);
+  if (util.stat() != SUCCESS) return util.stat();
+  for (unsigned char page = 0; page < FC_FAN_PAGES; ++page) {
+    unsigned short status = 0;
+    E_STATUS st = fc.lclRdFanCtlrReg(util.getItr(), page, FC_STATUS_FANS_1_2, 1, &status);
+    if (st != SUCCESS) return st;
+    if (status & FAN_FAULT_BITS) *faulted = true;
+  }
+  return SUCCESS;
+}
 }  // namespace
 
 E_STATUS FcAllOkay::chk4OkayOut(bool* pOk) {
   FanCtlr fc;
-  unsigned short status = 0;
-  E_STATUS st = fc.rdFanCtlrReg(0, FC_STATUS_FANS_1_2, &status);
-  if (st == SUCCESS) *pOk = (status & FAN_FAULT_BITS) == 0;
+  bool faulted = false;
+  E_STATUS st = anyFanFault(fc, &faulted);
+  if (st == SUCCESS) *pOk = !faulted;
   return st;
 }
 
@@ -70,9 +86,13 @@ E_STATUS FcAllOkay::setOkayOut(bool ok, bool) {
       st = fc.wrFanCtlrReg(0, 0, FC_CLEAR_FAULTS, 0);
       msleep(300);
     }
+    // Not okay: fan 1's limit was raised, so its page shows the fault. Okay:
+    // the output is released only when no fan's page shows one.
     unsigned short status = 0;
-    if (st == SUCCESS) st = fc.rdFanCtlrReg(0, FC_STATUS_FANS_1_2, &status);
-    if (st == SUCCESS) done = ok ? (status & FAN_FAULT_BITS) == 0 : (status & FAN_FAULT_BITS) != 0;
+    bool faulted = false;
+    if (st == SUCCESS && ok) st = anyFanFault(fc, &faulted);
+    if (st == SUCCESS && !ok) st = fc.rdFanCtlrReg(0, FC_STATUS_FANS_1_2, &status);
+    if (st == SUCCESS) done = ok ? !faulted : (status & FAN_FAULT_BITS) != 0;
     if (st == SUCCESS && !done) msleep(500);
   }
   if (st != SUCCESS)

@@ -22,7 +22,7 @@ protected:
 TEST_F(I2cCommand, ListsEveryDeviceOfTheBoardWithItsDescription) {
   std::string out = run({"-l"});
   for (const auto& [name, dev] : I2cDevMap().map) EXPECT_TRUE(contains(out, "\n" + name + " ")) << name;
-  EXPECT_TRUE(contains(out, "smcEeprom    0x50 plain Main Host 1 3 0 1000 SRC/Meas Connector EEPROM 24LC32A\n"));
+  EXPECT_TRUE(contains(out, "smcEeprom    0x54 plain Main Host 1 3 0 1000 SRC/Meas Connector EEPROM 24LC32A\n"));
   EXPECT_TRUE(contains(out, "fctl         0x52 smbus Main Host 1 1   0995 Fan Controller MAX31785\n"));
   simctl({"set", "board", "signal"});
   out = run({"-l"});

@@ -17,6 +17,7 @@ protected:
 }  // namespace
 
 TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
+  Bus bus;
   const struct { int rev; const char* name; E_HOST host; unsigned hostMux, localMux; const char* writes; } cases[] = {
       {2, "bpEeprom", MAIN, 3, NO_MUX, "0x74 write 07 "},
       {3, "bpEeprom", MAIN, 3, NO_MUX, "0x71 write 08 "},
@@ -31,7 +32,7 @@ TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
     Trace t;
     kernel().resetCounts();
     I2CPath p(c.name, c.host, c.hostMux, c.localMux, 0, I2cDevMap::getI2cDevMap()->muxesFor(c.host));
-    EXPECT_EQ(c.host == SIGNAL ? p.setSigLclMux(1) : p.setMuxes(1), SUCCESS);
+    EXPECT_EQ(c.host == SIGNAL ? p.setSigLclMux(1, bus.fd) : p.setMuxes(1, bus.fd), SUCCESS);
     EXPECT_EQ(busWrites(t), c.writes) << c.name << " rev " << c.rev;
     if (!*c.writes) {
       EXPECT_EQ(kernel().counts().total(), 0u);
@@ -39,12 +40,24 @@ TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
   }
 }
 
-TEST_F(I2cPathSelect, FailedControlByteShowsOnlyInItsMessage) {
-  simctl({"i2c", "nack", "hostsw", "on"});
+// A switch that does not take its control byte, or does not hold it, fails
+// the selection with a line that names it: the access would otherwise reach
+// whatever the old selection left on the bus.
+TEST_F(I2cPathSelect, AControlByteNotTakenOrNotHeldFailsTheSelection) {
+  Bus bus;
   I2CPath p("fctl", MAIN, 1, NO_MUX, 0, I2cDevMap::getI2cDevMap()->muxesFor(MAIN));
-  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(p.setMuxes(1), SUCCESS); }),
-                       "failed to write device hostsw(0x71) bytesWritten= -1"));
-  EXPECT_EQ(captured([&] { EXPECT_EQ(p.setMuxes(0), SUCCESS); }), "");
+  simctl({"i2c", "nack", "hostsw", "on"});
+  std::string out = captured([&] { EXPECT_EQ(p.setMuxes(0, bus.fd), FAILURE); });
+  EXPECT_TRUE(contains(out, "I2C switch hostsw(0x71) did not take control byte 0x02 selecting the path to fctl\n"
+                            "Remote I/O error (121)\n")) << out;
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(p.setMuxes(1, bus.fd), FAILURE); }),
+                       "failed to write device hostsw(0x71) bytesWritten= -1"));  // verbose: the write's own line too
+  simctl({"i2c", "nack", "hostsw", "off"});
+  ASSERT_TRUE(bus.select(0x71, 0x04));
+  simctl({"i2c", "ignore-ctl", "hostsw", "on"});
+  out = captured([&] { EXPECT_EQ(p.setMuxes(0, bus.fd), FAILURE); });
+  EXPECT_TRUE(contains(out, "I2C switch hostsw(0x71) holds 0x04 after control byte 0x02 selecting the path to fctl\n"))
+      << out;
 }
 
 // A path reaches the bus only through the chips the registry handed it, and
@@ -63,7 +76,8 @@ TEST_F(I2cPathSelect, AChipThePathWasNotHandedIsNotFound) {
     rev(c.rev);
     Trace t;
     I2CPath p("fpfpga", c.host, 3, 1, 0, c.muxes);
-    std::string out = captured([&] { EXPECT_EQ(p.setMuxes(1), ENTRY_NOT_FOUND); });
+    Bus bus;
+    std::string out = captured([&] { EXPECT_EQ(p.setMuxes(1, bus.fd), ENTRY_NOT_FOUND); });
     EXPECT_TRUE(contains(out, std::string("function selectLevel - I2C device ") + c.missing + " not found\n"))
         << c.missing << ": " << out;
     EXPECT_EQ(busWrites(t), c.writes) << c.missing;

@@ -70,3 +70,53 @@ TEST_F(SimI2cBus, EepromWritesWrapInTheirPageAndReadsRunOn) {
   ASSERT_TRUE(bus.put({0x0F, 0xFF}));  // the last byte, then round to the start
   EXPECT_EQ(bus.get(2), (std::vector<unsigned char>{0xFF, 'Z'}));
 }
+
+// The instrument's own controller, as its driver reports itself and as the
+// kernel answers what it does not carry: no zero-length message (so no SMBus
+// quick), and a block read of which only the count is read, the data being
+// whatever the kernel's SMBus buffer held from before.
+TEST_F(SimI2cBus, TheDefaultAdapterIsTheInstrumentsController) {
+  unsigned long funcs = 0;
+  ASSERT_EQ(kernel().ioctl(bus.fd, I2C_FUNCS, &funcs), 0);
+  EXPECT_EQ(funcs, I2C_FUNC_I2C | (I2C_FUNC_SMBUS_EMUL & ~I2C_FUNC_SMBUS_QUICK) | I2C_FUNC_PROTOCOL_MANGLING);
+  ASSERT_TRUE(bus.to(0x56));
+  Trace t;
+  char none = 0;
+  EXPECT_EQ(i2c_smbus_access(bus.fd, I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr), -1);
+  EXPECT_EQ(errno, EOPNOTSUPP);
+  EXPECT_TRUE(kernel().write(bus.fd, &none, 0) == -1 && errno == EOPNOTSUPP);
+  EXPECT_TRUE(kernel().read(bus.fd, &none, 0) == -1 && errno == EOPNOTSUPP);
+  EXPECT_EQ(t.grep(" -> EOPNOTSUPP").size(), 3u);
+
+  for (auto [reg, v] : {std::pair{"0x20", "3"}, {"0x21", "0x61"}, {"0x22", "0x62"}, {"0x23", "0x63"}})
+    simctl({"i2c", "poke", "fpfpga", reg, v});
+  ASSERT_TRUE(bus.select(HOSTSW, 0x08) && bus.select(FPSW, 0x02) && bus.to(FPFPGA));
+  union i2c_smbus_data d{};
+  d.block[0] = 4;  // an I2C block read of 0x10-0x13 leaves 11 0f 01 00 in the kernel's buffer
+  ASSERT_EQ(i2c_smbus_access(bus.fd, I2C_SMBUS_READ, 0x10, I2C_SMBUS_I2C_BLOCK_DATA, &d), 0);
+  ASSERT_EQ(i2c_smbus_access(bus.fd, I2C_SMBUS_READ, 0x20, I2C_SMBUS_BLOCK_DATA, &d), 0);
+  EXPECT_EQ(std::vector<unsigned>(d.block, d.block + 4), (std::vector<unsigned>{3, 0x0f, 0x01, 0x00}));
+  EXPECT_EQ(i2c_smbus_read_byte(bus.fd), 0x61);  // the chip sent its count alone
+}
+
+// A full-featured adapter (as the kernel's I2C stub is) carries both; a block
+// read is one message that the chip's count lengthens.
+TEST_F(SimI2cBus, AFullAdapterCarriesQuickAndCountedBlockReads) {
+  simctl({"set", "adapter", "full"});
+  unsigned long funcs = 0;
+  ASSERT_EQ(kernel().ioctl(bus.fd, I2C_FUNCS, &funcs), 0);
+  EXPECT_EQ(funcs, I2C_FUNC_I2C | I2C_FUNC_SMBUS_EMUL_ALL);
+  ASSERT_TRUE(bus.to(0x56));
+  EXPECT_EQ(i2c_smbus_access(bus.fd, I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr), 0);
+  EXPECT_EQ(i2c_smbus_access(bus.fd, I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr), 0);
+  ASSERT_TRUE(bus.to(0x57));
+  EXPECT_EQ(i2c_smbus_access(bus.fd, I2C_SMBUS_WRITE, 0, I2C_SMBUS_QUICK, nullptr), -1);  // nobody there
+  // The fan controller starts its reply afresh with each message: a word read
+  // as a block is its low byte as the count, then the high byte.
+  ASSERT_TRUE(bus.select(HOSTSW, 0x02) && bus.to(FCTL));
+  ASSERT_EQ(i2c_smbus_write_byte_data(bus.fd, 0x00, 2), 0);
+  ASSERT_EQ(i2c_smbus_write_word_data(bus.fd, 0x3b, 0x0a03), 0);
+  __u8 values[32] = {};
+  ASSERT_EQ(i2c_smbus_read_block_data(bus.fd, 0x3b, values), 3);
+  EXPECT_EQ(std::vector<unsigned>(values, values + 3), (std::vector<unsigned>{0x0a, 0xff, 0xff}));
+}

@@ -126,10 +126,15 @@ TEST(AllokSignalHost, BothNamesSetTheSignalHostBit) {
   EXPECT_NE(r.out.find("srchost    true     true"), std::string::npos) << r.out;
 }
 
-// A fan that has stopped keeps its fault: releasing it runs out of attempts.
-TEST(AllokStuckFault, ReleaseTimesOut) {
+// Any fan's fault asserts the controller's one fault output: a stopped fan 3
+// shows as the fan controller's okay output false, beside the pulled line,
+// and keeps its fault, so that releasing the output runs out of attempts.
+TEST(AllokStuckFault, AnyFansFaultIsTheControllersAndReleaseTimesOut) {
   simctl({"reset"});
-  simctl({"i2c", "fan-fail", "1", "on"});
+  simctl({"i2c", "fan-fail", "3", "on"});
+  std::string scan = scanM();
+  EXPECT_NE(scan.find("fctl       false    NA"), std::string::npos) << scan;
+  EXPECT_NE(scan.find("mnhost     true     false"), std::string::npos) << scan;
   AllOkayMap m;
   testing::internal::CaptureStdout();
   EXPECT_EQ(m.find("fctl")->setOkayOut(true, false), TIMEOUT);

@@ -34,9 +34,8 @@ adapterAs2() {
 }
 
 # The fan controller pages its registers like PMBus: only an SMBus byte write of
-# register 0 (PAGE) switches the bank that registers 1..0xff reach. The host
-# switch and the main host's memory only answer. SMBus block transfers are
-# switched on as well.
+# register 0 (PAGE) switches the bank that registers 1..0xff reach. The main
+# host's memory only answers. SMBus block transfers are switched on as well.
 loadStub() {
   insmod /lib/modules/i2c-stub.ko chip_addr=$FCTL,$HOSTSW,$MHEEPROM bank_reg=0x00 bank_mask=0x1f bank_start=0x01 \
     bank_end=0xff functionality=0x0f7f0000 || return 1
@@ -44,7 +43,17 @@ loadStub() {
   for d in /sys/class/i2c-dev/i2c-*; do
     grep -q "SMBus stub" "$d/name" && nr=${d##*/i2c-}
   done
-  adapterAs2 "$nr"
+  adapterAs2 "$nr" && stubSwitch
+}
+
+# The program reads back each control byte it gives the host switch. On the
+# stub a control byte arrives as an SMBus send byte, which sets the chip's
+# register pointer, and is read back as a receive byte, which reads the register
+# it points at: a register holding its own number for each single channel makes
+# the stub hold what it is given, as a switch does.
+stubSwitch() {
+  local c
+  for c in 0x01 0x02 0x04 0x08; do i2cset -y 2 $HOSTSW $c $c b || return 1; done
 }
 
 # The board's DVI bus (its transmitter is the client at 0x39) is where qemu put the chips.
@@ -155,6 +164,7 @@ pathSteps() {
 errorSteps() {
   step absentRead diag i2c -d mrtmp2 -o 0 -r 2
   step switchWrite diag i2c -d hostsw -w 0x02
+  step plainRead diag i2c -d mhEeprom -o 0 -r 4
 }
 
 mountAll

@@ -22,7 +22,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <filesystem>
 #include <sstream>
 #include <string>
@@ -37,9 +36,7 @@ namespace fs = std::filesystem;
 namespace {
 constexpr int COMMAND_MS = 120000;
 const std::string NOT_RUN = "<!-- not run:";
-// Pages left out, each for a reason; the list is meant to be empty. These two describe the I2C board map, which is
-// being redrawn (new EEPROM addresses, the adapter's functions): their examples join when they are fenced and marked.
-const char* const LEFT_OUT[] = {"i2c.md", "sim-i2c.md"};
+
 
 struct Command {
   int lineNo;
@@ -185,9 +182,7 @@ TEST(DocExamples, EveryExampleRunsAndPrintsWhatThePageShows) {
   const fs::path top = DIAG_SOURCE_DIR;
   std::vector<fs::path> pages = {top / "README.md", top / "bench/README.md"};
   for (const auto& e : fs::directory_iterator(top / "docs"))
-    if (e.path().extension() == ".md" && std::find(std::begin(LEFT_OUT), std::end(LEFT_OUT), e.path().filename()) ==
-                                             std::end(LEFT_OUT))
-      pages.push_back(e.path());
+    if (e.path().extension() == ".md") pages.push_back(e.path());
   std::vector<std::string> loose;
   int ran = 0, marked = 0;
   for (const fs::path& page : pages) {

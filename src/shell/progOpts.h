@@ -16,6 +16,7 @@ ProgOpts scanProgOpts(int argc, char** argv);
 // The usage of the program, for --help.
 void progUsage(const char* program);
 // The exit status of a one-shot run that asked for one: 0 SUCCESS, 2 an
-// unknown or unconnected command or a line or word refused (bad usage), 1
-// any other failure.
+// unknown or unconnected command (a self-test this build cannot run or that
+// gives no verdict: FXN_NOT_SUPPORTED) or a line or word refused (bad usage),
+// 1 any other failure.
 int exitCode(E_STATUS st);

@@ -7,7 +7,7 @@
 #include "numArg.h"
 
 void printUsage(const ArgsDecl& decl) {
-  for (const char* line : decl.usage) log(LOG_TERM, "%s\n", escPct(line).c_str());
+  for (const char* line : decl.usage) log(LOG_TERM, "%s\n", line);
 }
 
 E_STATUS usageAct(const OptHit&, const ArgScan& scan) {
@@ -26,7 +26,7 @@ E_STATUS ArgScan::refuse(const char* w) const {
   std::string text = decl.rules.refusal;
   size_t at = text.find("%s");
   if (at != std::string::npos) text.replace(at, 2, w);
-  LOGERR(LOG_TERM, "%s\n", escPct(text).c_str());
+  LOGERR(LOG_TERM, "%s\n", text.c_str());
   return BAD_PARAMETER;
 }
 

@@ -12,5 +12,5 @@ void runCmdLine(const std::string& line) {
   if (runner)
     runner(line);
   else
-    LOGERR(LOG_TERM, "no shell to run %s\n", escPct(line).c_str());
+    LOGERR(LOG_TERM, "no shell to run %s\n", line.c_str());
 }

@@ -211,5 +211,5 @@ void LockFile::reportHolder(const char* semName) const {
   }
   std::string name = commandOf(pid);
   log(LOG_TERM, "waiting for semaphore %s: process %d%s%s%s holds its lock file %s\n", semName, static_cast<int>(pid),
-      name.empty() ? "" : " (", escPct(name).c_str(), name.empty() ? "" : ")", lockPath);
+      name.empty() ? "" : " (", name.c_str(), name.empty() ? "" : ")", lockPath);
 }

@@ -37,20 +37,6 @@ void pulseTrigger() {
   if (triggerPulse) triggerPulse();
 }
 
-size_t convSpecLen(const char* p) {
-  // p points at '%'; returns the length of the whole conversion (flags, width, precision, letter), or 0.
-  const char* q = p + 1;
-  while (*q && strchr("-+ #0'", *q)) ++q;
-  while (*q == '*' || (*q >= '0' && *q <= '9')) ++q;
-  if (*q == '.') {
-    ++q;
-    while (*q == '*' || (*q >= '0' && *q <= '9')) ++q;
-  }
-  while (*q && strchr("hlLqjzt", *q)) ++q;
-  if (*q && strchr("diouxXeEfFgGaAcspnCS", *q)) return static_cast<size_t>(q - p) + 1;
-  return 0;
-}
-
 void emit(unsigned long flags, const std::string& text) {
   if (flags & LOG_TERM) {
     fputs(text.c_str(), stdout);
@@ -64,35 +50,6 @@ void emit(unsigned long flags, const std::string& text) {
   }
 }
 }  // namespace
-
-std::string fmtNoArgs(const char* text) {
-  std::string out;
-  if (!text) return out;
-  for (const char* p = text; *p;) {
-    if (*p == '%' && p[1] == '%') {
-      out += '%';
-      p += 2;
-    } else if (*p == '%') {
-      size_t n = convSpecLen(p);
-      if (n == 0) n = 1;
-      out.append(p, n);
-      p += n;
-    } else {
-      out += *p++;
-    }
-  }
-  return out;
-}
-
-std::string escPct(const std::string& text) {
-  std::string out;
-  out.reserve(text.size());
-  for (char c : text) {
-    out += c;
-    if (c == '%') out += '%';
-  }
-  return out;
-}
 
 const char* srcName(const char* path) {
   thread_local char name[64];
@@ -146,20 +103,12 @@ E_STATUS log(unsigned long flags, const char* fmt, ...) {
   va_start(ap, fmt);
   vsnprintf(lclStr, sizeof lclStr, fmt, ap);
   va_end(ap);
-  emit(flags, fmtNoArgs(lclStr));
-  return SUCCESS;
-}
-
-E_STATUS logText(unsigned long flags, const char* text) {
-  if (flags & LOG_TRIG) pulseTrigger();
-  std::lock_guard<std::recursive_mutex> lock(logMutex);
-  snprintf(lclStr, sizeof lclStr, "%s", fmtNoArgs(text).c_str());
-  emit(flags, fmtNoArgs(lclStr));
+  emit(flags, lclStr);
   return SUCCESS;
 }
 
 void logErrno(unsigned long flags, int err) {
-  log(flags, "%s (%d)\n", escPct(strerror(err)).c_str(), err);
+  log(flags, "%s (%d)\n", strerror(err), err);
 }
 
 E_STATUS setLogFlag(unsigned long flags, bool on) {

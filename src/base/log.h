@@ -7,13 +7,10 @@ constexpr unsigned long LOG_TERM = 1;
 constexpr unsigned long LOG_SYS = 2;
 constexpr unsigned long LOG_TRIG = 4;
 
-// The one output call. The text is formatted once with the arguments and then
-// interpreted once more as a format with no arguments (see fmtNoArgs), so a
-// message that must show a percent sign carries "%%" after the first pass.
+// The one output call. The format is the program's own and is formatted once
+// with the arguments: a text that comes from outside (a name, a file's line,
+// an operator's answer) is always an argument, and prints as it is, '%' and all.
 E_STATUS log(unsigned long flags, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
-// log() with a text that is itself used as the format (no arguments to consume):
-// the way the system prints lines read from files and operator answers.
-E_STATUS logText(unsigned long flags, const char* text);
 E_STATUS setLogFlag(unsigned long flags, bool on);
 // The pulse of log flag 4, installed by the layer that owns the FPGA trigger;
 // until then flag 4 pulses nothing.
@@ -26,12 +23,6 @@ unsigned long getLogFlags();
 E_STATUS logOpen();
 E_STATUS logClose();
 int insertTS(char* str);
-
-// Interprets text as a printf format without arguments: "%%" gives "%", and a
-// conversion that would need an argument is kept as it stands.
-std::string fmtNoArgs(const char* text);
-// Doubles every '%' so that user text survives the second formatting pass of log().
-std::string escPct(const std::string& text);
 
 // Source file name without directory and extension, for the error-report prefix.
 const char* srcName(const char* path);

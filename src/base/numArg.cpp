@@ -32,11 +32,11 @@ E_STATUS refuseNumArg(const char* who, const char* opt, const char* text, E_NUM_
       return SUCCESS;
     case NUM_ARG_NOT_A_NUMBER:
       LOGERR(LOG_TERM, "%s %s: %s is not a number (decimal, 0x hexadecimal or leading-zero octal)\n",
-             escPct(who).c_str(), escPct(opt).c_str(), escPct(text).c_str());
+             who, opt, text);
       break;
     case NUM_ARG_OUT_OF_RANGE:
-      LOGERR(LOG_TERM, "%s %s: %s is out of range, %lu to %lu\n", escPct(who).c_str(), escPct(opt).c_str(),
-             escPct(text).c_str(), min, max);
+      LOGERR(LOG_TERM, "%s %s: %s is out of range, %lu to %lu\n", who, opt,
+             text, min, max);
       break;
   }
   return BAD_PARAMETER;

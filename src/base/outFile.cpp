@@ -12,7 +12,7 @@ OutFile::~OutFile() {
 E_STATUS OutFile::fail(const char* what, int err, const Where& where) {
   if (!failed)
     log(LOG_TERM, "file %s, line %d, function %s - unable to %s file %s: %s (%d)\n", srcName(where.file_name()),
-        static_cast<int>(where.line()), escPct(fnName(where.function_name())).c_str(), what, escPct(path).c_str(),
+        static_cast<int>(where.line()), fnName(where.function_name()).c_str(), what, path.c_str(),
         strerror(err), err);
   failed = true;
   return FAILURE;

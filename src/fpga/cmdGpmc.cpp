@@ -168,7 +168,7 @@ E_STATUS openFiles(const GpmcArgs& a, GpmcFiles& files) {
   std::string name = keptName(a.inName);
   files.in = fopen(name.c_str(), "r");
   if (files.in) return SUCCESS;
-  LOGERR(LOG_TERM, "unable to open file %s\n", escPct(name).c_str());
+  LOGERR(LOG_TERM, "unable to open file %s\n", name.c_str());
   return FAILURE;
 }
 }  // namespace

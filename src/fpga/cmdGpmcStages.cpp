@@ -31,7 +31,7 @@ struct Targets {
 GpmcDev* lookup(const char* name) {
   GpmcDev* dev = GpmcDevMap::find(name);
   if (!dev)
-    LOGERR(LOG_TERM, "Device %s not found\r\n", escPct(name).c_str());
+    LOGERR(LOG_TERM, "Device %s not found\r\n", name);
   return dev;
 }
 
@@ -123,7 +123,7 @@ E_STATUS readBlock(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsigned l
 }
 
 E_STATUS readStage(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsigned long offset) {
-  if (!a.sincorr) log(LOG_TERM, "reading %s:\n", escPct(a.devName).c_str());
+  if (!a.sincorr) log(LOG_TERM, "reading %s:\n", a.devName);
   E_STATUS status = SUCCESS;
   for (unsigned long left = a.nRd; left > 0 && status == SUCCESS; offset += BLOCK_BYTES) {
     unsigned long n = left < BLOCK_WORDS ? left : BLOCK_WORDS;
@@ -143,7 +143,7 @@ bool quitTyped() {
 }
 
 E_STATUS contReadStage(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsigned long offset) {
-  log(LOG_TERM, "continuously reading %s (type q to quit):\n", escPct(a.devName).c_str());
+  log(LOG_TERM, "continuously reading %s (type q to quit):\n", a.devName);
   nonblock(true);
   E_STATUS status = SUCCESS;
   for (; status == SUCCESS; offset += BLOCK_BYTES) {

@@ -15,7 +15,7 @@ void GpmcWordDump::add(unsigned long offset, unsigned short word) {
     text[i] = c < 0x20 || c > 0x7e ? '.' : static_cast<char>(c);
   }
   text[16] = '\0';
-  log(LOG_TERM, "%04x %s\n", word, escPct(text).c_str());
+  log(LOG_TERM, "%04x %s\n", word, text);
   n = 0;
 }
 

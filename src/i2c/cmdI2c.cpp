@@ -62,14 +62,14 @@ E_STATUS tooMany(const char* what, unsigned long n, unsigned long max) {
 // Refuses what the device's mode cannot carry before the bus is touched.
 E_STATUS check(const Request& rq, const I2cDev& dev) {
   if (!rq.hasRead && !rq.hasWrite && !rq.dump) {
-    LOGERR(LOG_TERM, "nothing to do for %s: give -r, -w or -dump\n", escPct(rq.device).c_str());
+    LOGERR(LOG_TERM, "nothing to do for %s: give -r, -w or -dump\n", rq.device.c_str());
     return BAD_PARAMETER;
   }
   if (dev.smbus) {
     if (rq.hasOffset && rq.offset > 0xFF)
       return refuseNumArg("i2c", "-o", std::to_string(rq.offset).c_str(), NUM_ARG_OUT_OF_RANGE, 0, 0xFF);
     if ((rq.hasRead || rq.hasWrite) && !rq.hasOffset) {
-      LOGERR(LOG_TERM, "%s is an SMBus device: give the register with -o\n", escPct(rq.device).c_str());
+      LOGERR(LOG_TERM, "%s is an SMBus device: give the register with -o\n", rq.device.c_str());
       return BAD_PARAMETER;
     }
     if (rq.data.size() > MAX_SMBUS_WRITE) return tooMany("write", rq.data.size(), MAX_SMBUS_WRITE);
@@ -142,7 +142,7 @@ E_STATUS plainRead(I2cDev& dev, const Request& rq, unsigned long count) {
 E_STATUS access(const Request& rq) {
   I2cDevUtil util(rq.device, false, false);
   if (util.stat() != SUCCESS) {
-    LOGERR(LOG_TERM, "cannot reach I2C device %s, status= %d\n", escPct(rq.device).c_str(), util.stat());
+    LOGERR(LOG_TERM, "cannot reach I2C device %s, status= %d\n", rq.device.c_str(), util.stat());
     return util.stat();
   }
   I2cDev& dev = *util.getItr()->second;
@@ -158,8 +158,8 @@ void list() {
   log(LOG_TERM, "I2C devices of the %s board\n", reg->boardLabel.c_str());
   log(LOG_TERM, "%-12s %-4s %-5s %s\n", "name", "addr", "mode", "description");
   for (const auto& [name, dev] : reg->map)
-    log(LOG_TERM, "%-12s 0x%02x %-5s %s\n", escPct(name).c_str(), dev->address, dev->smbus ? "smbus" : "plain",
-        escPct(dev->description).c_str());
+    log(LOG_TERM, "%-12s 0x%02x %-5s %s\n", name.c_str(), dev->address, dev->smbus ? "smbus" : "plain",
+        dev->description.c_str());
 }
 
 E_STATUS run(const Request& rq) {
@@ -174,7 +174,7 @@ E_STATUS run(const Request& rq) {
   I2cDevNameMap& devs = I2cDevMap::getI2cDevMap()->map;
   auto it = devs.find(rq.device);
   if (it == devs.end()) {
-    LOGERR(LOG_TERM, "I2C device %s not found, see i2c -l\n", escPct(rq.device).c_str());
+    LOGERR(LOG_TERM, "I2C device %s not found, see i2c -l\n", rq.device.c_str());
     return ENTRY_NOT_FOUND;
   }
   E_STATUS st = check(rq, *it->second);

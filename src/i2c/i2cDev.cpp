@@ -46,7 +46,7 @@ E_STATUS I2cDev::setDevAddr() {
   errno = 0;
   if (kernel().ioctlVal(fd(), I2C_SLAVE_FORCE, address) < 0) {
     int err = errno;
-    LOGERR(logFlags(), "failed to set device %s address 0x%02x\n", escPct(name).c_str(), address);
+    LOGERR(logFlags(), "failed to set device %s address 0x%02x\n", name.c_str(), address);
     logErrno(LOG_TERM | LOG_SYS, err);
     if (borrowed) return FAILURE;  // the descriptor is its owner's to close
     kernel().close(fd());  // the value stays stored: tearDown closes (and counts) once more
@@ -87,7 +87,7 @@ bool I2cDev::offers(const I2cXferNeed& need) {
     if (kernel().ioctl(fd(), I2C_FUNCS, &funcs) < 0) {
       int err = errno;
       LOGERR(logFlags(), "adapter /dev/i2c-%u did not say which transfers it carries, for device %s(0x%02x)\n",
-             adapter, escPct(name).c_str(), address);
+             adapter, name.c_str(), address);
       logErrno(logFlags(), err);
       return false;
     }
@@ -100,7 +100,7 @@ E_STATUS I2cDev::refuse(const I2cXferNeed& need) const {
   if (!caps->known) return FAILURE;  // the adapter would not say: that was reported
   bool alternative = strcmp(need.instead, "none") != 0;
   LOGERR(logFlags(), "adapter /dev/i2c-%u cannot carry %s (its driver does not offer it), for device %s(0x%02x)%s%s\n",
-         adapter, need.what, escPct(name).c_str(), address, alternative ? ": " : "", alternative ? need.instead : "");
+         adapter, need.what, name.c_str(), address, alternative ? ": " : "", alternative ? need.instead : "");
   return FXN_NOT_SUPPORTED;
 }
 
@@ -144,7 +144,7 @@ int I2cDev::smbusWrite(const unsigned char* b, unsigned long n) {
   }
   if (r < 0) {
     int err = errno;
-    LOGERR(logFlags(), "failed to write device %s(0x%02x)%s\n", escPct(name).c_str(), address, byteCnt);
+    LOGERR(logFlags(), "failed to write device %s(0x%02x)%s\n", name.c_str(), address, byteCnt);
     logErrno(logFlags(), err);
     errno = err;
   }
@@ -156,7 +156,7 @@ E_STATUS I2cDev::wrBytes(std::span<const char> buf, unsigned long numBytesToWrit
   *pBytesWritten = 0;
   if (buf.size() < bytesTaken(smbus, numBytesToWrite)) {
     LOGERR(logFlags(), "a write of %lu bytes to device %s(0x%02x) does not fit the buffer of %zu bytes\n",
-           numBytesToWrite, escPct(name).c_str(), address, buf.size());
+           numBytesToWrite, name.c_str(), address, buf.size());
     return BAD_PARAMETER;
   }
   if (smbus && !offers(*smbusWriteNeed(numBytesToWrite))) return refuse(*smbusWriteNeed(numBytesToWrite));
@@ -204,7 +204,7 @@ void I2cDev::reportWriteFailure(std::span<const char> buf, unsigned long n, int 
   LOGERR_FN(logFlags(), "wrBytes",
             "failed to write device %s(0x%02x) bytesWritten= %d, numBytesToWrite= %d buf[0]= 0x%02x, buf[1]= 0x%02x, "
             "buf[2]= 0x%02x, buf[3]= 0x%02x\n",
-            escPct(name).c_str(), address, written, static_cast<int>(n), shown[0], shown[1], shown[2], shown[3]);
+            name.c_str(), address, written, static_cast<int>(n), shown[0], shown[1], shown[2], shown[3]);
   logErrno(logFlags(), err);
 }
 
@@ -232,7 +232,7 @@ E_STATUS I2cDev::smbusRead(char* pBuf, unsigned long n, int* pBytesRead) {
   }
   if (v >= 0) return SUCCESS;
   int err = errno;
-  LOGERR(logFlags(), "failed to read device %s(0x%02x), byteCnt= %d\n", escPct(name).c_str(), address, 0);
+  LOGERR(logFlags(), "failed to read device %s(0x%02x), byteCnt= %d\n", name.c_str(), address, 0);
   logErrno(logFlags(), err);
   errno = err;
   return FAILURE;
@@ -256,7 +256,7 @@ E_STATUS I2cDev::rdBytes(char* pBuf, unsigned long numBytesToRead, int* pBytesRe
   if (complete && !silent) dumpBytes(pBuf, *pBytesRead, noASCII, noNewLines);
   if (complete) return status;
   if (!silent) {
-    LOGERR(logFlags(), "failed to read device %s(0x%02x), byteCnt= %d\n", escPct(name).c_str(), address, *pBytesRead);
+    LOGERR(logFlags(), "failed to read device %s(0x%02x), byteCnt= %d\n", name.c_str(), address, *pBytesRead);
     logErrno(logFlags(), err);
   }
   return FAILURE;
@@ -274,7 +274,7 @@ void dumpBytes(const char* pBuf, int count, bool noASCII, bool noNewLines) {
     if (i % DUMP_WIDTH != DUMP_WIDTH - 1) continue;
     if (!noASCII) line += std::string(" ") + text;
     if (!noNewLines) line += "\n";
-    log(LOG_TERM, "%s", escPct(line).c_str());
+    log(LOG_TERM, "%s", line.c_str());
     line.clear();
   }
   if (count <= 0) return;
@@ -291,5 +291,5 @@ void dumpBytes(const char* pBuf, int count, bool noASCII, bool noNewLines) {
   // dump shorter than one line is padded.
   text[count < DUMP_WIDTH ? count : DUMP_WIDTH] = '\0';
   if (count < DUMP_WIDTH) line += std::string(2 * static_cast<size_t>(DUMP_WIDTH - count), ' ');
-  log(LOG_TERM, "%s %s\n", line.c_str(), escPct(text).c_str());
+  log(LOG_TERM, "%s %s\n", line.c_str(), text);
 }

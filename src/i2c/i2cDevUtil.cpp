@@ -48,9 +48,9 @@ E_STATUS I2cDevUtil::getI2CDevItr(std::string target, bool setMuxes, bool, bool 
 // Names the device that is not on this board, from where the caller asked for it when it said so.
 void I2cDevUtil::reportMissing(const std::string& target) const {
   if (!callrInfo) {
-    LOGERR(LOG_TERM, "I2C device %s not found\n", escPct(target).c_str());
+    LOGERR(LOG_TERM, "I2C device %s not found\n", target.c_str());
     return;
   }
   log(LOG_TERM, "file %s, line %d, function %s - I2C device %s not found\n", srcName(file.c_str()), line,
-      escPct(fxn).c_str(), escPct(target).c_str());
+      fxn.c_str(), target.c_str());
 }

@@ -86,7 +86,7 @@ E_STATUS I2CPath::writeControl(I2cDev* mux, bool isSwitch, unsigned long verbose
   if (status != SUCCESS) {
     if (status == FXN_NOT_SUPPORTED) return status;  // the refusal named the adapter
     LOGERR(LOG_TERM, "I2C %s %s(0x%02x) did not take control byte 0x%02x selecting the path to %s\n", kind,
-           escPct(mux->name).c_str(), mux->address, ctl, escPct(devName).c_str());
+           mux->name.c_str(), mux->address, ctl, devName.c_str());
     logErrno(LOG_TERM, err);
     return status;
   }
@@ -98,13 +98,13 @@ E_STATUS I2CPath::writeControl(I2cDev* mux, bool isSwitch, unsigned long verbose
   if (status == SUCCESS && (static_cast<unsigned char>(held) & mask) == (ctl & mask)) return SUCCESS;
   if (status == SUCCESS) {
     LOGERR(LOG_TERM, "I2C %s %s(0x%02x) holds 0x%02x after control byte 0x%02x selecting the path to %s\n", kind,
-           escPct(mux->name).c_str(), mux->address, static_cast<unsigned char>(held) & mask, ctl,
-           escPct(devName).c_str());
+           mux->name.c_str(), mux->address, static_cast<unsigned char>(held) & mask, ctl,
+           devName.c_str());
     return FAILURE;
   }
   if (status == FXN_NOT_SUPPORTED) return status;
   LOGERR(LOG_TERM, "I2C %s %s(0x%02x) did not let its control byte be read back, selecting the path to %s\n", kind,
-         escPct(mux->name).c_str(), mux->address, escPct(devName).c_str());
+         mux->name.c_str(), mux->address, devName.c_str());
   logErrno(LOG_TERM, err);
   return FAILURE;
 }

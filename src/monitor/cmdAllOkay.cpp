@@ -27,7 +27,7 @@ bool hostOf(const char* arg, E_HOST* host) {
     case 'm': *host = MEAS; return true;
     case 's': *host = SIGNAL; return true;
   }
-  LOGERR(LOG_TERM, "unknown host %s\n", escPct(arg).c_str());
+  LOGERR(LOG_TERM, "unknown host %s\n", arg);
   return false;
 }
 
@@ -82,7 +82,7 @@ E_STATUS setOkays(AllOkayMap& m, E_HOST host, const std::string& which) {
 E_STATUS frcNotOkay(AllOkayMap& m, const std::string& name) {
   AllOkay* src = m.find(name);
   if (!src) {
-    LOGERR(LOG_TERM, "%s not found\n", escPct(name).c_str());
+    LOGERR(LOG_TERM, "%s not found\n", name.c_str());
     return ENTRY_NOT_FOUND;
   }
   return src->setOkayOut(false, false);

@@ -60,12 +60,12 @@ E_STATUS I2cScanTest::runTest(int argc, char argv[][ARG_LEN]) {
     if (dev->scanTstIgnore || !onThisRevision(*dev, rev)) continue;
     ++checked;
     if (!probe(name)) {
-      log(LOG_TERM, "%s - %s (0x%02x) does not answer: %s\n", escPct(nm).c_str(), escPct(name).c_str(), dev->address,
-          escPct(dev->description).c_str());
+      log(LOG_TERM, "%s - %s (0x%02x) does not answer: %s\n", nm.c_str(), name.c_str(), dev->address,
+          dev->description.c_str());
       st = FAILURE;
     }
   }
-  log(LOG_TERM, "%s - %d devices checked\n", escPct(nm).c_str(), checked);
+  log(LOG_TERM, "%s - %d devices checked\n", nm.c_str(), checked);
   verdict(st, SCAN_FAILED_CODE);
   return st;
 }
@@ -105,12 +105,12 @@ E_STATUS I2CFastRegAxsTest::runTest(int argc, char argv[][ARG_LEN]) {
   const unsigned long loops = scan.num("-l", 1);
   std::vector<unsigned char> msg;
   if (!parseHex(dataHex, &msg)) {
-    LOGERR(LOG_TERM, "bad data %s\n", escPct(dataHex).c_str());
+    LOGERR(LOG_TERM, "bad data %s\n", dataHex.c_str());
     return BAD_PARAMETER;
   }
   const bool readBack = reg == 0;
   if (!I2cDevMap::getI2cDevMap()->map.count(dev)) {
-    log(LOG_TERM, "%s - %s is not a device of this board (see i2c -l)\n", escPct(nm).c_str(), escPct(dev).c_str());
+    log(LOG_TERM, "%s - %s is not a device of this board (see i2c -l)\n", nm.c_str(), dev.c_str());
     verdict(FAILURE, 0);
     return FAILURE;
   }
@@ -122,7 +122,7 @@ E_STATUS I2CFastRegAxsTest::runTest(int argc, char argv[][ARG_LEN]) {
     ++done;
   }
   if (st == SUCCESS && failures) st = FAILURE;
-  log(LOG_TERM, "%s - %lu accesses of %s, %lu failed%s\n", escPct(nm).c_str(), done, escPct(dev).c_str(), failures,
+  log(LOG_TERM, "%s - %lu accesses of %s, %lu failed%s\n", nm.c_str(), done, dev.c_str(), failures,
       readBack ? "" : " (write acknowledged; this chip gives no read-back)");
   verdict(st, 0);
   return st;
@@ -151,19 +151,19 @@ E_STATUS Z9CableConnTest::runTest(int argc, char argv[][ARG_LEN]) {
   std::vector<unsigned short> codes;
   for (const CableCheck& c : cableChecks) {
     if (probe(c.device)) continue;
-    log(LOG_TERM, "%s - %s: %s does not answer\n", escPct(nm).c_str(), c.what, c.device);
+    log(LOG_TERM, "%s - %s: %s does not answer\n", nm.c_str(), c.what, c.device);
     codes.push_back(c.code);
   }
   if (tstAxs2FctlrRegs() != SUCCESS) {
-    log(LOG_TERM, "%s - fan controller cable: the fan controller does not answer\n", escPct(nm).c_str());
+    log(LOG_TERM, "%s - fan controller cable: the fan controller does not answer\n", nm.c_str());
     if (std::find(codes.begin(), codes.end(), 0x1711) == codes.end()) codes.push_back(0x1711);
   }
   log(LOG_TERM, "%s - power-supply controller cable not checked: the PSC FPGA is not reachable in this build\n",
-      escPct(nm).c_str());
+      nm.c_str());
   // A cable that failed fails the test; all that answered is not all the
   // cables, so no verdict is given then.
   if (codes.empty()) {
-    log(LOG_TERM, "%s - no verdict: not every cable could be checked\n", escPct(nm).c_str());
+    log(LOG_TERM, "%s - no verdict: not every cable could be checked\n", nm.c_str());
     return FXN_NOT_SUPPORTED;
   }
   log(LOG_TERM, "FAILED\n");

@@ -18,6 +18,6 @@ E_STATUS UnavailableTest::runTest(int argc, char argv[][ARG_LEN]) {
     E_STATUS st = scan.run();
     if (st != SUCCESS || scan.ended()) return st;
   }
-  log(LOG_TERM, "%s - not available in this build: its hardware is not reachable here\n", escPct(nm).c_str());
+  log(LOG_TERM, "%s - not available in this build: its hardware is not reachable here\n", nm.c_str());
   return FXN_NOT_SUPPORTED;
 }

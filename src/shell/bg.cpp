@@ -9,15 +9,15 @@ namespace {
 const char* const usage[] = {"bg <command> - run a command in the background"};
 }  // namespace
 
-// Runs the rest of the line detached, under the system shell. A '%' in an
-// argument is interpreted as in a format ("%%" gives "%"). A command that
+// Runs the rest of the line detached, under the system shell, its words as
+// they were typed ('%' included: no word is ever taken as a format). A command that
 // does not fit the 200 characters of its text (with the "&" and the end) is
 // refused, not cut: cut, it would run something else than was asked.
 E_STATUS bg(int argc, char argv[][ARG_LEN]) {
   constexpr size_t LIMIT = 198;
   std::string text;
   for (int i = 1; i < argc; ++i) {
-    text += fmtNoArgs(argv[i]);
+    text += argv[i];
     text += ' ';
   }
   if (text.size() > LIMIT) {

@@ -58,7 +58,7 @@ E_STATUS cmdExec(int argc, char argv[][ARG_LEN]) {
     log(LOG_TERM, "command not found\r\n");
     lastStatus = CMD_NOT_FOUND;
   } else if (!it->second->cmd) {
-    log(LOG_TERM, "%s - command not connected to a function\n", escPct(argv[0]).c_str());
+    log(LOG_TERM, "%s - command not connected to a function\n", argv[0]);
     lastStatus = FXN_NOT_SUPPORTED;
   } else {
     lastStatus = it->second->cmd(argc, argv);

@@ -22,7 +22,7 @@ E_STATUS testSyslog(const OptHit&, const ArgScan&) {
     return FAILURE;
   }
   char line[256];
-  while (fgets(line, sizeof line, f)) logText(LOG_TERM, line);
+  while (fgets(line, sizeof line, f)) log(LOG_TERM, "%s", line);
   fclose(f);
   return SUCCESS;
 }

@@ -50,10 +50,11 @@ E_STATUS utp(int argc, char argv[][ARG_LEN]) {
   // answer that cannot be kept is never asked for.
   OutFile out;
   if (scan.has("-f") && out.open(scan.word("-f"), "a+") != SUCCESS) return FAILURE;
-  log(LOG_TERM, "%s", escPct(message(scan)).c_str());
+  log(LOG_TERM, "%s", message(scan).c_str());
   if (!readAnswer()) return FAILURE;
-  if (!out.isOpen()) return logText(LOG_TERM, UTPStr);
-  fputs(fmtNoArgs(UTPStr).c_str(), out.stream());
+  // The answer as it was typed, '%' and all.
+  if (!out.isOpen()) return log(LOG_TERM, "%s", UTPStr);
+  fputs(UTPStr, out.stream());
   return out.close();
 }
 

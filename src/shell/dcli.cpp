@@ -27,7 +27,7 @@ void fileUsage() { printUsage(fileCmd.args); }
 E_STATUS runScriptFile(const char* name) {
   FILE* f = fopen(name, "r");
   if (!f) {
-    LOGERR(LOG_TERM, "unable to open file %s\n", escPct(name).c_str());
+    LOGERR(LOG_TERM, "unable to open file %s\n", name);
     return FAILURE;
   }
   E_STATUS status = runScript(f, name);

@@ -42,8 +42,8 @@ ErrCode::ErrCode() {
 
 void ErrCode::prCodes() {
   log(LOG_TERM, "Error Codes:\n");
-  for (const auto& [code, text] : errMap) log(LOG_TERM, "%04x - %s\n", code, escPct(text).c_str());
+  for (const auto& [code, text] : errMap) log(LOG_TERM, "%04x - %s\n", code, text.c_str());
   log(LOG_TERM, "\n");
   log(LOG_TERM, "Warning Codes:\n");
-  for (const auto& [code, text] : wrnMap) log(LOG_TERM, "%04x - %s\n", code, escPct(text).c_str());
+  for (const auto& [code, text] : wrnMap) log(LOG_TERM, "%04x - %s\n", code, text.c_str());
 }

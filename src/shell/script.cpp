@@ -58,7 +58,7 @@ bool isRunnable(const char* line) {
 void echoLine(const char* line) {
   constexpr size_t PIECE = 200;
   for (size_t n = strlen(line), at = 0; at < n; at += PIECE)
-    log(LOG_TERM, "%s", escPct(std::string(line + at, std::min(PIECE, n - at))).c_str());
+    log(LOG_TERM, "%s", std::string(line + at, std::min(PIECE, n - at)).c_str());
   log(LOG_TERM, "\n");
 }
 
@@ -76,7 +76,7 @@ E_STATUS runScript(FILE* f, const char* name) {
     if (cut) {
       // Said before the rest is read: an endless line (/dev/zero) is read until the operator interrupts.
       LOGERR(LOG_TERM, "line %d of file %s is longer than %d characters: cut there, the rest of it skipped\n", lineNo,
-             escPct(name).c_str(), SCRIPT_LINE_MAX);
+             name, SCRIPT_LINE_MAX);
       skipRest(f);
     }
     if (!isRunnable(line)) {
@@ -101,7 +101,7 @@ E_STATUS runScript(FILE* f, const char* name) {
   // A directory, or a file the system cannot read: say so rather than run nothing in silence.
   if (ferror(f)) {
     int err = errno;
-    LOGERR(LOG_TERM, "unable to read file %s, so it cannot be run\n", escPct(name).c_str());
+    LOGERR(LOG_TERM, "unable to read file %s, so it cannot be run\n", name);
     logErrno(LOG_TERM, err);
     return FAILURE;
   }

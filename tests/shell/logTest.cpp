@@ -12,22 +12,13 @@
 using testing::internal::CaptureStdout;
 using testing::internal::GetCapturedStdout;
 
-TEST(LogFormat, SecondPassKeepsWhatCLeavesUndefined) {
-  EXPECT_EQ(fmtNoArgs("100%% done"), "100% done");
-  // A conversion with no argument to consume is printed as it stands.
-  EXPECT_EQ(fmtNoArgs("%s and %d and %5.2f and %lx"), "%s and %d and %5.2f and %lx");
-  EXPECT_EQ(fmtNoArgs("trailing %"), "trailing %");
-  EXPECT_EQ(fmtNoArgs("%n%%%"), "%n%%");
-  EXPECT_EQ(escPct("50% of %s"), "50%% of %%s");
-  EXPECT_EQ(fmtNoArgs(escPct("a%b%%c%").c_str()), "a%b%%c%");
-}
-
-TEST(LogOutput, PrintsOnceFormattedTextAndUserTextExactly) {
+// A text from outside is an argument and prints as it is, whatever '%' it holds.
+TEST(LogOutput, FormatsOnceAndPrintsUserTextExactly) {
   CaptureStdout();
-  log(LOG_TERM, "%d%% of %s\n", 50, escPct("file%s.txt").c_str());
-  logText(LOG_TERM, "answer 100%% %d\n");
+  log(LOG_TERM, "%d%% of %s\n", 50, "file%s.txt");
+  log(LOG_TERM, "%s", "answer 100%% %d %n\n");
   log(LOG_SYS, "only to the system log\n");
-  EXPECT_EQ(GetCapturedStdout(), "50% of file%s.txt\nanswer 100% %d\n");
+  EXPECT_EQ(GetCapturedStdout(), "50% of file%s.txt\nanswer 100%% %d %n\n");
 }
 
 TEST(LogOutput, LongMessagesArePrintedWhole) {

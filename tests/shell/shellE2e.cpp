@@ -189,17 +189,17 @@ TEST(UtilityCommands, DelaySystemBackgroundAndPause) {
   runSim({"file", testPath("many.txt")});
   EXPECT_FALSE(std::ifstream(testPath("never")).good());
 
-  // bg returns at once and the job finishes on its own; "%%" in an argument gives "%".
-  EXPECT_EQ(runSim({"bg", "sh", "-c", "\"sleep 0.2; echo 50%% > " + testPath("bg.out") + "\""}).exitCode, 0);
+  // bg returns at once and the job finishes on its own; its words go to the system shell as they were typed.
+  EXPECT_EQ(runSim({"bg", "sh", "-c", "\"sleep 0.2; echo 50%% %s > " + testPath("bg.out") + "\""}).exitCode, 0);
   for (int i = 0; i < 100 && readFile(testPath("bg.out")).empty(); ++i) usleep(50000);
-  EXPECT_EQ(readFile(testPath("bg.out")), "50%\n");
+  EXPECT_EQ(readFile(testPath("bg.out")), "50%% %s\n");
 
   EXPECT_EQ(runSim({"delay", "-m", "0x10", "-s"}).out, "");
 
   RunResult r = runSim({"utp", "-m", "Press", "Enter", "-f", testPath("utp.out")}, "done 100%% %d\n");
   EXPECT_EQ(r.out, "Press Enter ");
-  EXPECT_EQ(readFile(testPath("utp.out")), "done 100% %d\n");
-  EXPECT_EQ(runSim({"utp"}, "ok%%\n").out, "...ok%\n");
+  EXPECT_EQ(readFile(testPath("utp.out")), "done 100%% %d\n");  // the answer as typed
+  EXPECT_EQ(runSim({"utp"}, "ok%%\n").out, "...ok%%\n");
   // An answer that cannot be kept is not asked for; one that was not stored is said so.
   r = runSim({"utp", "-m", "Press", "Enter", "-f", testPath("no/such/folder")}, "done\n");
   EXPECT_EQ(r.out.substr(r.out.find(" - ")), " - unable to open file " + testPath("no/such/folder") +

@@ -6,13 +6,11 @@
 
 #include <string>
 
-#include "layers.h"
 
 int main(int argc, char** argv) {
   std::string state = "/tmp/diag-bench-" + std::to_string(getpid()) + ".state";
   setenv("DIAG_SIM_STATE", state.c_str(), 1);
   unsetenv("DIAG_SIM_TRACE");
-  connectLayers();
   benchmark::Initialize(&argc, argv);
   benchmark::RunSpecifiedBenchmarks();
   benchmark::Shutdown();

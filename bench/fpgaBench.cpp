@@ -11,12 +11,19 @@
 namespace {
 constexpr unsigned long BLOCK = 256;
 
+// The FPGA's ports as the program's board holds them, with the semaphore they take.
+GpmcDevMap& fpga() {
+  static ProgramSem sem("diagGPMCSem");
+  static GpmcDevMap* map = new GpmcDevMap(sem);  // kept past the simulated kernel's end
+  return *map;
+}
+
 GpmcDev* target(const char* name) {
   std::string out;
   sim::simCtl({"reset"}, out);
   sim::simCtl({"set", "board", "signal"}, out);
-  GpmcDev* dev = GpmcDevMap::find(name);
-  if (std::string(name) == "obuf") GpmcDevCtl(*GpmcDevMap::find("reg")).GPMCEnOBufWrites();
+  GpmcDev* dev = fpga().find(name);
+  if (std::string(name) == "obuf") GpmcDevCtl(*fpga().find("reg")).GPMCEnOBufWrites();
   return dev;
 }
 

@@ -3,7 +3,7 @@
 # build time by diag-docgen from the program's own command declarations, so they cannot drift from its help.
 
 add_executable(diag-docgen docgen/docGen.cpp src/kernel/linuxKernelInstance.cpp)
-target_link_libraries(diag-docgen PRIVATE diagcore simcore)
+target_link_libraries(diag-docgen PRIVATE diagshell diagcmds simcore)
 target_compile_definitions(diag-docgen PRIVATE DIAG_VERSION="${PROJECT_VERSION}")
 
 set(DIAG_DOC_DIR ${CMAKE_BINARY_DIR}/doc)

@@ -1,7 +1,6 @@
 # Every source of the program except the entry point and the kernel instance.
 file(GLOB DIAG_CORE_SOURCES CONFIGURE_DEPENDS
   ${CMAKE_CURRENT_LIST_DIR}/../src/base/*.cpp
-  ${CMAKE_CURRENT_LIST_DIR}/../src/shell/*.cpp
   ${CMAKE_CURRENT_LIST_DIR}/../src/kernel/*.cpp
   ${CMAKE_CURRENT_LIST_DIR}/../src/fpga/*.cpp
   ${CMAKE_CURRENT_LIST_DIR}/../src/i2c/*.cpp
@@ -9,5 +8,13 @@ file(GLOB DIAG_CORE_SOURCES CONFIGURE_DEPENDS
   ${CMAKE_CURRENT_LIST_DIR}/../src/selftest/*.cpp)
 list(FILTER DIAG_CORE_SOURCES EXCLUDE REGEX "/(main|linuxKernelInstance)\\.cpp$")
 
+# The commands: each file declares one command (or a family) into a linker
+# section, which nothing else refers to, so they must be linked as objects.
+file(GLOB DIAG_CMD_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/../src/commands/*.cpp)
+
 file(GLOB DIAG_SIM_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/../sim/*.cpp)
 list(FILTER DIAG_SIM_SOURCES EXCLUDE REGEX "/(simKernelInstance|simCtlMain)\\.cpp$")
+
+# The shell around the commands: dispatcher, line editor, scripts, options.
+file(GLOB DIAG_SHELL_SOURCES CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/../src/shell/*.cpp)
+list(FILTER DIAG_SHELL_SOURCES EXCLUDE REGEX "/main\\.cpp$")

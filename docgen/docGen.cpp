@@ -7,7 +7,7 @@
 #include <string>
 
 #include "cmdLineObjectMap.h"
-#include "layers.h"
+#include "board.h"
 #include "simCtl.h"
 #include "testMap.h"
 
@@ -42,25 +42,24 @@ std::string header(const char* name, const char* what) {
          ".SH NAME\n" + roff(name) + " \\- " + roff(what) + "\n";
 }
 
-std::string commands() {
+std::string commands(const CmdLineObjectMap& cmds) {
   std::string out = ".SH COMMANDS\nEvery command, by name, with its help line and its options.\n";
-  for (const auto& [name, obj] : CmdLineObjectMap::getCmdLineMap()->map) {
-    const CmdDecl& d = obj->decl;
+  for (const auto& [name, obj] : cmds.map) {
+    const CmdDecl& d = obj.decl;
     out += ".TP\n.B " + roff(name) + "\n" + roff(d.help) + "\n";
     if (!d.handler && name != "file") {
       out += ".br\nNot connected in this build: it says so when run.\n";
       continue;
     }
-    std::string usage;
-    for (const char* line : d.args.usage) usage += std::string(line) + "\n";
+    const std::string usage = usageText(d.args);
     if (!usage.empty()) out += verbatim(usage);
   }
   return out;
 }
 
-std::string selfTests() {
+std::string selfTests(const TestMap& tests) {
   std::string out = ".SH SELF-TESTS\nRun with \\fBruntest\\fR \\fIname\\fR; \\fBlisttests\\fR lists them.\n";
-  for (const auto& [name, test] : TestMap::getTestMap()->map)
+  for (const auto& [name, test] : tests.map)
     out += ".TP\n.B " + roff(name) + "\n" + roff(test->helpString) + "\n";
   return out;
 }
@@ -159,9 +158,9 @@ std::string simctlPage() {
 }
 
 // Completion of the command word for one-shot use; "file" completes a script's name.
-std::string completion(const char* program) {
+std::string completion(const char* program, const CmdLineObjectMap& cmds) {
   std::string names;
-  for (const auto& [name, obj] : CmdLineObjectMap::getCmdLineMap()->map) names += (names.empty() ? "" : " ") + name;
+  for (const auto& [name, obj] : cmds.map) names += (names.empty() ? "" : " ") + name;
   std::string fn = std::string("_") + program;
   for (char& c : fn)
     if (c == '-') c = '_';
@@ -189,14 +188,15 @@ int main(int argc, char** argv) {
     fprintf(stderr, "usage: diag-docgen OUTDIR\n");
     return 2;
   }
-  connectLayers();
+  // The board's registries, as the program builds them; nothing is opened.
+  Board board([](const std::string&) {});
   const std::string dir = argv[1];
   const std::string diagPage = header("diag", "board-level diagnostics shell of the instrument") + DIAG_TEXT +
-                               commands() + selfTests() + DIAG_TAIL;
+                               commands(board.commands) + selfTests(board.tests) + DIAG_TAIL;
   bool ok = write(dir + "/diag.1", diagPage) &&
             write(dir + "/diag-sim.1", header("diag-sim", "the diagnostics shell on a simulated instrument") + SIM_TEXT) &&
-            write(dir + "/diag-simctl.1", simctlPage()) && write(dir + "/diag.bash-completion", completion("diag")) &&
-            write(dir + "/diag-sim.bash-completion", completion("diag-sim"));
+            write(dir + "/diag-simctl.1", simctlPage()) && write(dir + "/diag.bash-completion", completion("diag", board.commands)) &&
+            write(dir + "/diag-sim.bash-completion", completion("diag-sim", board.commands));
   if (!ok) fprintf(stderr, "diag-docgen: cannot write into %s\n", dir.c_str());
   return ok ? 0 : 1;
 }

@@ -12,22 +12,20 @@
 
 #include "cmdLineObjectMap.h"
 #include "fuzzBounds.h"
-#include "layers.h"
+#include "cmdLine.h"
 #include "simCtl.h"
 
 namespace {
 constexpr size_t MAX_CMDS = 80;
 
 std::string dir;
-std::array<CmdDecl, MAX_CMDS> guarded;
 std::array<CmdHandler, MAX_CMDS> original;
-std::vector<const CmdDecl*> guardedOrder;
 std::vector<const CmdDecl*> connected;
 
 template <size_t I>
-E_STATUS guardedHandler(int argc, char argv[][ARG_LEN]) {
-  if (whyNotRun(argc, argv)) return SUCCESS;
-  return original[I](argc, argv);
+E_STATUS guardedHandler(const Args& args, Board& board) {
+  if (whyNotRun(args.count(), args.rows())) return SUCCESS;
+  return original[I](args, board);
 }
 
 template <size_t... I>
@@ -47,25 +45,20 @@ void redirect(int fd, const char* path, int flags) {
   close(f);
 }
 
-// The registry is filled from the installed declarations on its first use:
-// install the bounded copies before anything looks commands up.
-void installGuarded() {
+// Every connected command of the board's registry runs behind the bounds.
+void installGuarded(CmdLineObjectMap& commands) {
   static constexpr auto handlers = guardedHandlers(std::make_index_sequence<MAX_CMDS>());
-  std::span<const CmdDecl* const> decls = CmdLineObjectMap::declarations();
-  if (decls.size() > MAX_CMDS) {
-    fprintf(stderr, "fuzz: %zu commands, the target bounds at most %zu\n", decls.size(), MAX_CMDS);
+  if (commands.map.size() > MAX_CMDS) {
+    fprintf(stderr, "fuzz: %zu commands, the target bounds at most %zu\n", commands.map.size(), MAX_CMDS);
     exit(1);
   }
-  for (size_t i = 0; i < decls.size(); ++i) {
-    guarded[i] = *decls[i];
-    original[i] = decls[i]->handler;
-    if (original[i]) {
-      guarded[i].handler = handlers[i];
-      connected.push_back(decls[i]);
-    }
-    guardedOrder.push_back(&guarded[i]);
+  size_t i = 0;
+  for (auto& [name, obj] : commands.map) {
+    if (!obj.cmd) continue;
+    original[i] = obj.cmd;
+    obj.cmd = handlers[i++];
+    connected.push_back(&obj.decl);
   }
-  CmdLineObjectMap::install(guardedOrder);
 }
 }  // namespace
 
@@ -89,8 +82,12 @@ void fuzzSetup() {
   fputs(boundsText(), stderr);
   redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
   redirect(STDOUT_FILENO, "/dev/null", O_WRONLY);
-  connectLayers();
-  installGuarded();
+  installGuarded(fuzzBoard().commands);
+}
+
+Board& fuzzBoard() {
+  static Board* board = new Board([](const std::string& line) { execCmd(line, fuzzBoard()); });
+  return *board;
 }
 
 std::span<const CmdDecl* const> connectedCommands() { return connected; }

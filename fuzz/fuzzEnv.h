@@ -4,19 +4,22 @@
 #include <span>
 #include <string>
 
-#include "argsDecl.h"
+#include "board.h"
 
 // The world every fuzz target runs in, set up once per process by its first
 // input: a simulated instrument in a state file of its own (in a fresh
 // directory, which is also the working directory, so that files a command
 // writes stay there), standard input at its end and standard output thrown
-// away, the program's layers connected, and the command registry holding each
+// away, and the board's command registry holding each
 // connected command behind the target's bounds (fuzzBounds.h), so that lines
 // that reach a handler through dispatch or a script are bounded too. Prints
 // the bounds once, on standard error.
 void fuzzSetup();
 
-// The commands that have a handler in this build, in registration order.
+// The board of the target's process, as the program's entry builds its own.
+Board& fuzzBoard();
+
+// The commands that have a handler in this build, in name order.
 std::span<const CmdDecl* const> connectedCommands();
 
 // Puts the simulated instrument in its power-on state on the given board

@@ -11,11 +11,12 @@
 
 #include "fuzzBounds.h"
 #include "fuzzEnv.h"
+#include "cmdLine.h"
 #include "testMap.h"
 
 namespace {
 const Test* testByIndex(uint8_t n) {
-  const TMap& tests = TestMap::getTestMap()->map;
+  const TMap& tests = fuzzBoard().tests.map;
   auto it = tests.begin();
   std::advance(it, n % tests.size());
   return it->second;
@@ -53,6 +54,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   }
   argc = fillRows(argv, argc, p, data + size);
   if (whyNotRun(argc, argv)) return -1;  // not kept in the corpus
-  cmd.handler(argc, argv);
+  cmdExec(argc, argv, fuzzBoard());
   return 0;
 }

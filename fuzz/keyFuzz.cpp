@@ -42,7 +42,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   fuzzSetup();
   keysFromPipe();
   if (size > MAX_KEYS) return -1;
-  cmdHistory().clear();
+  static CmdHistory history;
+  history.clear();
   // Every stream ends with Enter: the editor then finishes its last line and
   // never waits for a key that will not come.
   std::string keys(reinterpret_cast<const char*>(data), size);
@@ -52,9 +53,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   char argv[MAX_ARGS][ARG_LEN];
   int argc;
   while (inputAvailable()) {
-    getLine(line, "diag> ");
-    CmdHistory& h = cmdHistory();
-    if (h.put(line) == SUCCESS) lineParser(&argc, argv, h.slot(h.lastSlot()));
+    getLine(line, "diag> ", history, fuzzBoard().commands.map);
+    if (history.put(line) == SUCCESS) lineParser(&argc, argv, history.slot(history.lastSlot()));
   }
   return 0;
 }

@@ -15,6 +15,6 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   line = line.c_str();
   char argv[MAX_ARGS][ARG_LEN];
   int argc = 0;
-  if (lineParser(&argc, argv, line.c_str()) == SUCCESS) cmdExec(argc, argv);
+  if (lineParser(&argc, argv, line.c_str()) == SUCCESS) cmdExec(argc, argv, fuzzBoard());
   return 0;
 }

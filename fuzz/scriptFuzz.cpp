@@ -16,7 +16,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
   FILE* f = fmemopen(const_cast<uint8_t*>(size ? data : none), size ? size : 1, "r");
   if (!f) return 0;
   if (!size) fgetc(f);
-  runScript(f, "fuzz-script");
+  runScript(f, "fuzz-script", fuzzBoard());
   fclose(f);
   return 0;
 }

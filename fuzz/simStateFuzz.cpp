@@ -42,7 +42,7 @@ static_assert(sizeof probes / sizeof probes[0] == 16, "one bit of the choice eac
 void runLine(const char* line) {
   char argv[MAX_ARGS][ARG_LEN];
   int argc = 0;
-  if (lineParser(&argc, argv, line) == SUCCESS) cmdExec(argc, argv);
+  if (lineParser(&argc, argv, line) == SUCCESS) cmdExec(argc, argv, fuzzBoard());
 }
 }  // namespace
 

@@ -5,15 +5,10 @@
 #include "diagStatus.h"
 
 // How a command (or a self-test) reads the words of its line, declared as data:
-// its options with the values they take, and the command's own scanning rules.
-// One scanner (scanArgs) serves every declaration.
-
-class ArgScan;
-struct OptHit;
-
-// What an option does when it is met, before the command's own work: a status
-// other than SUCCESS ends the command with it.
-using OptAct = E_STATUS (*)(const OptHit& hit, const ArgScan& scan);
+// its options and positional words with the values they take and the lines
+// they add to its usage, and the command's own scanning rules. One scanner
+// (Args) serves every declaration; a command reads what it found by naming
+// the declared option itself, so that a misspelt name does not compile.
 
 enum E_VAL_KIND {
   VAL_NUM,    // a number word within [min, max]
@@ -31,26 +26,28 @@ struct S_VAL_DECL {
   bool optional = false;
 };
 
+enum E_OPT_KIND {
+  OPT_OPTION,    // a word beginning with '-', and its values
+  OPT_WORD,      // one positional word, in the order declared
+  OPT_REST,      // every word to the end of the line (-h among them still asks for the usage)
+  OPT_RAW_REST,  // every word to the end of the line, for another declaration to read
+};
+
 struct OptDecl {
-  const char* name = nullptr;
+  const char* name = nullptr;  // "-r"; for a positional word the name its usage gives it
+  E_OPT_KIND kind = OPT_OPTION;
   S_VAL_DECL vals[2];
   int nVals = 0;
-  OptAct act = nullptr;
-  bool ends = false;  // the scan ends at this option (-h)
+  const char* usage = nullptr;  // its line of the usage text ('\n' between several); null: none of its own
 
-  constexpr OptDecl then(OptAct fn) const {
-    OptDecl o = *this;
-    o.act = fn;
-    return o;
-  }
-  constexpr OptDecl endsScan() const {
-    OptDecl o = *this;
-    o.ends = true;
-    return o;
-  }
   constexpr OptDecl plus(S_VAL_DECL v) const {
     OptDecl o = *this;
     o.vals[o.nVals++] = v;
+    return o;
+  }
+  constexpr OptDecl says(const char* text) const {
+    OptDecl o = *this;
+    o.usage = text;
     return o;
   }
 };
@@ -69,6 +66,9 @@ constexpr OptDecl wordsOpt(const char* name, bool optional) {
 constexpr OptDecl numsOpt(const char* name, unsigned long min, unsigned long max) {
   return {.name = name, .vals = {{VAL_NUMS, min, max, true}}, .nVals = 1};
 }
+constexpr OptDecl posWord(const char* name) { return {.name = name, .kind = OPT_WORD}; }
+constexpr OptDecl restWords(const char* name) { return {.name = name, .kind = OPT_REST}; }
+constexpr OptDecl rawRestWords(const char* name) { return {.name = name, .kind = OPT_RAW_REST}; }
 constexpr S_VAL_DECL numVal(unsigned long min, unsigned long max) { return {VAL_NUM, min, max, false}; }
 constexpr S_VAL_DECL wordVal(bool optional = false) { return {VAL_WORD, 0, ULONG_MAX, optional}; }
 
@@ -76,38 +76,27 @@ constexpr S_VAL_DECL wordVal(bool optional = false) { return {VAL_WORD, 0, ULONG
 // still looks at that word too (so that a value is itself compared with the
 // option names).
 enum E_VALUE_WORD { VALUE_CONSUMED, VALUE_SCANNED_TOO };
-// An option whose value is missing (the option is the last word).
+// An option whose value is missing (the line ends, or an option follows where a
+// value must be). Refused unless the declaration says what it means.
 enum E_MISSING_VALUE {
+  MISSING_REFUSED,    // the command is refused with one line
   MISSING_IS_ZERO,    // the value counts as 0 (an empty word)
-  MISSING_DROPS_OPT,  // the option is ignored
-  MISSING_REFUSED,    // the command is refused with its refusal text
+  MISSING_DROPS_OPT,  // the option is passed over
 };
 
 struct ScanRules {
   E_VALUE_WORD valueWord = VALUE_CONSUMED;
-  E_MISSING_VALUE missing = MISSING_IS_ZERO;
-  bool unknownRefused = false;     // a word that is no option refuses the command (else it is ignored)
-  bool emptyWordsSkipped = false;  // empty words (two blanks in a row) are passed over, also inside a value list
-  // The refusal line for a missing value or an unknown word; one %s, the word.
-  const char* refusal = "%s needs a value";
+  E_MISSING_VALUE missing = MISSING_REFUSED;
   int firstArg = 1;  // self-tests: their options follow "runtest" and the test name
 };
 
-// A command's or a self-test's words: name, usage lines (printed by -h, one
-// line each), options and scanning rules.
+// A command's or a self-test's words: its name, the usage lines before those
+// of its options, its options and positional words in the order of the usage,
+// and its scanning rules. Its usage (-h) is the head lines, then each
+// option's lines; with neither, the name and the help line.
 struct ArgsDecl {
   const char* name = "";
-  std::span<const char* const> usage;
-  std::span<const OptDecl> opts;
+  std::span<const char* const> head;
+  std::span<const OptDecl* const> opts;
   ScanRules rules;
-};
-
-// One command of the registry: one-line help (without its newline), how its
-// words are read, and its handler (null: listed for help and completion, but
-// not connected in this build).
-struct CmdDecl {
-  const char* help = "";
-  ArgsDecl args;
-  CmdHandler handler = nullptr;
-  const char* name() const { return args.name; }
 };

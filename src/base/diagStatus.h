@@ -1,13 +1,10 @@
 #pragma once
-// Status codes returned by every command, test and device operation, and the
-// common base of the system's records and device classes.
+// Status codes returned by every command, test and device operation.
 
 enum E_STATUS {
   INVALID_STATUS = 0,
   SUCCESS = 1,
   FAILURE = 2,
-  FAILURE1 = 3,
-  FAILURE2 = 4,
   TIMEOUT = 5,
   BAD_PARAMETER = 6,
   ADDR_OUT_OF_RANGE = 7,
@@ -30,14 +27,7 @@ enum E_STATUS {
   OVERRANGE = 24,
   OUTOFSPEC = 25
 };
-typedef E_STATUS E_STATUS_T;
 
-class DiagObject {
-public:
-  DiagObject() {}
-};
-
-// The argument array every handler receives: at most 20 rows of 200 characters.
+// The argument array of a command line: at most 20 rows of 200 characters.
 constexpr int MAX_ARGS = 20;
 constexpr int ARG_LEN = 200;
-typedef E_STATUS (*CmdHandler)(int argc, char argv[][ARG_LEN]);

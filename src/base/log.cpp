@@ -12,7 +12,6 @@
 #include <mutex>
 
 #include <string>
-#include <vector>
 
 namespace {
 // Wider than the 200 characters callers aim for, so that a long message is
@@ -22,19 +21,10 @@ char lclStr[LCL_STR_LEN];
 unsigned long lclFlags = 0;
 // The ramp and background workers may log while the shell does: one formatter at a time.
 std::recursive_mutex logMutex;
-void (*triggerPulse)() = nullptr;
-
-struct LogCategory {
-  std::string name;
-  void (*setOn)(bool);
-};
-std::vector<LogCategory>& categories() {
-  static std::vector<LogCategory> c;
-  return c;
-}
+const Log* programLog = nullptr;
 
 void pulseTrigger() {
-  if (triggerPulse) triggerPulse();
+  if (programLog) programLog->pulse();
 }
 
 void emit(unsigned long flags, const std::string& text) {
@@ -122,34 +112,19 @@ E_STATUS setLogFlag(unsigned long flags, bool on) {
 
 unsigned long getLogFlags() { return lclFlags; }
 
-void setLogTrigger(void (*pulse)()) { triggerPulse = pulse; }
+Log::Log(std::function<void()> pulse) : triggerPulse(std::move(pulse)) { programLog = this; }
 
-void registerLogCategory(const char* name, void (*setOn)(bool on)) {
-  for (LogCategory& c : categories())
-    if (c.name == name) {
-      c.setOn = setOn;
-      return;
-    }
-  categories().push_back({name, setOn});
+Log::~Log() {
+  if (programLog == this) programLog = nullptr;
 }
 
-bool switchLogCategory(const char* name, bool on) {
-  for (const LogCategory& c : categories())
-    if (c.name == name) {
-      c.setOn(on);
-      return true;
-    }
-  return false;
+void Log::pulse() const {
+  if (triggerPulse) triggerPulse();
 }
 
 E_STATUS logOpen() {
   setlogmask(0x3f);
   openlog("diag", LOG_PID | LOG_CONS | LOG_NDELAY, LOG_LOCAL1);
-  return SUCCESS;
-}
-
-E_STATUS logClose() {
-  closelog();
   return SUCCESS;
 }
 

@@ -1,5 +1,7 @@
 #pragma once
+#include <functional>
 #include <string>
+
 #include "diagStatus.h"
 
 // Log flags: 1 terminal, 2 system log, 4 pulse of the FPGA trigger.
@@ -12,17 +14,24 @@ constexpr unsigned long LOG_TRIG = 4;
 // an operator's answer) is always an argument, and prints as it is, '%' and all.
 E_STATUS log(unsigned long flags, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
 E_STATUS setLogFlag(unsigned long flags, bool on);
-// The pulse of log flag 4, installed by the layer that owns the FPGA trigger;
-// until then flag 4 pulses nothing.
-void setLogTrigger(void (*pulse)());
-// The categories the log command switches ("fpga", "psc"), each registered by
-// the layer that owns it. switchLogCategory: false when no layer registered the name.
-void registerLogCategory(const char* name, void (*setOn)(bool on));
-bool switchLogCategory(const char* name, bool on);
 unsigned long getLogFlags();
 E_STATUS logOpen();
-E_STATUS logClose();
 int insertTS(char* str);
+
+// The program's log as the board holds it: while it lives, flag 4 of log()
+// pulses the FPGA trigger through the callable it was made with (the board,
+// which owns the FPGA, makes it so). Without one, flag 4 pulses nothing.
+class Log {
+public:
+  explicit Log(std::function<void()> triggerPulse);
+  ~Log();
+  Log(const Log&) = delete;
+  Log& operator=(const Log&) = delete;
+  void pulse() const;
+
+private:
+  std::function<void()> triggerPulse;
+};
 
 // Source file name without directory and extension, for the error-report prefix.
 const char* srcName(const char* path);

@@ -5,12 +5,8 @@
 
 #include <cerrno>
 
-#include "diagMutex.h"
 #include "kernel.h"
 #include "log.h"
-
-bool GpmcDev::sysLoggingOn = false;
-std::optional<int> GpmcDev::adapterFD;
 
 namespace {
 const char* const GPMC_ADAPTER = "/dev/z9fpga0";
@@ -40,16 +36,21 @@ unsigned short M::*const mhRegTable[] = {&M::devId,    &M::rev,      &M::scr,   
                                                &M::sysIdWd1, &M::sysIdWd2, &M::sysIdWd3, &M::allOKStatCtl, &M::notOKEvntAdr};
 }  // namespace
 
-unsigned long GpmcDev::errFlags() { return sysLoggingOn ? LOG_TERM | LOG_SYS : LOG_TERM; }
+unsigned long GpmcDevice::errFlags() const { return sysLoggingOn ? LOG_TERM | LOG_SYS : LOG_TERM; }
 
-GpmcDev::GpmcDev(E_GPMC_FPGA_TGT tgt) : target(tgt) {
-  if (adapterFD) return;
+int GpmcDevice::fd() const {
+  if (adapterFD) return *adapterFD;
   adapterFD = kernel().open(GPMC_ADAPTER, O_RDWR);
   if (*adapterFD < 0) {
     int err = errno;
     LOGERR(errFlags(), "failed to open GPMC adapter %s\n", GPMC_ADAPTER);
     logErrno(errFlags(), err);
   }
+  return *adapterFD;
+}
+
+GpmcDevice::~GpmcDevice() {
+  if (adapterFD && *adapterFD >= 0) kernel().close(*adapterFD);
 }
 
 int GpmcDev::xfer(E_GPMC_IOCTL request, E_GPMC_FPGA_TGT tgt, unsigned long offset, unsigned* val) const {
@@ -66,14 +67,13 @@ void* GpmcDev::drvMap(size_t len) const {
 }
 
 int GpmcDev::lockedXfer(E_GPMC_IOCTL request, unsigned long offset, unsigned* val) const {
-  sem_t* sem = nullptr;
-  if (getGPMCMutx(&sem) != SUCCESS || semTake(sem) != SUCCESS) {
+  if (device.sem.take() != SUCCESS) {
     if (errno != EINTR) errno = ENOLCK;  // EINTR: the operator interrupted the wait
     return -1;
   }
   int r = xfer(request, target, offset, val);
   int err = errno;
-  semGive(sem);
+  device.sem.give();
   errno = err;
   return r;
 }

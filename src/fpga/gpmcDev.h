@@ -9,6 +9,7 @@
 
 #include "diagStatus.h"
 #include "gpmcRegs.h"
+#include "programSem.h"
 
 // The access targets of the board FPGA behind /dev/z9fpga0. The driver's
 // device type of a target is the target plus one.
@@ -49,15 +50,34 @@ constexpr size_t GPMC_DRIVER_MAP_LEN = 0x200000;
 // Takes each word a read fetches as it arrives: its byte offset and its value.
 using GpmcWordSink = std::function<void(unsigned long offset, unsigned short word)>;
 
+// The board FPGA's device file /dev/z9fpga0, which every port shares with the
+// GPMC semaphore: opened at the first request (a command that does not reach
+// the FPGA never opens it) and kept while the board lives. FPGA logging sends
+// the ports' error reports to the system log too.
+class GpmcDevice {
+public:
+  explicit GpmcDevice(ProgramSem& sem) : sem(sem) {}
+  ~GpmcDevice();
+  GpmcDevice(const GpmcDevice&) = delete;
+  GpmcDevice& operator=(const GpmcDevice&) = delete;
+  // The descriptor, opened at the first call; -1 when the open failed (said once).
+  int fd() const;
+  unsigned long errFlags() const;
+
+  ProgramSem& sem;
+  bool sysLoggingOn = false;
+
+private:
+  mutable std::optional<int> adapterFD;
+};
+
 // The word port of one access target of the board FPGA: every word of a
 // register or a buffer goes through one. A register-space word is one driver
 // request under the GPMC semaphore; an output-buffer word is two requests
 // without it, as the buffer answers a read with the word it fetched before.
-// All ports share the one descriptor of /dev/z9fpga0, opened by the first
-// construction and kept for the life of the process.
-class GpmcDev : public DiagObject {
+class GpmcDev {
 public:
-  explicit GpmcDev(E_GPMC_FPGA_TGT tgt);
+  GpmcDev(GpmcDevice& device, E_GPMC_FPGA_TGT tgt) : device(device), target(tgt) {}
   E_GPMC_FPGA_TGT getTarget() const { return target; }
 
   // Reads buf.size() words from offset, offset + 2, ..., handing each to the
@@ -84,9 +104,8 @@ public:
   ssize_t drvWrite(const S_FPGA_CMD& cmd) const;
   void* drvMap(size_t len) const;
 
-  static void logging(bool on) { sysLoggingOn = on; }
   // Flags for error reports: the terminal, and the system log while FPGA logging is on.
-  static unsigned long errFlags();
+  unsigned long errFlags() const { return device.errFlags(); }
 
 private:
   E_STATUS rdLoop(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
@@ -103,11 +122,8 @@ private:
   // xfer around the GPMC semaphore, as every register-space word is accessed.
   int lockedXfer(E_GPMC_IOCTL request, unsigned long offset, unsigned* val) const;
   int devType() const { return target + 1; }
-  static int adapter() { return adapterFD.value_or(-1); }
+  int adapter() const { return device.fd(); }
 
+  GpmcDevice& device;
   E_GPMC_FPGA_TGT target;
-  // Empty until the first construction has opened /dev/z9fpga0; then the
-  // descriptor, or -1 when the open failed (every request then fails). Never closed.
-  static std::optional<int> adapterFD;
-  static bool sysLoggingOn;
 };

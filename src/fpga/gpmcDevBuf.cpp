@@ -8,7 +8,6 @@
 
 namespace {
 constexpr int STABLE_ADDR_READS = 20;
-constexpr auto errFlags = &GpmcDev::errFlags;
 }  // namespace
 
 // Blocks of four input-buffer words taken at the A2D's sample address, once
@@ -18,8 +17,8 @@ E_STATUS GpmcDevBuf::rdOBufToFile(FILE* f, int n) {
   auto rd = [this, fn](E_GPMC_FPGA_TGT tgt, unsigned long offset, unsigned* v) {
     if (port.xfer(GPMC_IOCTL_RD, tgt, offset, v) >= 0) return SUCCESS;
     int err = errno;
-    LOGERR_FN(errFlags(), fn, "failed to read device %d(0x%02lx), byteCnt= %d\n", tgt + 1, offset, 0);
-    logErrno(errFlags(), err);
+    LOGERR_FN(port.errFlags(), fn, "failed to read device %d(0x%02lx), byteCnt= %d\n", tgt + 1, offset, 0);
+    logErrno(port.errFlags(), err);
     return FAILURE;
   };
   for (int block = 0; block < n; ++block) {
@@ -30,7 +29,7 @@ E_STATUS GpmcDevBuf::rdOBufToFile(FILE* f, int n) {
       if (addr == prev) break;
     }
     if (tries == STABLE_ADDR_READS) {
-      LOGERR(errFlags(), "timed out waiting for stable sample address\n");
+      LOGERR(port.errFlags(), "timed out waiting for stable sample address\n");
       return TIMEOUT;
     }
     unsigned long offset = static_cast<unsigned long>(addr) * 4;
@@ -47,16 +46,16 @@ E_STATUS GpmcDevBuf::rdOBufToFile(FILE* f, int n) {
 E_STATUS GpmcDevBuf::GPMCPreventDriverOverflow() {
   if (port.drvWrite({0, GPMC_CMD_PREVENT_OVERFLOW, GPMC_DRIVER_BUF_VAL, 0}) < 0) {
     int err = errno;
-    LOGERR(errFlags(), "driver write failed\n");
-    logErrno(errFlags(), err);
+    LOGERR(port.errFlags(), "driver write failed\n");
+    logErrno(port.errFlags(), err);
     return FAILURE;
   }
   // The mapping is left in place for the driver's use.
   void* p = port.drvMap(GPMC_DRIVER_MAP_LEN);
   if (p == nullptr || p == MAP_FAILED) {
     int err = errno;
-    LOGERR(errFlags(), "mmap() failed\n");
-    logErrno(errFlags(), err);
+    LOGERR(port.errFlags(), "mmap() failed\n");
+    logErrno(port.errFlags(), err);
     return FAILURE;
   }
   return SUCCESS;

@@ -8,7 +8,7 @@
 // acquisition buffer. Both go to the driver through a port's own requests,
 // without the GPMC semaphore. Built for the operation at hand; it keeps no
 // state of its own.
-class GpmcDevBuf : public DiagObject {
+class GpmcDevBuf {
 public:
   explicit GpmcDevBuf(GpmcDev& port) : port(port) {}
   // Writes n blocks of four input-buffer words, one "%04x" line each.

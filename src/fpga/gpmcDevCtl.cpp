@@ -11,13 +11,12 @@ namespace {
 constexpr unsigned COLL_SETTLE_US = 5000;
 constexpr unsigned OLED_RESET_US = 500000;
 constexpr long ONE_SHOT_POLLS = 1000000;
-constexpr auto errFlags = &GpmcDev::errFlags;
 }  // namespace
 
 E_STATUS GpmcDevCtl::switchBits(const char* fn, unsigned long bits, bool set, const char* failMsg) {
   E_STATUS status = reg.setResetBits(GPMC_WF_CTL, bits, set);
   if (status != SUCCESS)
-    LOGERR_FN(errFlags(), fn, "%s\n", failMsg);
+    LOGERR_FN(reg.errFlags(), fn, "%s\n", failMsg);
   return status;
 }
 
@@ -35,18 +34,6 @@ E_STATUS GpmcDevCtl::GPMCDisOBufWrites() {
 }
 E_STATUS GpmcDevCtl::GPMCEnDAC() {
   return switchBits(__func__, WF_DAC, true, "failed to enable waveform to AD5542A DAC");
-}
-E_STATUS GpmcDevCtl::GPMCDisDAC() {
-  return switchBits(__func__, WF_DAC, false, "failed to disable waveform to AD5542A DAC");
-}
-E_STATUS GpmcDevCtl::GPMCEnDataStream() {
-  return switchBits(__func__, WF_DATA_STREAM, true, "failed to enable data stream");
-}
-E_STATUS GpmcDevCtl::GPMCDisDataStream() {
-  return switchBits(__func__, WF_DATA_STREAM, false, "failed to disable data stream");
-}
-E_STATUS GpmcDevCtl::GPMCSelHVSrc(bool hv) {
-  return switchBits(__func__, WF_HV_SRC, hv, "failed to select primary source");
 }
 
 E_STATUS GpmcDevCtl::startStopWaveForm(E_GPMC_WV_ACTION a) {
@@ -72,33 +59,29 @@ E_STATUS GpmcDevCtl::startStopWaveForm(E_GPMC_WV_ACTION a) {
     case GPMC_WV_ACTION_START_RUN: status = reg.setResetBits(GPMC_WF_CTL, WF_WAVE_RUN, true); break;
     case GPMC_WV_ACTION_DATSTRM_EN: status = reg.setResetBits(GPMC_WF_CTL, WF_DATA_STREAM, true); break;
     default:
-      LOGERR(errFlags(), "unrecognized action\n");
+      LOGERR(reg.errFlags(), "unrecognized action\n");
       return FAILURE;
   }
   if (status != SUCCESS)
-    LOGERR(errFlags(), "%s\n", failMsgs[a]);
+    LOGERR(reg.errFlags(), "%s\n", failMsgs[a]);
   return status;
 }
 
 E_STATUS GpmcDevCtl::GPMCStopWaveForm() { return startStopWaveForm(GPMC_WV_ACTION_STOP); }
 E_STATUS GpmcDevCtl::GPMCStartWaveForm() { return startStopWaveForm(GPMC_WV_ACTION_START); }
 E_STATUS GpmcDevCtl::GPMCStopStartWaveForm() { return startStopWaveForm(GPMC_WV_ACTION_STOP_START); }
-E_STATUS GpmcDevCtl::GPMCStartWaveFormRun(bool run) {
-  return startStopWaveForm(run ? GPMC_WV_ACTION_START_RUN : GPMC_WV_ACTION_STOP_RUN);
-}
-E_STATUS GpmcDevCtl::GPMCEnDataStrm() { return startStopWaveForm(GPMC_WV_ACTION_DATSTRM_EN); }
 
 E_STATUS GpmcDevCtl::GPMCFrcMeasReset() {
   if (reg.regWrWithRdBack(A2D_MEAS_RESET_PRESET, GPMC_A2D_CTL, true) != SUCCESS) {
-    LOGERR(errFlags(), "failed to write A2D control register\n");
+    LOGERR(reg.errFlags(), "failed to write A2D control register\n");
     return FAILURE;
   }
   if (reg.setResetBits(GPMC_A2D_CTL, A2D_FRC_MEAS_RESET, true) != SUCCESS) {
-    LOGERR(errFlags(), "failed to set A2D control register bit\n");
+    LOGERR(reg.errFlags(), "failed to set A2D control register bit\n");
     return FAILURE;
   }
   if (reg.setResetBits(GPMC_A2D_CTL, A2D_FRC_MEAS_RESET, false) != SUCCESS) {
-    LOGERR(errFlags(), "failed to clear A2D control register bit\n");
+    LOGERR(reg.errFlags(), "failed to clear A2D control register bit\n");
     return FAILURE;
   }
   return SUCCESS;
@@ -107,14 +90,14 @@ E_STATUS GpmcDevCtl::GPMCFrcMeasReset() {
 E_STATUS GpmcDevCtl::GPMCInvertWFData(int chan, bool invert) {
   E_STATUS status = reg.setResetBits(GPMC_A2D_CTL, chan == 0 ? A2D_INVERT_CHAN0 : A2D_INVERT_CHAN1, invert);
   if (status != SUCCESS)
-    LOGERR(errFlags(), "failed to %s chan %d data\n", invert ? "invert" : "non-invert", chan);
+    LOGERR(reg.errFlags(), "failed to %s chan %d data\n", invert ? "invert" : "non-invert", chan);
   return status;
 }
 
 E_STATUS GpmcDevCtl::GPMCClrWFCtlReg() {
   E_STATUS status = reg.regWrWithRdBack(0, GPMC_WF_CTL, true);
   if (status != SUCCESS)
-    LOGERR(errFlags(), "failed to clear Waveform Control register\n");
+    LOGERR(reg.errFlags(), "failed to clear Waveform Control register\n");
   return status;
 }
 
@@ -130,7 +113,7 @@ E_STATUS GpmcDevCtl::GPMCEnContDataColl() {
 E_STATUS GpmcDevCtl::GPMCEnOSDataCollNWait4Dn(unsigned long threshold, int* waited) {
   unsigned short v;
   if (reg.regRd(&v, GPMC_A2D_STAT) != SUCCESS) {
-    LOGERR(errFlags(), "failed to read A2D status from FPGA\n");
+    LOGERR(reg.errFlags(), "failed to read A2D status from FPGA\n");
     return FAILURE;
   }
   E_STATUS status = reg.regWrWithRdBack(A2D_ONE_SHOT_COLL, GPMC_A2D_CTL, true);
@@ -139,7 +122,7 @@ E_STATUS GpmcDevCtl::GPMCEnOSDataCollNWait4Dn(unsigned long threshold, int* wait
   for (long poll = 0; poll < ONE_SHOT_POLLS; ++poll) {
     status = reg.regRd(&v, GPMC_A2D_SMPL_WR_ADDR);
     if (status != SUCCESS) {
-      LOGERR(errFlags(), "exited loop with bad status= %d\n", status);
+      LOGERR(reg.errFlags(), "exited loop with bad status= %d\n", status);
       return status;
     }
     if (v > threshold) return reg.regWrWithRdBack(A2D_COLL_OFF, GPMC_A2D_CTL, true);
@@ -147,7 +130,7 @@ E_STATUS GpmcDevCtl::GPMCEnOSDataCollNWait4Dn(unsigned long threshold, int* wait
     usleep(1);
     ++*waited;
   }
-  LOGERR(errFlags(), "timed out waiting for collection done\n");
+  LOGERR(reg.errFlags(), "timed out waiting for collection done\n");
   return TIMEOUT;
 }
 
@@ -155,19 +138,19 @@ void GpmcDevCtl::drvrContColl(bool start) {
   E_GPMC_IOCTL request = start ? GPMC_IOCTL_CONT_ACQ_START : GPMC_IOCTL_CONT_ACQ_STOP;
   if (reg.xfer(request, FPGA_FREQUENCY_GENERATOR, 0, nullptr) < 0) {
     int err = errno;
-    LOGERR(errFlags(), "failed to %s continuous acquistion (driver style)\n", start ? "start" : "stop");
-    logErrno(errFlags(), err);
+    LOGERR(reg.errFlags(), "failed to %s continuous acquistion (driver style)\n", start ? "start" : "stop");
+    logErrno(reg.errFlags(), err);
   }
 }
 
 E_STATUS GpmcDevCtl::rstOLED() {
   if (reg.setResetBits(GPMC_MH_MISC_CTL, MH_MISC_OLED_NRESET, false) != SUCCESS) {
-    LOGERR(errFlags(), "failed to put OLED in reset\n");
+    LOGERR(reg.errFlags(), "failed to put OLED in reset\n");
     return FAILURE;
   }
   usleep(OLED_RESET_US);
   if (reg.setResetBits(GPMC_MH_MISC_CTL, MH_MISC_OLED_NRESET, true) != SUCCESS) {
-    LOGERR(errFlags(), "failed to take OLED out of reset\n");
+    LOGERR(reg.errFlags(), "failed to take OLED out of reset\n");
     return FAILURE;
   }
   return SUCCESS;

@@ -14,7 +14,7 @@ enum E_GPMC_WV_ACTION {
 // waveform switches of wfCtl, the measurement controls and collections of
 // a2dCtl, the driver-style acquisition and the OLED reset. Built for the
 // operation at hand; it keeps no state of its own.
-class GpmcDevCtl : public DiagObject {
+class GpmcDevCtl {
 public:
   explicit GpmcDevCtl(GpmcDev& reg) : reg(reg) {}
 
@@ -23,16 +23,10 @@ public:
   E_STATUS GPMCEnOBufWrites();
   E_STATUS GPMCDisOBufWrites();
   E_STATUS GPMCEnDAC();
-  E_STATUS GPMCDisDAC();
-  E_STATUS GPMCEnDataStream();
-  E_STATUS GPMCDisDataStream();
-  E_STATUS GPMCSelHVSrc(bool hv);
   E_STATUS startStopWaveForm(E_GPMC_WV_ACTION a);
   E_STATUS GPMCStopWaveForm();
   E_STATUS GPMCStartWaveForm();
   E_STATUS GPMCStopStartWaveForm();
-  E_STATUS GPMCStartWaveFormRun(bool run);
-  E_STATUS GPMCEnDataStrm();
 
   E_STATUS GPMCFrcMeasReset();
   E_STATUS GPMCInvertWFData(int chan, bool invert);

@@ -1,5 +1,7 @@
 #include "gpmcDevMap.h"
 
+#include "gpmcDevCtl.h"
+
 namespace {
 struct TargetRow {
   const char* name;
@@ -10,23 +12,25 @@ const TargetRow targetTable[] = {{"ibuf", FPGA_INPUT_BUFFER},   {"obuf", FPGA_OU
                                  {"oled", FPGA_OLEDREG_PSOCBUF}, {"psocbuf", FPGA_OLEDREG_PSOCBUF}};
 }  // namespace
 
-GpmcDevMap::GpmcDevMap() {
-  for (const TargetRow& r : targetTable) map.try_emplace(r.name, r.target);
-}
-
-GpmcDevMap& GpmcDevMap::getGpmcDevMap() {
-  static GpmcDevMap m;
-  return m;
+GpmcDevMap::GpmcDevMap(ProgramSem& sem) : device(sem) {
+  for (const TargetRow& r : targetTable) map.try_emplace(r.name, device, r.target);
 }
 
 GpmcDev* GpmcDevMap::find(const std::string& name) {
-  auto& m = getGpmcDevMap().map;
-  auto it = m.find(name);
-  return it == m.end() ? nullptr : &it->second;
+  auto it = map.find(name);
+  return it == map.end() ? nullptr : &it->second;
 }
 
-std::vector<std::string> GpmcDevMap::names() {
+std::vector<std::string> GpmcDevMap::names() const {
   std::vector<std::string> out;
-  for (const auto& entry : getGpmcDevMap().map) out.push_back(entry.first);
+  for (const auto& entry : map) out.push_back(entry.first);
   return out;
+}
+
+void GpmcDevMap::pulseTrigger() {
+  GpmcDev* reg = find("reg");
+  if (!reg) return;
+  GpmcDevCtl ctl(*reg);
+  ctl.GPMCEnPrimarySrc();
+  ctl.GPMCDisPrimarySrc();
 }

@@ -5,17 +5,24 @@
 
 #include "gpmcDev.h"
 
-// The process-wide registry of FPGA word ports by name, built on first use and
-// kept until the process ends. "oled" and "psocbuf" are two ports on one target.
-class GpmcDevMap : public DiagObject {
+// The FPGA's word ports by name, on the one device file: "ibuf", "obuf",
+// "fgen", "reg", and "oled" and "psocbuf", two ports on one target. The board
+// holds it for the life of the program.
+class GpmcDevMap {
 public:
+  explicit GpmcDevMap(ProgramSem& sem);
   // The named port, or null.
-  static GpmcDev* find(const std::string& name);
+  GpmcDev* find(const std::string& name);
   // Every name, in the registry's order.
-  static std::vector<std::string> names();
+  std::vector<std::string> names() const;
+  // FPGA logging: the ports' error reports go to the system log too.
+  void logging(bool on) { device.sysLoggingOn = on; }
+  // The FPGA trigger's pulse that flag 4 of the log asks for: the primary
+  // source switched on and at once off again, through the register port.
+  void pulseTrigger();
+
+  GpmcDevice device;
 
 private:
-  GpmcDevMap();
-  static GpmcDevMap& getGpmcDevMap();
   std::map<std::string, GpmcDev> map;
 };

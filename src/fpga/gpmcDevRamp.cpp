@@ -13,7 +13,6 @@ namespace {
 constexpr unsigned POLL_US = 500;
 constexpr unsigned short STEP_UP_CEILING = 0x7fff;
 constexpr unsigned short STEP_UP_CLAMP = 0x8000;
-constexpr auto errFlags = &GpmcDev::errFlags;
 
 struct Step {
   std::function<E_STATUS()> run;
@@ -43,7 +42,7 @@ public:
     for (const Step& s : steps) {
       E_STATUS status = s.run();
       if (status != SUCCESS) {
-        LOGERR_FN(errFlags(), fn, "%s\n", s.failMsg);
+        LOGERR_FN(dev.errFlags(), fn, "%s\n", s.failMsg);
         return status;
       }
     }
@@ -127,7 +126,7 @@ E_STATUS waitFor(GpmcDev& dev, const char* fn, const WaitSpec& w, bool verbose, 
       E_STATUS okStatus = GpmcDevStat(dev).shAllOK(&ok);
       if (okStatus != SUCCESS) return okStatus;
       if (!ok) {
-        LOGERR_FN(errFlags(), fn, "quitting with status %d due to signal host All-okay out not okay\n", FAILURE);
+        LOGERR_FN(dev.errFlags(), fn, "quitting with status %d due to signal host All-okay out not okay\n", FAILURE);
         return FAILURE;
       }
     }
@@ -141,13 +140,13 @@ E_STATUS waitFor(GpmcDev& dev, const char* fn, const WaitSpec& w, bool verbose, 
     if (verbose && poll % w.verboseEvery == 0) {
       unsigned short cur = 0;
       dev.regRd(&cur, GPMC_WF_AMP_CUR_VAL);
-      LOGERR_FN(errFlags(), fn, "current value= 0x%04x\n", cur);
+      LOGERR_FN(dev.errFlags(), fn, "current value= 0x%04x\n", cur);
     }
     usleep(POLL_US);
   }
   if (status == TIMEOUT)
-    LOGERR_FN(errFlags(), fn, "%s\n", w.timeoutMsg);
-  if (verbose) LOGERR_FN(errFlags(), fn, "waited %d microsecs\n", static_cast<int>(poll * POLL_US));
+    LOGERR_FN(dev.errFlags(), fn, "%s\n", w.timeoutMsg);
+  if (verbose) LOGERR_FN(dev.errFlags(), fn, "waited %d microsecs\n", static_cast<int>(poll * POLL_US));
   return status;
 }
 }  // namespace

@@ -5,7 +5,7 @@
 // automated cycle and timer ramps, manual steps and set values, and the
 // bounded waits on the engine's status. Built for the operation at hand; it
 // keeps no state of its own.
-class GpmcDevRamp : public DiagObject {
+class GpmcDevRamp {
 public:
   explicit GpmcDevRamp(GpmcDev& reg) : reg(reg) {}
 

@@ -5,7 +5,7 @@
 // okay output, the all-okay line as each host reads it, the watchdogs that
 // pull it, and whether the data stream is on. Reads answer in a bool; writes
 // are read back. Built for the operation at hand; it keeps no state of its own.
-class GpmcDevStat : public DiagObject {
+class GpmcDevStat {
 public:
   explicit GpmcDevStat(GpmcDev& reg) : reg(reg) {}
 

@@ -8,7 +8,7 @@ typedef std::map<std::string, TimedAction*> TAMap;
 
 // Runs its actions one after another in the order of their names, each at its
 // offset from the moment the one before it ran.
-class TimeLine : public DiagObject {
+class TimeLine {
 public:
   // Adds the action under its name; an action whose name is taken is not added.
   E_STATUS addTimedAction(TimedAction* action);

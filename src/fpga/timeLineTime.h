@@ -6,7 +6,7 @@
 #include "diagStatus.h"
 
 // A wall-clock time in seconds and microseconds, or "now" (immediately).
-class TimeLineTime : public DiagObject {
+class TimeLineTime {
 public:
   TimeLineTime();  // "now"
   TimeLineTime(long sec, long usec);

@@ -4,7 +4,7 @@
 #include "timeLineTime.h"
 
 // A named action without arguments, to run at an offset after the action before it.
-class TimedAction : public DiagObject {
+class TimedAction {
 public:
   TimedAction(std::string name, const TimeLineTime& time, void (*axnFunc)())
       : name(std::move(name)), time(time), axnFunc(axnFunc) {}

@@ -8,7 +8,7 @@
 #include "i2cAdapterCaps.h"
 #include "i2cHost.h"
 
-class TstAxs;
+class I2CPath;
 
 // What the registry knows of one named chip: where it sits, how it is driven,
 // how it is listed and which tests look at it. Fields left out of a
@@ -22,7 +22,7 @@ struct I2cDevDesc {
   unsigned localMux = NO_MUX;  // channel of the second-level multiplexer
   bool smbus = false;          // SMBus transactions, else plain read/write on the adapter
   bool sysLoggingOn = false;   // error messages go to the system log too
-  TstAxs* pTstAxs = nullptr;   // the access test that holds the chip's path; not owned
+  I2CPath* path = nullptr;     // the multiplexer channels that reach it; the registry's
   std::string description;     // the fixed-column line of the device listing
   bool axsTestedDuringPOST = false;
   bool notOnLaterRevs = false;  // a 4-channel mux: boards from revision 3 have a switch instead
@@ -38,7 +38,7 @@ struct I2cDevDesc {
 // A transfer the adapter does not carry (see I2cAdapterCaps) is refused with
 // one line and FXN_NOT_SUPPORTED before anything is sent, except that a plain
 // single byte goes as the SMBus send or receive byte it is on the wire.
-class I2cDev : public DiagObject, public I2cDevDesc {
+class I2cDev : public I2cDevDesc {
 public:
   explicit I2cDev(I2cDevDesc desc) : I2cDevDesc(std::move(desc)) {}
 

@@ -3,7 +3,6 @@
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 
-#include "diagMutex.h"
 #include "i2cBoardTables.h"
 #include "i2cHostDetect.h"
 #include "kernel.h"
@@ -40,9 +39,8 @@ const I2cBoardTable& boardTable() {
 // The probe is made of plain one-byte writes: on an adapter that carries no
 // plain transfers it is not made, and the sensor keeps its first address.
 // What the adapter carries is kept for the devices on it.
-int probeMrefSensor(int hostSwAddr, I2cAdapterCaps& caps) {
-  sem_t* sem = nullptr;
-  bool takenHere = getMutx(&sem) == SUCCESS && !semHeldHere(sem) && semTake(sem) == SUCCESS;
+int probeMrefSensor(int hostSwAddr, I2cAdapterCaps& caps, ProgramSem& sem) {
+  bool takenHere = sem.take(true) == SUCCESS;
   int found = -1;
   int fd = kernel().open("/dev/i2c-2", O_RDWR);
   if (fd >= 0) {
@@ -51,16 +49,15 @@ int probeMrefSensor(int hostSwAddr, I2cAdapterCaps& caps) {
     if (funcs & I2C_FUNC_I2C) found = probe_I2cSensAddr(fd, hostSwAddr, MREF_CHANNEL_CODE, MREF_ADDR1, MREF_ADDR2, 0);
     kernel().close(fd);
   }
-  if (takenHere) semGive(sem);
+  if (takenHere) sem.give();
   return found;
 }
 
 // Addresses that the board shows in sysfs or answers at, by device name.
-std::map<std::string, unsigned> detectedAddresses(bool mainHost, I2cAdapterCaps& caps) {
+std::map<std::string, unsigned> detectedAddresses(bool mainHost, I2cAdapterCaps& caps, ProgramSem& sem,
+                                                  RevCache& revision) {
   std::map<std::string, unsigned> found;
-  int rev = 0;
-  Rev().getRev(&rev);
-  if (rev < Rev::FIRST_SWITCH_REV) return found;
+  if (!revision.switches()) return found;
   for (const SwitchSearch& s : switchSearches) {
     char hwname[20];
     int addr = searchForI2cMuxSwAddr(&s.info, hwname);
@@ -68,7 +65,7 @@ std::map<std::string, unsigned> detectedAddresses(bool mainHost, I2cAdapterCaps&
   }
   auto host = found.find("hostsw");
   if (mainHost && host != found.end()) {
-    int addr = probeMrefSensor(static_cast<int>(host->second), caps);
+    int addr = probeMrefSensor(static_cast<int>(host->second), caps, sem);
     if (addr >= 0) found["mrtmp1"] = static_cast<unsigned>(addr);
   }
   return found;
@@ -86,25 +83,36 @@ std::string describe(const I2cBoardTable& t, const I2cBoardEntry& e) {
 }
 }  // namespace
 
-I2cDevMap* I2cDevMap::getI2cDevMap() {
-  static I2cDevMap registry;
-  return &registry;
+const I2cDevNameMap& I2cDevMap::devices() {
+  if (!filled) fill();
+  return map;
 }
 
-I2cDevMap::I2cDevMap() {
+I2cDev* I2cDevMap::find(const std::string& name) {
+  devices();
+  return known(name.c_str());
+}
+
+const std::string& I2cDevMap::boardLabel() {
+  devices();
+  return label;
+}
+
+void I2cDevMap::fill() {
+  filled = true;
   const I2cBoardTable& t = boardTable();
-  boardLabel = t.label;
+  label = t.label;
   adapterCaps[SWITCH_BUS] = std::make_shared<I2cAdapterCaps>();
-  std::map<std::string, unsigned> addrs = detectedAddresses(&t == &MAIN_HOST_TABLE, *adapterCaps[SWITCH_BUS]);
+  std::map<std::string, unsigned> addrs =
+      detectedAddresses(&t == &MAIN_HOST_TABLE, *adapterCaps[SWITCH_BUS], sem, revision);
   for (const I2cBoardEntry& e : t.entries) {
     auto a = addrs.find(e.dev.name);
     add(t, e, a == addrs.end() ? e.dev.address : a->second);
   }
   // Every chip is in now: each path is handed the multiplexers it selects.
-  for (const std::unique_ptr<I2cDev>& dev : devices) {
-    I2CPath path(dev->name, dev->host, dev->hostMux, dev->localMux, 0, muxesFor(dev->host));
-    tests.push_back(std::make_unique<TstAxs>(path));
-    dev->pTstAxs = tests.back().get();
+  for (const std::unique_ptr<I2cDev>& dev : owned) {
+    paths.push_back(std::make_unique<I2CPath>(dev->name, dev->host, dev->hostMux, dev->localMux, muxesFor(dev->host)));
+    dev->path = paths.back().get();
   }
 }
 
@@ -113,22 +121,21 @@ void I2cDevMap::add(const I2cBoardTable& t, const I2cBoardEntry& e, unsigned add
   desc.adapter = SWITCH_BUS;
   desc.address = address;
   desc.description = describe(t, e);
-  devices.push_back(std::make_unique<I2cDev>(std::move(desc)));
-  std::shared_ptr<I2cAdapterCaps>& caps = adapterCaps[SWITCH_BUS];
-  if (!caps) caps = std::make_shared<I2cAdapterCaps>();
-  devices.back()->caps = caps;
-  map.emplace(e.dev.name, devices.back().get());
+  owned.push_back(std::make_unique<I2cDev>(std::move(desc)));
+  owned.back()->caps = adapterCaps[SWITCH_BUS];
+  map.emplace(e.dev.name, owned.back().get());
 }
 
-I2cDev* I2cDevMap::find(const char* name) const {
+I2cDev* I2cDevMap::known(const char* name) const {
   auto it = name ? map.find(name) : map.end();
   return it == map.end() ? nullptr : it->second;
 }
 
-I2cPathMuxes I2cDevMap::muxesFor(E_HOST host) const {
+I2cPathMuxes I2cDevMap::muxesFor(E_HOST host) {
+  devices();
   auto chips = [&](E_MUX_LEVEL level) {
     I2cMuxNames names = I2CPath::muxNames(host, level);
-    return I2cMuxLevel{find(names.mux), find(names.sw)};
+    return I2cMuxLevel{known(names.mux), known(names.sw)};
   };
-  return {chips(HOST_LEVEL), chips(LOCAL_LEVEL)};
+  return {chips(HOST_LEVEL), chips(LOCAL_LEVEL), &revision};
 }

@@ -1,37 +1,36 @@
 #include "i2cDevUtil.h"
 
-#include "diagMutex.h"
 #include "log.h"
 
-I2cDevUtil::I2cDevUtil(std::string target, bool callrInfo, bool, std::source_location caller)
-    : file(caller.file_name()),
+I2cDevUtil::I2cDevUtil(I2cDevMap& devs, std::string target, bool callrInfo, std::source_location caller)
+    : devs(devs),
+      file(caller.file_name()),
       line(static_cast<int>(caller.line())),
       fxn(fnName(caller.function_name())),
       callrInfo(callrInfo) {
-  status = getI2CDevItr(std::move(target), true, true, false);
+  status = getI2CDevItr(target, true, false);
 }
 
 I2cDevUtil::~I2cDevUtil() {
   if (setup) status = itr->second->tearDown();
-  if (taken) semGive(pMutex);
+  if (taken) devs.sem.give();
 }
 
-E_STATUS I2cDevUtil::getI2CDevItr(std::string target, bool setMuxes, bool, bool verbose) {
-  I2cDevNameMap& devs = I2cDevMap::getI2cDevMap()->map;
-  itr = devs.find(target);
+E_STATUS I2cDevUtil::getI2CDevItr(const std::string& target, bool setMuxes, bool verbose) {
+  const I2cDevNameMap& map = devs.devices();
+  itr = map.find(target);
   setup = 0;
   // The lookup is checked before anything is taken or touched.
-  if (itr == devs.end()) {
+  if (itr == map.end()) {
     reportMissing(target);
     return status = ENTRY_NOT_FOUND;
   }
-  status = getMutx(&pMutex);
-  if (status == SUCCESS) status = semTake(pMutex, true);
+  status = devs.sem.take(true);
   if (status != SUCCESS) return status;
   taken = true;
   I2cDev* dev = itr->second;
   status = dev->openAdapter();
-  if (status == SUCCESS && setMuxes) status = dev->pTstAxs->getPath().setMuxes(verbose, dev->fd());
+  if (status == SUCCESS && setMuxes) status = dev->path->setMuxes(verbose, dev->fd());
   if (status == SUCCESS) status = dev->setDevAddr();
   if (status == SUCCESS) {
     setup = 1;
@@ -40,7 +39,7 @@ E_STATUS I2cDevUtil::getI2CDevItr(std::string target, bool setMuxes, bool, bool 
   // Nothing is kept of a failed acquisition: the device is closed and the
   // semaphore given back at once, so that no other process waits on it.
   dev->tearDown();
-  semGive(pMutex);
+  devs.sem.give();
   taken = false;
   return status;
 }
@@ -51,6 +50,6 @@ void I2cDevUtil::reportMissing(const std::string& target) const {
     LOGERR(LOG_TERM, "I2C device %s not found\n", target.c_str());
     return;
   }
-  log(LOG_TERM, "file %s, line %d, function %s - I2C device %s not found\n", srcName(file.c_str()), line,
-      fxn.c_str(), target.c_str());
+  log(LOG_TERM, "file %s, line %d, function %s - I2C device %s not found\n", srcName(file.c_str()), line, fxn.c_str(),
+      target.c_str());
 }

@@ -19,14 +19,8 @@ I2cMuxNames I2CPath::muxNames(E_HOST host, E_MUX_LEVEL level) {
   return {nullptr, nullptr};
 }
 
-I2CPath::I2CPath(std::string devName, E_HOST host, unsigned hostMux, unsigned localMux, unsigned long useSwitch,
-                 I2cPathMuxes muxes)
-    : useSwitch(useSwitch),
-      devName(std::move(devName)),
-      host(host),
-      hostMux(hostMux),
-      localMux(localMux),
-      muxes(muxes) {
+I2CPath::I2CPath(std::string devName, E_HOST host, unsigned hostMux, unsigned localMux, I2cPathMuxes muxes)
+    : devName(std::move(devName)), host(host), hostMux(hostMux), localMux(localMux), muxes(muxes) {
   memset(buf, 0, sizeof buf);
 }
 
@@ -55,7 +49,10 @@ E_STATUS I2CPath::setSigLclMux(unsigned long verbose, int fd) {
 // Writes one level's control byte to the multiplexer chip of this board revision.
 E_STATUS I2CPath::selectLevel(E_MUX_LEVEL level, unsigned channel, bool pcaStyleAtRev3, unsigned long verbose, int fd) {
   int rev = 0;
-  Rev().getRev(&rev);
+  if (muxes.rev)
+    rev = muxes.rev->rev();
+  else
+    Rev().getRev(&rev);
   const bool switches = rev >= Rev::FIRST_SWITCH_REV;
   const I2cMuxLevel& chips = level == HOST_LEVEL ? muxes.host : muxes.local;
   I2cDev* mux = switches ? chips.sw : chips.mux;

@@ -2,6 +2,7 @@
 #include <string>
 
 #include "i2cDev.h"
+#include "rev.h"
 
 // The two levels of multiplexers between the processor and a chip.
 enum E_MUX_LEVEL { HOST_LEVEL, LOCAL_LEVEL };
@@ -20,9 +21,13 @@ struct I2cMuxLevel {
   I2cDev* sw = nullptr;
 };
 
+// What a path is handed by the registry: the chips of each level, and the
+// board revision as the command sees it (null: read from the file at each
+// selection).
 struct I2cPathMuxes {
   I2cMuxLevel host;
   I2cMuxLevel local;
+  RevCache* rev = nullptr;
 };
 
 // Which channel to select at each multiplexer level to reach one device.
@@ -34,14 +39,13 @@ struct I2cPathMuxes {
 // access would otherwise reach whichever chip the old selection left on the
 // bus. Channels stay selected after the access; the next selection
 // overwrites them.
-class I2CPath : public DiagObject {
+class I2CPath {
 public:
   // The chips a path behind host selects at a level; null names where the
   // host has no multiplexers.
   static I2cMuxNames muxNames(E_HOST host, E_MUX_LEVEL level);
 
-  I2CPath(std::string devName, E_HOST host, unsigned hostMux, unsigned localMux, unsigned long useSwitch,
-          I2cPathMuxes muxes);
+  I2CPath(std::string devName, E_HOST host, unsigned hostMux, unsigned localMux, I2cPathMuxes muxes);
 
   // fd: the open adapter of the device the path leads to. verbose adds the
   // write's own message to a failed control byte's.
@@ -50,10 +54,8 @@ public:
   E_STATUS setMnLclMux(unsigned long verbose, int fd);
   E_STATUS setSigHstMux(unsigned long verbose, int fd);
   E_STATUS setSigLclMux(unsigned long verbose, int fd);
-  void setUseSw(unsigned long on) { useSwitch = on; }
 
   char buf[20];
-  unsigned long useSwitch;
   std::string devName;
   E_HOST host;
   unsigned hostMux;

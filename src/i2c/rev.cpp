@@ -8,6 +8,12 @@ namespace {
 const char* const BOARD_REV_FILE = "/vesta/diags/boardrev.txt";
 }
 
+int RevCache::rev() {
+  if (!known) Rev().getRev(&value);
+  known = true;
+  return value;
+}
+
 E_STATUS Rev::getRev(int* pRev) {
   char text[32];
   *pRev = DEFAULT_REV;

@@ -7,10 +7,10 @@
 
 typedef std::map<std::string, std::unique_ptr<AllOkay>> AllOKMap;
 
-// Every all-okay source by name; built afresh for each command.
-class AllOkayMap : public DiagObject {
+// Every all-okay source by name, on the board's devices; built afresh for each command.
+class AllOkayMap {
 public:
-  AllOkayMap();
+  explicit AllOkayMap(const Devices& dev);
   AllOkay* find(const std::string& name);
   AllOKMap map;
 };

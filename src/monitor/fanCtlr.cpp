@@ -71,7 +71,7 @@ const RegRow rows[] = {
 const unsigned char ALL_PAGES[] = {0, 1, 2, 3, 4, 5, 6, 20};
 }  // namespace
 
-FanCtlr::FanCtlr() {
+FanCtlr::FanCtlr(I2cDevMap& devs) : devs(devs) {
   for (unsigned char p : ALL_PAGES) pageMap[p] = std::make_unique<FanCtlrCmdMap>();
   regVec.reserve(100);
   int ndx = 0;
@@ -164,13 +164,13 @@ E_STATUS FanCtlr::rdFanCtlrReg(unsigned char page, unsigned char offset, unsigne
     LOGERR(LOG_TERM, "page %d, command 0x%02x is not in the fan controller's register table\n", page, offset);
     return ENTRY_NOT_FOUND;
   }
-  I2cDevUtil util("fctl", true, false);
+  I2cDevUtil util(devs, "fctl", true);
   if (util.stat() != SUCCESS) return util.stat();
   return lclRdFanCtlrReg(util.getItr(), page, offset, reg->width / 8, pDatum);
 }
 
 E_STATUS FanCtlr::wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsigned char offset, unsigned short datum) {
-  I2cDevUtil util("fctl", true, false);
+  I2cDevUtil util(devs, "fctl", true);
   if (util.stat() != SUCCESS) return util.stat();
   return lclWrFanCtlrReg(util.getItr(), page, offset, numBytes, &datum);
 }
@@ -186,7 +186,7 @@ E_STATUS FanCtlr::rdFanCtlrRegs() {
       unsigned short datum = 0;
       E_STATUS st;
       {
-        I2cDevUtil util("fctl", true, false);
+        I2cDevUtil util(devs, "fctl", true);
         st = util.stat();
         if (st == SUCCESS) st = pagedRead(util.getItr(), page, cmd, reg.width / 8, &datum);
       }
@@ -242,7 +242,7 @@ E_STATUS FanCtlr::regWrWithRdBack(I2cDevItr itr, unsigned char page, unsigned ch
   return SUCCESS;
 }
 
-E_STATUS tstAxs2FctlrRegs() {
-  FanCtlr fc;
+E_STATUS tstAxs2FctlrRegs(I2cDevMap& devs) {
+  FanCtlr fc(devs);
   return fc.rdFanCtlrRegs();
 }

@@ -7,7 +7,7 @@
 #include "i2cDevMap.h"
 #include "reg.h"
 
-typedef I2cDevNameMap::iterator I2cDevItr;
+typedef I2cDevNameMap::const_iterator I2cDevItr;
 
 struct S_FANCTLR_MAP_ELEMENT {
   unsigned short datum;
@@ -22,9 +22,9 @@ typedef std::map<unsigned char, S_FANCTLR_MAP_ELEMENT> FanCtlrCmdMap;
 // reaches the later entry, and the dump shows each register once, from that
 // entry. A register the walk did not read is shown as not read, never as a
 // value: a failed read ends the walk, since the chip has stopped answering.
-class FanCtlr : public DiagObject {
+class FanCtlr {
 public:
-  FanCtlr();
+  explicit FanCtlr(I2cDevMap& devs);
   E_STATUS rdFanCtlrReg(unsigned char page, unsigned char offset, unsigned short* pDatum);
   E_STATUS wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsigned char offset, unsigned short datum);
   E_STATUS rdFanCtlrRegs();
@@ -41,10 +41,10 @@ public:
 
   std::vector<Reg> regVec;
   std::map<unsigned char, std::unique_ptr<FanCtlrCmdMap>> pageMap;
-  unsigned char fanCtlrBytes[20] = {};
   bool sysLoggingOn = false;
 
 private:
+  I2cDevMap& devs;
   const Reg* find(unsigned char page, unsigned char offset) const;
   E_STATUS pagedRead(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToRead,
                      unsigned short* pDatum);
@@ -54,7 +54,7 @@ private:
 };
 
 // For the test framework: reads the whole table once.
-E_STATUS tstAxs2FctlrRegs();
+E_STATUS tstAxs2FctlrRegs(I2cDevMap& devs);
 
 // PMBus commands the program uses by name.
 constexpr unsigned char FC_PAGE = 0x00;

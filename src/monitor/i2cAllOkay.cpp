@@ -5,7 +5,6 @@
 #include <cstdlib>
 
 #include "allOkay.h"
-#include "lineRunner.h"
 #include "fanCtlr.h"
 #include "i2cDevUtil.h"
 #include "i2cRegAxs.h"
@@ -43,9 +42,10 @@ E_STATUS outcome(E_STATUS st, bool done, int attempts, bool ok) {
 // The controller has one fault output for its six fans: a fault on any fan's
 // page asserts it, so each fan page's STATUS_FANS_1_2 is read (the register
 // table lists it on page 0 only, as the dump shows it).
-E_STATUS anyFanFault(FanCtlr& fc, bool* faulted) {
+E_STATUS anyFanFault(I2cDevMap& devs, bool* faulted) {
   *faulted = false;
-  I2cDevUtil util("fctl", true, false);
+  FanCtlr fc(devs);
+  I2cDevUtil util(devs, "fctl", true);
   if (util.stat() != SUCCESS) return util.stat();
   for (unsigned char page = 0; page < FC_FAN_PAGES; ++page) {
     unsigned short status = 0;
@@ -58,15 +58,14 @@ E_STATUS anyFanFault(FanCtlr& fc, bool* faulted) {
 }  // namespace
 
 E_STATUS FcAllOkay::chk4OkayOut(bool* pOk) {
-  FanCtlr fc;
   bool faulted = false;
-  E_STATUS st = anyFanFault(fc, &faulted);
+  E_STATUS st = anyFanFault(dev.i2c, &faulted);
   if (st == SUCCESS) *pOk = !faulted;
   return st;
 }
 
 E_STATUS FcAllOkay::setOkayOut(bool ok, bool) {
-  FanCtlr fc;
+  FanCtlr fc(dev.i2c);
   const unsigned short limit = ok ? FAULT_LIMIT_OK : FAULT_LIMIT_NOT_OK;
   E_STATUS st = SUCCESS;
   int attempts = 0;
@@ -90,7 +89,7 @@ E_STATUS FcAllOkay::setOkayOut(bool ok, bool) {
     // the output is released only when no fan's page shows one.
     unsigned short status = 0;
     bool faulted = false;
-    if (st == SUCCESS && ok) st = anyFanFault(fc, &faulted);
+    if (st == SUCCESS && ok) st = anyFanFault(dev.i2c, &faulted);
     if (st == SUCCESS && !ok) st = fc.rdFanCtlrReg(0, FC_STATUS_FANS_1_2, &status);
     if (st == SUCCESS) done = ok ? !faulted : (status & FAN_FAULT_BITS) != 0;
     if (st == SUCCESS && !done) msleep(500);
@@ -124,10 +123,10 @@ E_STATUS mrAttempt(I2cDev* dev, bool ok, bool* overTemp) {
 }  // namespace
 
 E_STATUS MrAllOkay::chk4OkayOut(bool* pOk) {
-  I2cDevUtil util("mrtmp1", true, false);
+  I2cDevUtil util(dev.i2c, "mrtmp1", true);
   if (util.stat() != SUCCESS) return util.stat();
   unsigned char status = 0;
-  E_STATUS st = rdReg8(util.getItr()->second, SA_STATUS, &status);
+  E_STATUS st = rdReg8(util.dev(), SA_STATUS, &status);
   if (st == SUCCESS) *pOk = (status & SA_LHIGH_FLAG) == 0;
   return st;
 }
@@ -140,10 +139,10 @@ E_STATUS MrAllOkay::setOkayOut(bool ok, bool) {
     ++attempts;
     bool over = false;
     {
-      I2cDevUtil util("mrtmp1", true, false);
+      I2cDevUtil util(dev.i2c, "mrtmp1", true);
       st = util.stat();
       if (st == ENTRY_NOT_FOUND) return st;
-      if (st == SUCCESS) st = mrAttempt(util.getItr()->second, ok, &over);
+      if (st == SUCCESS) st = mrAttempt(util.dev(), ok, &over);
     }
     done = st == SUCCESS && over != ok;
     // The sensor compares after its next conversion.
@@ -164,23 +163,21 @@ E_STATUS fpModify(I2cDev* dev, unsigned char reg, unsigned char orBits, unsigned
 }
 
 // The front panel's own way, through its shell command.
-void fpOldWay() {
-  runCmdLine("fpfpga -w 0x01 0x00 -rus -nv");
-  runCmdLine("fpfpga -w 0x11 0x0f -rus -nv");
-  runCmdLine("fpfpga -w 0x01 0x02 -rus -nv");
-  runCmdLine("fpfpga -mrdfr");
-  runCmdLine("fpfpga -opn 148 -rus -nv");
+void fpOldWay(const LineRunner& runLine) {
+  for (const char* line : {"fpfpga -w 0x01 0x00 -rus -nv", "fpfpga -w 0x11 0x0f -rus -nv", "fpfpga -w 0x01 0x02 -rus -nv",
+                           "fpfpga -mrdfr", "fpfpga -opn 148 -rus -nv"})
+    runLine(line);
 }
 }  // namespace
 
 E_STATUS FpAllOkay::setOkayOut(bool ok, bool oldWay) {
   E_STATUS st = SUCCESS;
   if (oldWay && ok) {
-    fpOldWay();
+    fpOldWay(dev.runLine);
   } else {
-    I2cDevUtil util("fpfpga", true, false);
+    I2cDevUtil util(dev.i2c, "fpfpga", true);
     st = util.stat();
-    I2cDev* dev = st == SUCCESS ? util.getItr()->second : nullptr;
+    I2cDev* dev = st == SUCCESS ? util.dev() : nullptr;
     if (dev && ok) {
       st = fpModify(dev, FP_GPO1, FP_GPO1_OK, 0xFF);
       if (st == SUCCESS) st = fpModify(dev, FP_GPO0, FP_GPO0_OK, 0xFF);
@@ -194,20 +191,20 @@ E_STATUS FpAllOkay::setOkayOut(bool ok, bool oldWay) {
 }
 
 E_STATUS FpAllOkay::chk4OkayOut(bool* pOk) {
-  I2cDevUtil util("fpfpga", true, false);
+  I2cDevUtil util(dev.i2c, "fpfpga", true);
   if (util.stat() != SUCCESS) return util.stat();
   unsigned char gpo0 = 0, gpo1 = 0;
-  E_STATUS st = rdReg8(util.getItr()->second, FP_GPO0, &gpo0);
-  if (st == SUCCESS) st = rdReg8(util.getItr()->second, FP_GPO1, &gpo1);
+  E_STATUS st = rdReg8(util.dev(), FP_GPO0, &gpo0);
+  if (st == SUCCESS) st = rdReg8(util.dev(), FP_GPO1, &gpo1);
   if (st == SUCCESS) *pOk = (gpo0 & FP_GPO0_OK) == FP_GPO0_OK && (gpo1 & FP_GPO1_OK) == FP_GPO1_OK;
   return st;
 }
 
 E_STATUS FpAllOkay::chk4AllOkayIn(bool* pOk) {
-  I2cDevUtil util("fpfpga", true, false);
+  I2cDevUtil util(dev.i2c, "fpfpga", true);
   if (util.stat() != SUCCESS) return util.stat();
   unsigned char inputs = 0;
-  E_STATUS st = rdReg8(util.getItr()->second, FP_INPUTS, &inputs);
+  E_STATUS st = rdReg8(util.dev(), FP_INPUTS, &inputs);
   if (st == SUCCESS) *pOk = (inputs & FP_ALLOK_IN) != 0;
   return st;
 }

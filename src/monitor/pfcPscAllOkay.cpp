@@ -7,7 +7,7 @@ constexpr int PSC_SOURCE = 14;
 }
 
 E_STATUS PscAllOkay::setOkayOut(bool ok, bool) {
-  Psc psc(PSC_SOURCE);
+  Psc psc(dev.psc, PSC_SOURCE);
   if (!ok) {
     psc.PSCFPGASetFrcNotOK(PSC_SOURCE, true);
   } else {
@@ -18,12 +18,12 @@ E_STATUS PscAllOkay::setOkayOut(bool ok, bool) {
 }
 
 E_STATUS PscAllOkay::chk4AllOkayIn(bool* pOk) {
-  Psc psc(PSC_SOURCE);
+  Psc psc(dev.psc, PSC_SOURCE);
   return psc.PSCFPGAAllOKIn(PSC_SOURCE, pOk);
 }
 
 E_STATUS PscAllOkay::chk4OkayOut(bool* pOk) {
-  Psc psc(PSC_SOURCE);
+  Psc psc(dev.psc, PSC_SOURCE);
   return psc.PSCFPGAAllOKOut(PSC_SOURCE, pOk);
 }
 

@@ -18,12 +18,10 @@ void DDR3DataLineMemTest::wrrd() {
   rdDatum = *word;
 }
 
-E_STATUS DDR3DataLineMemTest::runTest(int argc, char argv[][ARG_LEN]) {
-  ArgsDecl args = ownArgs(loopTestUsage, loopTestOpts);  // -coe is passed over: the walk stops at a mismatch
-  ArgScan scan(args, argc, argv);
-  E_STATUS status = scan.run();
-  if (status != SUCCESS || scan.ended()) return status;
-  const unsigned long loops = scan.num("-l", 1);
+// -coe is taken and passed over: the walk stops at a mismatch.
+E_STATUS DDR3DataLineMemTest::run(const Args& args) {
+  E_STATUS status = SUCCESS;
+  const unsigned long loops = args.num(loopOpt, 1);
   log(LOG_TERM, "%s - testing location 0x%08x\r\n", "runTest", startAddr);
   log(LOG_TERM, "%s - looping %lu times\r\n", "runTest", loops);
   // A count of 0 runs until the process is stopped, or an interrupt at the prompt stops the test.

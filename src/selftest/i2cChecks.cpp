@@ -1,6 +1,7 @@
 // Self-tests that reach the I2C chips: the bus scan, fast access of one chip,
 // and the cable check through the chips on the connected boards.
 #include <algorithm>
+#include <climits>
 #include <cctype>
 #include <cstdlib>
 #include <cstring>
@@ -23,9 +24,9 @@ void verdict(E_STATUS st, unsigned short code) {
 }
 
 // Sets the device's path up and probes it; false with the reason printed.
-bool probe(const std::string& name) {
-  I2cDevUtil util(name, true, false);
-  return util.stat() == SUCCESS && util.getItr()->second->answers();
+bool probe(I2cDevMap& i2c, const std::string& name) {
+  I2cDevUtil util(i2c, name, true);
+  return util.stat() == SUCCESS && util.dev()->answers();
 }
 
 // Only the chips of the board's own revision family are there to answer: a
@@ -44,22 +45,23 @@ bool parseHex(const std::string& hex, std::vector<unsigned char>* out) {
   return true;
 }
 
-const OptDecl helpOnly[] = {helpOpt()};
+const char* const scanUsage[] = {"checks that every registered I2C device answers on its bus"};
+const char* const cableUsage[] = {"checks the cables to the connected boards through the chips on their far ends"};
+// The fast access test's -l, whose usage line tells what each of its loops does.
+const OptDecl fastLoops = numOpt("-l", 0, ULONG_MAX);
+const OptDecl* const fastOpts[] = {&fastLoops};
 }  // namespace
 
-E_STATUS I2cScanTest::runTest(int argc, char argv[][ARG_LEN]) {
-  const char* const usage[] = {"checks that every registered I2C device answers on its bus"};
-  ArgsDecl args = ownArgs(usage, helpOnly);
-  ArgScan scan(args, argc, argv);
-  if (E_STATUS st = scan.run(); st != SUCCESS || scan.ended()) return st;
+std::span<const char* const> I2cScanTest::usageHead() const { return scanUsage; }
+
+E_STATUS I2cScanTest::run(const Args&) {
   E_STATUS st = SUCCESS;
   int checked = 0;
-  int rev = 0;
-  Rev().getRev(&rev);
-  for (const auto& [name, dev] : I2cDevMap::getI2cDevMap()->map) {
+  const int rev = i2c.revision.rev();
+  for (const auto& [name, dev] : i2c.devices()) {
     if (dev->scanTstIgnore || !onThisRevision(*dev, rev)) continue;
     ++checked;
-    if (!probe(name)) {
+    if (!probe(i2c, name)) {
       log(LOG_TERM, "%s - %s (0x%02x) does not answer: %s\n", nm.c_str(), name.c_str(), dev->address,
           dev->description.c_str());
       st = FAILURE;
@@ -70,9 +72,18 @@ E_STATUS I2cScanTest::runTest(int argc, char argv[][ARG_LEN]) {
   return st;
 }
 
-I2CFastRegAxsTest::I2CFastRegAxsTest(std::string nm, std::string help, std::string dev, std::string data,
-                                     unsigned int reg, bool, bool)
-    : Test(std::move(nm), std::move(help), ""), dev(std::move(dev)), dataHex(std::move(data)), reg(reg) {}
+I2CFastRegAxsTest::I2CFastRegAxsTest(const Devices& devices, std::string nm, std::string help, std::string dev,
+                                     std::string data, unsigned int reg, bool, bool)
+    : Test(std::move(nm), std::move(help), ""),
+      i2c(devices.i2c),
+      usageText("-l <loops (0=>infinite)> - write " + data + " to " + dev + ", register " + std::to_string(reg) +
+                ", that many times"),
+      usageLine(usageText.c_str()),
+      dev(std::move(dev)),
+      dataHex(std::move(data)),
+      reg(reg) {}
+
+std::span<const OptDecl* const> I2CFastRegAxsTest::options() const { return fastOpts; }
 
 namespace {
 // One round: the message as one write; where the data starts with the chip's own
@@ -95,30 +106,24 @@ E_STATUS fastRound(I2cDev* d, const std::vector<unsigned char>& msg, bool readBa
 }
 }  // namespace
 
-E_STATUS I2CFastRegAxsTest::runTest(int argc, char argv[][ARG_LEN]) {
-  const std::string line = "-l <loops (0=>infinite)> - write " + dataHex + " to " + dev + ", register " +
-                           std::to_string(reg) + ", that many times";
-  const char* const usage[] = {line.c_str()};
-  ArgsDecl args = ownArgs(usage, loopTestOpts);
-  ArgScan scan(args, argc, argv);
-  if (E_STATUS st = scan.run(); st != SUCCESS || scan.ended()) return st;
-  const unsigned long loops = scan.num("-l", 1);
+E_STATUS I2CFastRegAxsTest::run(const Args& args) {
+  const unsigned long loops = args.num(fastLoops, 1);
   std::vector<unsigned char> msg;
   if (!parseHex(dataHex, &msg)) {
     LOGERR(LOG_TERM, "bad data %s\n", dataHex.c_str());
     return BAD_PARAMETER;
   }
   const bool readBack = reg == 0;
-  if (!I2cDevMap::getI2cDevMap()->map.count(dev)) {
+  if (!i2c.find(dev)) {
     log(LOG_TERM, "%s - %s is not a device of this board (see i2c -l)\n", nm.c_str(), dev.c_str());
     verdict(FAILURE, 0);
     return FAILURE;
   }
-  I2cDevUtil util(dev, true, false);
+  I2cDevUtil util(i2c, dev, true);
   E_STATUS st = util.stat();
   unsigned long done = 0, failures = 0;
   while (st == SUCCESS && (loops == 0 ? !inputAvailable() : done < loops)) {
-    if (fastRound(util.getItr()->second, msg, readBack) != SUCCESS) ++failures;
+    if (fastRound(util.dev(), msg, readBack) != SUCCESS) ++failures;
     ++done;
   }
   if (st == SUCCESS && failures) st = FAILURE;
@@ -143,18 +148,16 @@ const CableCheck cableChecks[] = {
 };
 }  // namespace
 
-E_STATUS Z9CableConnTest::runTest(int argc, char argv[][ARG_LEN]) {
-  const char* const usage[] = {"checks the cables to the connected boards through the chips on their far ends"};
-  ArgsDecl args = ownArgs(usage, helpOnly);
-  ArgScan scan(args, argc, argv);
-  if (E_STATUS st = scan.run(); st != SUCCESS || scan.ended()) return st;
+std::span<const char* const> Z9CableConnTest::usageHead() const { return cableUsage; }
+
+E_STATUS Z9CableConnTest::run(const Args&) {
   std::vector<unsigned short> codes;
   for (const CableCheck& c : cableChecks) {
-    if (probe(c.device)) continue;
+    if (probe(i2c, c.device)) continue;
     log(LOG_TERM, "%s - %s: %s does not answer\n", nm.c_str(), c.what, c.device);
     codes.push_back(c.code);
   }
-  if (tstAxs2FctlrRegs() != SUCCESS) {
+  if (tstAxs2FctlrRegs(i2c) != SUCCESS) {
     log(LOG_TERM, "%s - fan controller cable: the fan controller does not answer\n", nm.c_str());
     if (std::find(codes.begin(), codes.end(), 0x1711) == codes.end()) codes.push_back(0x1711);
   }

@@ -24,7 +24,10 @@ class DDR3DataLineMemTest : public DataLineMemTest {
 public:
   DDR3DataLineMemTest(std::string nm, std::string helpString, volatile unsigned int* word, unsigned int sz, bool rprt,
                       bool contOnErr);
-  E_STATUS runTest(int argc, char argv[][ARG_LEN]) override;
+
+protected:
+  std::span<const OptDecl* const> options() const override { return loopTestOpts; }
+  E_STATUS run(const Args& args) override;
   void wrrd() override;
 
 private:

@@ -16,7 +16,6 @@ public:
   // The walk's flags and words, by their plain names in the walk below.
   using WalkTest<T>::rprt, WalkTest<T>::contOnErr, WalkTest<T>::wrDatum, WalkTest<T>::rdDatum, WalkTest<T>::ORValue;
 
-  E_STATUS runTest(int argc, char argv[][ARG_LEN]) override;
   virtual void rd(T* value) = 0;
   virtual void wr(T* value) = 0;
   virtual void wrrd(T* wrValue, T* rdValue, T mask) = 0;
@@ -26,6 +25,10 @@ public:
   T errCd = 0;
   unsigned int regAddr;
   T mask;
+
+protected:
+  std::span<const OptDecl* const> options() const override { return loopTestOpts; }
+  E_STATUS run(const Args& args) override;
 
 private:
   static constexpr int N = 8 * sizeof(T);
@@ -55,13 +58,10 @@ E_STATUS RegTest<T>::walk(unsigned long loop, E_STATUS status) {
 }
 
 template <typename T>
-E_STATUS RegTest<T>::runTest(int argc, char argv[][ARG_LEN]) {
-  ArgsDecl args = this->ownArgs(loopTestUsage, loopTestOpts);
-  ArgScan scan(args, argc, argv);
-  E_STATUS status = scan.run();
-  if (status != SUCCESS || scan.ended()) return status;
-  const unsigned long loops = scan.num("-l", 1);
-  contOnErr = scan.has("-coe");
+E_STATUS RegTest<T>::run(const Args& args) {
+  E_STATUS status = SUCCESS;
+  const unsigned long loops = args.num(loopOpt, 1);
+  contOnErr = args.has(coeOpt);
   log(LOG_TERM, "%s - testing location 0x%08x\n", "runTest", regAddr);
   if (loops == 0) {
     log(LOG_TERM, "%s - looping inifinitely\n", "runTest");

@@ -4,20 +4,20 @@
 
 #include "log.h"
 
-const char* const loopTestUsage[1] = {"-l <loops (0=>infinite)>"};
-const OptDecl loopTestOpts[3] = {numOpt("-l", 0, ULONG_MAX), flagOpt("-coe"), helpOpt()};
+const OptDecl loopOpt = numOpt("-l", 0, ULONG_MAX).says("-l <loops (0=>infinite)>");
+const OptDecl coeOpt = flagOpt("-coe");
+const OptDecl* const loopTestOpts[2] = {&loopOpt, &coeOpt};
 
-ArgsDecl Test::ownArgs(std::span<const char* const> usage, std::span<const OptDecl> opts) const {
-  return {.name = nm.c_str(), .usage = usage, .opts = opts, .rules = {.missing = MISSING_DROPS_OPT, .firstArg = 2}};
+E_STATUS Test::runTest(int argc, char argv[][ARG_LEN]) {
+  const ArgsDecl decl = {.name = nm.c_str(), .head = usageHead(), .opts = options(),
+                         .rules = {.missing = MISSING_DROPS_OPT, .firstArg = 2}};
+  Args args(decl, argc, argv);
+  E_STATUS st = args.scan(helpString.c_str());
+  if (st != SUCCESS || args.helped()) return st;
+  return run(args);
 }
 
-E_STATUS UnavailableTest::runTest(int argc, char argv[][ARG_LEN]) {
-  if (isRegTest()) {
-    ArgsDecl args = ownArgs(loopTestUsage, loopTestOpts);
-    ArgScan scan(args, argc, argv);
-    E_STATUS st = scan.run();
-    if (st != SUCCESS || scan.ended()) return st;
-  }
+E_STATUS UnavailableTest::run(const Args&) {
   log(LOG_TERM, "%s - not available in this build: its hardware is not reachable here\n", nm.c_str());
   return FXN_NOT_SUPPORTED;
 }

@@ -4,19 +4,18 @@
 #include <string>
 #include <vector>
 
+#include "devices.h"
 #include "test.h"
 
 typedef std::map<std::string, Test*> TMap;
 
-// The process-wide registry of self-tests, filled once in a fixed order on
-// first use and kept until the process ends; it owns the tests.
-class TestMap : public DiagObject {
+// The self-tests by name, filled in a fixed order on the board's devices; the
+// board holds it, and it owns the tests.
+class TestMap {
 public:
-  static TestMap* getTestMap();
+  explicit TestMap(const Devices& dev);
   TMap map;
 
 private:
-  TestMap();
-  static bool mapInitialized;
   std::vector<std::unique_ptr<Test>> tests;
 };

@@ -24,9 +24,3 @@ int CmdHistory::lastSlot() const {
 
 void CmdHistory::clear() { *this = CmdHistory(); }
 
-CmdHistory& cmdHistory() {
-  static CmdHistory h;
-  return h;
-}
-
-E_STATUS putLineInCmdHistory(char* line) { return cmdHistory().put(line); }

@@ -21,6 +21,3 @@ private:
   bool historyFilled = false;
 };
 
-// The shell's history, kept for the life of the process.
-CmdHistory& cmdHistory();
-E_STATUS putLineInCmdHistory(char* line);

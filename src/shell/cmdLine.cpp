@@ -2,14 +2,10 @@
 
 #include <cstring>
 
-#include "cmdLineObjectMap.h"
 #include "log.h"
 
 namespace {
 constexpr int MAX_ARG_CHARS = 198;
-char execArgv[MAX_ARGS][ARG_LEN];
-int execArgc;
-E_STATUS lastStatus = SUCCESS;
 }  // namespace
 
 E_STATUS lineParser(int* argc, char argv[][ARG_LEN], const char* line) {
@@ -45,30 +41,29 @@ E_STATUS lineParser(int* argc, char argv[][ARG_LEN], const char* line) {
   return TOO_MANY_ARGS;
 }
 
-E_STATUS cmdExec(int argc, char argv[][ARG_LEN]) {
+E_STATUS cmdExec(int argc, char argv[][ARG_LEN], Board& board, E_STATUS* cmdStatus) {
   if (argc < 1) return BAD_PARAMETER;
   if (!argv) return NULL_POINTER;
-  CmdLineObjectMap* pMap = CmdLineObjectMap::getCmdLineMap();
-  if (!pMap) {
-    log(LOG_TERM, "pCLOMap is NULL, exiting\r\n");
-    return NULL_POINTER;
-  }
-  auto it = pMap->map.find(argv[0]);
-  if (it == pMap->map.end()) {
+  board.beginCommand();
+  E_STATUS status = SUCCESS;
+  const CmdLineObject* obj = board.commands.find(argv[0]);
+  if (!obj) {
     log(LOG_TERM, "command not found\r\n");
-    lastStatus = CMD_NOT_FOUND;
-  } else if (!it->second->cmd) {
+    status = CMD_NOT_FOUND;
+  } else if (!obj->cmd) {
     log(LOG_TERM, "%s - command not connected to a function\n", argv[0]);
-    lastStatus = FXN_NOT_SUPPORTED;
+    status = FXN_NOT_SUPPORTED;
   } else {
-    lastStatus = it->second->cmd(argc, argv);
+    Args args(obj->decl.args, argc, argv);
+    status = args.scan(obj->decl.help);
+    if (status == SUCCESS && !args.helped()) status = obj->cmd(args, board);
   }
-  // Commands print their own verdicts; a script goes on after a failing one.
+  if (cmdStatus) *cmdStatus = status;
   return SUCCESS;
 }
 
-E_STATUS lastCmdStatus() { return lastStatus; }
-
-void execCmd(std::string line) {
-  if (lineParser(&execArgc, execArgv, line.c_str()) == SUCCESS) cmdExec(execArgc, execArgv);
+void execCmd(const std::string& line, Board& board) {
+  char argv[MAX_ARGS][ARG_LEN];
+  int argc = 0;
+  if (lineParser(&argc, argv, line.c_str()) == SUCCESS) cmdExec(argc, argv, board);
 }

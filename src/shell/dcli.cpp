@@ -3,9 +3,7 @@
 #include <cctype>
 #include <cstring>
 
-#include "argScan.h"
 #include "cmdHistory.h"
-#include "commands.h"
 #include "cmdLine.h"
 #include "keyInput.h"
 #include "lineEditor.h"
@@ -14,31 +12,33 @@
 #include "termState.h"
 
 namespace {
-// The joined program arguments, whole: a line too long to be taken is refused by the parser, not cut here.
-std::string lclCmdLine;
-char shellArgv[MAX_ARGS][ARG_LEN];
-int shellArgc;
 const char* PROMPT = "diag> ";
 
-const char* const fileUsageLines[] = {"file <filename> - execute diag script file"};
+void fileUsage(Board& board) { printUsage(board.commands.find("file")->decl.args); }
 
-void fileUsage() { printUsage(fileCmd.args); }
+// After a command that an interrupt stopped: the terminal as the shell found it, and a word on why.
+void afterInterrupt() {
+  if (!takeInterrupt()) return;
+  restoreTermState();
+  log(LOG_TERM, "\ninterrupted\n");
+}
+}  // namespace
 
-E_STATUS runScriptFile(const char* name) {
+E_STATUS Shell::runScriptFile(const char* name) {
   FILE* f = fopen(name, "r");
   if (!f) {
     LOGERR(LOG_TERM, "unable to open file %s\n", name);
     return FAILURE;
   }
-  E_STATUS status = runScript(f, name);
+  E_STATUS status = runScript(f, name, board);
   fclose(f);
   return status;
 }
 
-E_STATUS oneShot() {
+E_STATUS Shell::oneShot() {
   if (!strcmp(shellArgv[1], "file")) {
     if (shellArgc > 2 && !strcmp(shellArgv[2], "-h")) {
-      fileUsage();
+      fileUsage(board);
       return SUCCESS;
     }
     char name[ARG_LEN] = "";
@@ -50,21 +50,22 @@ E_STATUS oneShot() {
     }
     return runScriptFile(name);
   }
-  static char args[MAX_ARGS][ARG_LEN];
+  char args[MAX_ARGS][ARG_LEN];
   for (int i = 1; i < shellArgc; ++i) memcpy(args[i - 1], shellArgv[i], ARG_LEN);
-  E_STATUS st = cmdExec(shellArgc - 1, args);
-  return st == SUCCESS ? lastCmdStatus() : st;
+  E_STATUS cmdStatus = SUCCESS;
+  E_STATUS st = cmdExec(shellArgc - 1, args, board, &cmdStatus);
+  return st == SUCCESS ? cmdStatus : st;
 }
 
 // Reads lines until one is stored in the history; it is split from its history slot.
 // False when the input has ended (its end, or Ctrl-D on an empty line).
-bool readLine() {
+bool Shell::readLine() {
   char line[LineEditor::MAX_CHARS];
   for (;;) {
     log(LOG_TERM, "%s", PROMPT);
     bool ended = false;
-    getLine(line, PROMPT, &ended);
-    CmdHistory& h = cmdHistory();
+    getLine(line, PROMPT, history, board.commands.map, &ended);
+    CmdHistory& h = history;
     if (ended || (line[0] == '\0' && stdinAtEof())) return false;
     if (h.put(line) == SUCCESS) {
       if (lineParser(&shellArgc, shellArgv, h.slot(h.lastSlot())) == SUCCESS && shellArgc >= 1) return true;
@@ -73,14 +74,7 @@ bool readLine() {
   }
 }
 
-// After a command that an interrupt stopped: the terminal as the shell found it, and a word on why.
-void afterInterrupt() {
-  if (!takeInterrupt()) return;
-  restoreTermState();
-  log(LOG_TERM, "\ninterrupted\n");
-}
-
-E_STATUS interactive() {
+E_STATUS Shell::interactive() {
   // Unbuffered, so that the poll on the descriptor sees every character still to be read.
   setvbuf(stdin, nullptr, _IONBF, 0);
   // Ctrl-C stops the running command; the shell ends with q, the end of the input, or a second Ctrl-C.
@@ -93,25 +87,24 @@ E_STATUS interactive() {
     if (!cmd[0] || !strcmp(cmd, "\r") || !strcmp(cmd, "\r\n") || !strcmp(cmd, "\n")) continue;
     if (!strcmp(cmd, "file")) {
       if (shellArgc > 1 && !strcmp(shellArgv[1], "-h"))
-        fileUsage();
+        fileUsage(board);
       else
         status = runScriptFile(shellArgc > 1 ? shellArgv[1] : "");
       continue;
     }
-    status = cmdExec(shellArgc, shellArgv);
+    status = cmdExec(shellArgc, shellArgv, board);
   }
   // End of input (or Ctrl-D) behaves like "q".
   if (!quit) log(LOG_TERM, "\n");
   return status;
 }
-}  // namespace
 
-E_STATUS getCmdLine(char** line) {
+E_STATUS Shell::getCmdLine(char** line) {
   *line = lclCmdLine.data();
   return SUCCESS;
 }
 
-void setCmdLine(int argc, char** argv) {
+void Shell::setCmdLine(int argc, char** argv) {
   lclCmdLine.clear();
   for (int i = 0; i < argc; ++i) {
     if (i > 0) lclCmdLine += ' ';
@@ -119,10 +112,7 @@ void setCmdLine(int argc, char** argv) {
   }
 }
 
-// Scripts are run by the shell loop itself, never through dispatch: "file" has no handler.
-constinit const CmdDecl fileCmd = {.help = "Run diag script file", .args = {.name = "file", .usage = fileUsageLines}};
-
-E_STATUS DCLI() {
+E_STATUS Shell::DCLI() {
   char* line;
   getCmdLine(&line);
   memset(shellArgv, 0, sizeof shellArgv);

@@ -12,8 +12,9 @@ const std::string CLEAR_LINE = "\x1b[2K";
 const std::string BELL = "\a";
 }  // namespace
 
-LineEditor::LineEditor(char* buf, const char* prompt, CmdHistory& history, Output out)
-    : buf(buf), prompt(prompt), history(history), out(std::move(out)), browseNdx(history.nextSlot()) {
+LineEditor::LineEditor(char* buf, const char* prompt, CmdHistory& history, const CLOMap& commands, Output out)
+    : buf(buf), prompt(prompt), history(history), commands(commands), out(std::move(out)),
+      browseNdx(history.nextSlot()) {
   buf[0] = '\0';
 }
 
@@ -27,7 +28,7 @@ void LineEditor::complete() {
   len = index;
   if (index == 0) return;
   int matches = 0;
-  completeCmd(buf, &index, &matches);
+  completeCmd(commands, buf, &index, &matches);
   len = index;
   if (matches >= 1) redraw();
 }
@@ -110,8 +111,7 @@ bool LineEditor::feed(char c) {
 
 void LineEditor::finish() { buf[len] = '\0'; }
 
-void completeCmd(char* buf, int* len, int* matches) {
-  CLOMap& map = CmdLineObjectMap::getCmdLineMap()->map;
+void completeCmd(const CLOMap& map, char* buf, int* len, int* matches) {
   const size_t n = static_cast<size_t>(*len);
   int count = 0;
   const std::string* first = nullptr;
@@ -133,15 +133,15 @@ void completeCmd(char* buf, int* len, int* matches) {
     *len = here + 1;
     buf[*len] = '\0';
     int deeper = 0;
-    completeCmd(buf, len, &deeper);
+    completeCmd(map, buf, len, &deeper);
     if (deeper < count) *len = here;
   }
   buf[*len] = '\0';
 }
 
-E_STATUS getLine(char* buf, const char* prompt, bool* ended) {
+E_STATUS getLine(char* buf, const char* prompt, CmdHistory& history, const CLOMap& commands, bool* ended) {
   if (!buf) return NULL_POINTER;
-  LineEditor ed(buf, prompt ? prompt : "", cmdHistory(), [](const std::string& s) {
+  LineEditor ed(buf, prompt ? prompt : "", history, commands, [](const std::string& s) {
     fputs(s.c_str(), stdout);
     fflush(stdout);
   });

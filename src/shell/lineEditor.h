@@ -2,6 +2,7 @@
 #include <functional>
 #include <string>
 #include "cmdHistory.h"
+#include "cmdLineObjectMap.h"
 #include "diagStatus.h"
 #include "keyDecoder.h"
 
@@ -22,7 +23,8 @@ public:
   static constexpr int MAX_CHARS = 200;
   using Output = std::function<void(const std::string&)>;
 
-  LineEditor(char* buf, const char* prompt, CmdHistory& history, Output out);
+  // Tab completes a command name of commands.
+  LineEditor(char* buf, const char* prompt, CmdHistory& history, const CLOMap& commands, Output out);
   // Takes one character; true when the line is complete, or ended (see ended()).
   bool feed(char c);
   // True after Ctrl-D on an empty line: the operator has no more lines.
@@ -42,6 +44,7 @@ private:
   char* buf;
   const char* prompt;
   CmdHistory& history;
+  const CLOMap& commands;
   Output out;
   KeyDecoder keys;
   int index = 0;  // the cursor
@@ -50,8 +53,10 @@ private:
   bool quit = false;
 };
 
-void completeCmd(char* buf, int* len, int* matches);
+// Completes the first *len characters of buf to the longest prefix that all
+// the command names beginning so share (the whole name when only one does).
+void completeCmd(const CLOMap& commands, char* buf, int* len, int* matches);
 // Reads one edited line. *ended (when given) tells that the operator ended the
 // input (Ctrl-D on an empty line); an interrupt (Ctrl-C) drops the line typed
 // so far and returns an empty one.
-E_STATUS getLine(char* buf, const char* prompt, bool* ended = nullptr);
+E_STATUS getLine(char* buf, const char* prompt, CmdHistory& history, const CLOMap& commands, bool* ended = nullptr);

@@ -2,9 +2,9 @@
 #include <cstring>
 #include <vector>
 
-#include "commands.h"
+#include "board.h"
+#include "cmdLine.h"
 #include "dcli.h"
-#include "layers.h"
 #include "progOpts.h"
 #include "termState.h"
 
@@ -19,17 +19,20 @@ int main(int argc, char** argv) {
     return 0;
   }
   saveTermState();
-  connectLayers();
+  // The one board of the program; what runs a command line for the lower
+  // layers (the front panel's old way) is the shell's dispatcher on it.
+  Board board([&board](const std::string& line) { execCmd(line, board); });
   if (opts.version) {
-    version(0, nullptr);
+    execCmd("version", board);
     return 0;
   }
   // The command line is the program's name and the command words, as if no option had been given. The
   // name without its folder: the room left for the command words does not depend on where it is installed.
   std::vector<char*> words = {strrchr(argv[0], '/') ? strrchr(argv[0], '/') + 1 : argv[0]};
   words.insert(words.end(), argv + opts.first, argv + argc);
-  setCmdLine(static_cast<int>(words.size()), words.data());
-  E_STATUS status = DCLI();
+  Shell shell(board);
+  shell.setCmdLine(static_cast<int>(words.size()), words.data());
+  E_STATUS status = shell.DCLI();
   const bool oneShot = words.size() > 1;
   return opts.exitStatus && oneShot ? exitCode(status) : 0;
 }

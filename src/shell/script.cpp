@@ -66,7 +66,7 @@ void echoLine(const char* line) {
 E_STATUS worse(E_STATUS a, E_STATUS b) { return exitCode(b) > exitCode(a) ? b : a; }
 }  // namespace
 
-E_STATUS runScript(FILE* f, const char* name) {
+E_STATUS runScript(FILE* f, const char* name, Board& board) {
   char line[SCRIPT_LINE_MAX + 1];
   char argv[MAX_ARGS][ARG_LEN];
   int argc;
@@ -91,11 +91,12 @@ E_STATUS runScript(FILE* f, const char* name) {
       worst = worse(worst, st);  // refused with its reason; the script goes on
       continue;
     }
-    if (cmdExec(argc, argv) != SUCCESS) {
+    E_STATUS cmdStatus = SUCCESS;
+    if (cmdExec(argc, argv, board, &cmdStatus) != SUCCESS) {
       LOGERR(LOG_TERM, "cmdExec failed\n");
       return worst;
     }
-    worst = worse(worst, lastCmdStatus());
+    worst = worse(worst, cmdStatus);
   }
   if (interrupted()) return FAILURE;
   // A directory, or a file the system cannot read: say so rather than run nothing in silence.

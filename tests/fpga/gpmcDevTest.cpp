@@ -18,6 +18,7 @@ class GpmcMainHostTest : public GpmcTest {
 TEST_F(GpmcTest, EachWordIsOneRequestWithTheDeviceAndSemaphoreKeptOpen) {
   unsigned short buf[64] = {}, words[3] = {0x1111, 0x2222, 0x3333};
   unsigned long n = 0;
+  ASSERT_EQ(reg->read({buf, 1}, 0, &n), SUCCESS);  // the device is opened at the first word, and kept
   kernel().resetCounts();
   ASSERT_EQ(reg->read({buf, 4}, 0x10, &n), SUCCESS);
   EXPECT_EQ(n, 4u);

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "i2cDevMap.h"
+#include "cmdRun.h"
 #include "i2cTestUtil.h"
 #include "i2cTopology.h"
 #include "rev.h"
@@ -36,12 +37,12 @@ bool onBus(const I2cDev& d, int host, int local) {
 }
 
 void checkRegistry(const std::string& where, int rev) {
-  I2cDevMap m;
+  I2cDevMap m{testBoard().i2cSem};
   const bool later = rev >= Rev::FIRST_SWITCH_REV;
   for (int host = NONE; host < 4; ++host)
     for (int local = NONE; local < 4; ++local) {
       std::map<unsigned, std::string> bus;
-      for (const auto& [name, dev] : m.map)
+      for (const auto& [name, dev] : m.devices())
         if ((later ? !dev->notOnLaterRevs : !dev->notOnEarlyRevs) && onBus(*dev, host, local))
           place(bus, dev->address, name, where + " host " + std::to_string(host) + " local " + std::to_string(local));
     }

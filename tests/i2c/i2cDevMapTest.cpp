@@ -6,6 +6,7 @@
 
 #include "i2cDevMap.h"
 #include "i2cHostDetect.h"
+#include "cmdRun.h"
 #include "i2cTestUtil.h"
 
 using I2cRegistry = I2cTest;
@@ -20,9 +21,9 @@ TEST_F(I2cRegistry, EachBoardIsDetectedFromSysfsAndGetsItsOwnTable) {
     EXPECT_EQ(isMainHost(), which == 0);
     EXPECT_EQ(isFrontPanel(), which == 1);
     EXPECT_EQ(isMainRef(), which == 2);
-    I2cDevMap m;
-    EXPECT_EQ(m.map.count(mine), 1u);
-    EXPECT_EQ(m.map.count(other), 0u);
+    I2cDevMap m{testBoard().i2cSem};
+    EXPECT_EQ(m.devices().count(mine), 1u);
+    EXPECT_EQ(m.devices().count(other), 0u);
   }
 }
 
@@ -40,10 +41,11 @@ TEST_F(I2cRegistry, PathsSelectThroughTheirBoardsOwnMultiplexers) {
     resetSim();
     simctl({"set", "board", c.board});
     simctl({"set", "rev", std::to_string(c.rev)});
-    I2cDevMap m;
+    I2cDevMap m{testBoard().i2cSem};
+    m.devices();  // filled (and its sensor probed) before the trace looks
     Bus bus;
     Trace t;
-    EXPECT_EQ(m.map.at(c.device)->pTstAxs->getPath().setMuxes(1, bus.fd), SUCCESS);
+    EXPECT_EQ(m.devices().at(c.device)->path->setMuxes(1, bus.fd), SUCCESS);
     EXPECT_EQ(busWrites(t), c.writes);
   }
 }
@@ -51,20 +53,21 @@ TEST_F(I2cRegistry, PathsSelectThroughTheirBoardsOwnMultiplexers) {
 TEST_F(I2cRegistry, SwitchAddressesComeFromTheirSysfsNames) {
   simctl({"set", "switch", "host", "pca9545"});
   simctl({"set", "switch", "fp", "pca9545"});
-  I2cDevMap m;
-  EXPECT_EQ(m.map["hostsw"]->address, 0x69u);
-  EXPECT_EQ(m.map["fpsw"]->address, 0x6Au);
+  I2cDevMap m{testBoard().i2cSem};
+  EXPECT_EQ(m.find("hostsw")->address, 0x69u);
+  EXPECT_EQ(m.find("fpsw")->address, 0x6Au);
   simctl({"set", "board", "signal"});
   simctl({"set", "switch", "shost", "pca9545"});
-  EXPECT_EQ(I2cDevMap().map["shostsw"]->address, 0x68u);
+  I2cDevMap signal(testBoard().i2cSem);
+  EXPECT_EQ(signal.find("shostsw")->address, 0x68u);
 }
 
 TEST_F(I2cRegistry, ProbeFindsTheMainReferenceSensorAndDeselectsTheSwitch) {
   simctl({"set", "switch", "host", "pca9545"});
   simctl({"set", "mref-addr", "0x4d"});
   Trace t;
-  I2cDevMap m;
-  EXPECT_EQ(m.map["mrtmp1"]->address, 0x4Du);
+  I2cDevMap m{testBoard().i2cSem};
+  EXPECT_EQ(m.find("mrtmp1")->address, 0x4Du);
   EXPECT_EQ(t.grep("i2c-2 0x"), (std::vector<std::string>{"i2c-2 0x69 write 04", "i2c-2 0x48 write 00 -> EREMOTEIO",
                                                           "i2c-2 0x4d write 00", "i2c-2 0x69 write 00"}));
 }
@@ -73,11 +76,11 @@ TEST_F(I2cRegistry, BelowRevisionThreeNothingIsSearchedOrProbed) {
   simctl({"set", "rev", "2"});
   simctl({"set", "mref-addr", "0x4d"});
   Trace t;
-  I2cDevMap m;
+  I2cDevMap m{testBoard().i2cSem};
   EXPECT_TRUE(t.grep("/sys/bus/i2c/devices").empty());
   EXPECT_TRUE(t.grep("i2c-2 ").empty());
-  EXPECT_EQ(m.map["hostsw"]->address, 0x71u);
-  EXPECT_EQ(m.map["mrtmp1"]->address, 0x48u);
+  EXPECT_EQ(m.find("hostsw")->address, 0x71u);
+  EXPECT_EQ(m.find("mrtmp1")->address, 0x48u);
 }
 
 // The registry's own search, for a name at 0x69, is checked above.

@@ -6,12 +6,13 @@
 #include <span>
 
 #include "i2cDevUtil.h"
+#include "cmdRun.h"
 #include "i2cTestUtil.h"
 #include "textUtil.h"
 
 // Opens the device through the accessor as d, or ends the test.
 #define OPEN_DEV(name)              \
-  I2cDevUtil u(name, false, false); \
+  I2cDevUtil u(testBoard().i2c, name, false); \
   ASSERT_EQ(u.stat(), SUCCESS);     \
   I2cDev& d = *u.getItr()->second
 
@@ -19,7 +20,7 @@ namespace {
 using I2cDevOps = I2cTest;
 
 std::string plainRead(const char* name, unsigned long n, bool noASCII = false, bool noNewLines = false) {
-  I2cDevUtil u(name, false, false);
+  I2cDevUtil u(testBoard().i2c, name, false);
   EXPECT_EQ(u.stat(), SUCCESS);
   I2cDev& d = *u.getItr()->second;
   char offset[2] = {0, 0};

@@ -7,8 +7,9 @@
 #include <algorithm>
 #include <tuple>
 
-#include "diagMutex.h"
+#include "programSem.h"
 #include "i2cDevUtil.h"
+#include "cmdRun.h"
 #include "i2cTestUtil.h"
 #include "programs.h"
 #include "ptySession.h"
@@ -17,26 +18,26 @@
 
 TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
   resetSim();
-  I2cDevMap::getI2cDevMap();
-  sem_t* sem = nullptr;
-  ASSERT_EQ(getMutx(&sem), SUCCESS);
+  testBoard().i2c.devices();
+  testBoard().i2c.beginCommand();
+  ProgramSem& sem = testBoard().i2cSem;
   kernel().resetCounts();
   Trace t;
   I2cDev* dev = nullptr;
   {
-    I2cDevUtil u("fpfpga", true, false);
+    I2cDevUtil u(testBoard().i2c, "fpfpga", true);
     ASSERT_EQ(u.stat(), SUCCESS);
-    EXPECT_TRUE(semHeldHere(sem));
+    EXPECT_TRUE(sem.held());
     dev = u.getItr()->second;
     ASSERT_GE(dev->adapterFD.value_or(-1), 0);
-    // One adapter descriptor for the whole access; per level the revision file
-    // (open, read, close) and the control byte (address, write, read back);
-    // then the device's address.
+    // One adapter descriptor for the whole access; the revision file once in
+    // the command (open, read, close); per level the control byte (address,
+    // write, read back); then the device's address.
     Kernel::Counts c = kernel().counts();
-    EXPECT_EQ(std::tuple(c.open, c.read, c.write, c.ioctl, c.close), std::tuple(3u, 4u, 2u, 3u, 2u));
+    EXPECT_EQ(std::tuple(c.open, c.read, c.write, c.ioctl, c.close), std::tuple(2u, 3u, 2u, 3u, 1u));
   }
   EXPECT_EQ(t.grep("open /dev/i2c-2").size(), 1u);
-  EXPECT_FALSE(semHeldHere(sem));
+  EXPECT_FALSE(sem.held());
   EXPECT_FALSE(dev->adapterFD);
 }
 
@@ -44,9 +45,8 @@ TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
 // semaphore, and the adapter it opened.
 TEST(I2cAccessor, AFailedAcquisitionHoldsNothing) {
   resetSim();
-  I2cDevMap::getI2cDevMap();
-  sem_t* sem = nullptr;
-  ASSERT_EQ(getMutx(&sem), SUCCESS);
+  testBoard().i2c.devices();
+  ProgramSem& sem = testBoard().i2cSem;
   const struct { const char* name; std::vector<std::string> fault; E_STATUS st; } cases[] = {
       {"nosuch", {}, ENTRY_NOT_FOUND},
       {"fctl", {"kernel", "fail", "open", "i2c-2", "ENODEV"}, FAILURE},
@@ -59,11 +59,13 @@ TEST(I2cAccessor, AFailedAcquisitionHoldsNothing) {
     simctl({"kernel", "clear"});
     if (!c.fault.empty()) simctl(c.fault);
     Trace t;
-    I2cDev* dev = I2cDevMap::getI2cDevMap()->map.count(c.name) ? I2cDevMap::getI2cDevMap()->map.at(c.name) : nullptr;
-    captured([&] { EXPECT_EQ(I2cDevUtil(c.name, false, false).stat(), c.st) << c.name; });
-    EXPECT_FALSE(semHeldHere(sem)) << c.name;
+    I2cDev* dev = testBoard().i2c.find(c.name);
+    captured([&] { EXPECT_EQ(I2cDevUtil(testBoard().i2c, c.name, false).stat(), c.st) << c.name; });
+    EXPECT_FALSE(sem.held()) << c.name;
     EXPECT_EQ(semValue("diagSem"), 1) << c.name;
-    if (dev) EXPECT_FALSE(dev->adapterFD) << c.name;
+    if (dev) {
+      EXPECT_FALSE(dev->adapterFD) << c.name;
+    }
     const std::vector<std::string> lines = t.lines();
     for (const std::string& open : t.grep("open /dev/i2c-2 -> fd ")) {
       std::string closed = "close fd " + open.substr(open.rfind(' ') + 1);  // a successful close, maybe not the only one
@@ -79,8 +81,8 @@ TEST(I2cAccessor, AMissingDeviceIsReportedWhereTheCallerAskedForIt) {
   resetSim();
   testing::internal::CaptureStdout();
   int line = __LINE__ + 1;
-  I2cDevUtil asked("nosuch", true, false);
-  I2cDevUtil own("nosuch", false, false);
+  I2cDevUtil asked(testBoard().i2c, "nosuch", true);
+  I2cDevUtil own(testBoard().i2c, "nosuch", false);
   std::string out = testing::internal::GetCapturedStdout();
   EXPECT_EQ(asked.stat(), ENTRY_NOT_FOUND);
   EXPECT_TRUE(contains(out, "file i2cDevUtilTest, line " + std::to_string(line) +

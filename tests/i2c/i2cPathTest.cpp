@@ -4,6 +4,7 @@
 
 #include "i2cDevMap.h"
 #include "i2cPath.h"
+#include "cmdRun.h"
 #include "i2cTestUtil.h"
 #include "textUtil.h"
 
@@ -11,8 +12,12 @@ namespace {
 class I2cPathSelect : public I2cTest {
 protected:
   // The registry is built before the counts and traces the tests look at.
-  void SetUp() override { I2cTest::SetUp(); I2cDevMap::getI2cDevMap(); }
-  void rev(int r) { simctl({"set", "rev", std::to_string(r)}); }
+  void SetUp() override { I2cTest::SetUp(); testBoard().i2c.devices(); }
+  // A new revision, as the next command sees it.
+  void rev(int r) {
+    simctl({"set", "rev", std::to_string(r)});
+    testBoard().i2c.beginCommand();
+  }
 };
 }  // namespace
 
@@ -31,7 +36,7 @@ TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
     rev(c.rev);
     Trace t;
     kernel().resetCounts();
-    I2CPath p(c.name, c.host, c.hostMux, c.localMux, 0, I2cDevMap::getI2cDevMap()->muxesFor(c.host));
+    I2CPath p(c.name, c.host, c.hostMux, c.localMux, testBoard().i2c.muxesFor(c.host));
     EXPECT_EQ(c.host == SIGNAL ? p.setSigLclMux(1, bus.fd) : p.setMuxes(1, bus.fd), SUCCESS);
     EXPECT_EQ(busWrites(t), c.writes) << c.name << " rev " << c.rev;
     if (!*c.writes) {
@@ -45,7 +50,7 @@ TEST_F(I2cPathSelect, ControlBytesByHostAndRevision) {
 // whatever the old selection left on the bus.
 TEST_F(I2cPathSelect, AControlByteNotTakenOrNotHeldFailsTheSelection) {
   Bus bus;
-  I2CPath p("fctl", MAIN, 1, NO_MUX, 0, I2cDevMap::getI2cDevMap()->muxesFor(MAIN));
+  I2CPath p("fctl", MAIN, 1, NO_MUX, testBoard().i2c.muxesFor(MAIN));
   simctl({"i2c", "nack", "hostsw", "on"});
   std::string out = captured([&] { EXPECT_EQ(p.setMuxes(0, bus.fd), FAILURE); });
   EXPECT_TRUE(contains(out, "I2C switch hostsw(0x71) did not take control byte 0x02 selecting the path to fctl\n"
@@ -63,7 +68,7 @@ TEST_F(I2cPathSelect, AControlByteNotTakenOrNotHeldFailsTheSelection) {
 // A path reaches the bus only through the chips the registry handed it, and
 // which of a level's two chips it needs follows the revision of the moment.
 TEST_F(I2cPathSelect, AChipThePathWasNotHandedIsNotFound) {
-  const I2cPathMuxes board = I2cDevMap::getI2cDevMap()->muxesFor(MAIN);
+  const I2cPathMuxes board = testBoard().i2c.muxesFor(MAIN);
   const struct { int rev; E_HOST host; I2cPathMuxes muxes; const char* missing; const char* writes; } cases[] = {
       {3, MAIN, {}, "hostsw", ""},
       {2, MAIN, {}, "hostmux", ""},
@@ -75,7 +80,7 @@ TEST_F(I2cPathSelect, AChipThePathWasNotHandedIsNotFound) {
   for (const auto& c : cases) {
     rev(c.rev);
     Trace t;
-    I2CPath p("fpfpga", c.host, 3, 1, 0, c.muxes);
+    I2CPath p("fpfpga", c.host, 3, 1, c.muxes);
     Bus bus;
     std::string out = captured([&] { EXPECT_EQ(p.setMuxes(1, bus.fd), ENTRY_NOT_FOUND); });
     EXPECT_TRUE(contains(out, std::string("function selectLevel - I2C device ") + c.missing + " not found\n"))

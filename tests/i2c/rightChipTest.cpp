@@ -11,7 +11,6 @@
 #include <vector>
 
 #include "cmdRun.h"
-#include "commands.h"
 #include "i2cTestUtil.h"
 #include "programs.h"
 #include "textUtil.h"
@@ -83,7 +82,9 @@ private:
     for (unsigned k = 0; k < count; ++k) EXPECT_EQ(peek(c, at + k), data[k]) << c.name;
     for (size_t i = 0; i < chips.size(); ++i)
       for (unsigned k = 0; k < others[i].size(); ++k)
-        if (&chips[i] != &c) EXPECT_EQ(peek(chips[i], at + k), others[i][k]) << "written into " << chips[i].name;
+        if (&chips[i] != &c) {
+          EXPECT_EQ(peek(chips[i], at + k), others[i][k]) << "written into " << chips[i].name;
+        }
   }
   unsigned pick(size_t n) { return static_cast<unsigned>(std::uniform_int_distribution<size_t>(0, n - 1)(rng)); }
 
@@ -93,7 +94,7 @@ private:
 
 struct InProcess : Walk {
   using Walk::Walk;
-  std::string run(const std::string& line) override { return runCmd(i2c, line).out; }
+  std::string run(const std::string& line) override { return runCmd(line).out; }
 };
 
 struct OneShot : Walk {

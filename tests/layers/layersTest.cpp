@@ -1,8 +1,9 @@
 // The program's layers only look down: the kernel seam, then the base services
-// (status codes, log, named semaphores), then the FPGA and I2C devices, then
-// monitoring and self-tests, and the commands on top. Checked on the sources'
-// includes and, for calls, on the symbols the objects of the built program
-// define and use: no two of them may depend on each other in a circle.
+// (status codes, log, named semaphores, sleeping), then the FPGA and I2C
+// devices, then monitoring and self-tests, then the commands, and the shell on
+// top. Checked on the sources' includes and, for calls, on the symbols the
+// objects of the built program define and use: no two of them may depend on
+// each other in a circle.
 #include <gtest/gtest.h>
 
 #include <cstdio>
@@ -18,18 +19,14 @@
 namespace fs = std::filesystem;
 
 namespace {
-const int TOP = 4;
+bool definesCommand(const std::string& text) { return std::regex_search(text, std::regex(R"(DIAG_COMMAND\(\w+\);)")); }
 
-bool definesCommand(const std::string& text) { return std::regex_search(text, std::regex(R"(const CmdDecl \w+Cmd\s*=)")); }
+std::string folderOf(const fs::path& p) { return p.parent_path().filename().string(); }
 
-// A command's file (its declaration and handler) belongs to the top, whatever folder it lives in.
-int layerOf(const fs::path& p, const std::string& text) {
-  const std::string dir = p.parent_path().filename().string();
-  const std::string name = p.filename().string();
-  if (dir == "shell" || name.rfind("cmd", 0) == 0 || definesCommand(text)) return TOP;
-  static const std::map<std::string, int> byDir = {
-      {"kernel", 0}, {"base", 1}, {"fpga", 2}, {"i2c", 2}, {"monitor", 3}, {"selftest", 3}};
-  auto it = byDir.find(dir);
+int layerOf(const fs::path& p) {
+  static const std::map<std::string, int> byDir = {{"kernel", 0}, {"base", 1},     {"fpga", 2},     {"i2c", 2},
+                                                   {"monitor", 3}, {"selftest", 3}, {"commands", 4}, {"shell", 5}};
+  auto it = byDir.find(folderOf(p));
   return it == byDir.end() ? -1 : it->second;
 }
 
@@ -49,6 +46,7 @@ struct SrcFile {
   fs::path path;
   int layer;
   std::vector<std::string> includes;
+  bool declaresCommand;
 };
 
 std::map<std::string, SrcFile> sources(const fs::path& top) {
@@ -56,7 +54,7 @@ std::map<std::string, SrcFile> sources(const fs::path& top) {
   for (const auto& e : fs::recursive_directory_iterator(top)) {
     if (!e.is_regular_file()) continue;
     std::string text = slurp(e.path());
-    files[e.path().filename().string()] = {e.path(), layerOf(e.path(), text), quotedIncludes(text)};
+    files[e.path().filename().string()] = {e.path(), layerOf(e.path()), quotedIncludes(text), definesCommand(text)};
   }
   return files;
 }
@@ -111,7 +109,12 @@ struct ObjSymbols {
 
 ObjSymbols librarySymbols() {
   ObjSymbols out;
-  std::string cmd = std::string(DIAG_NM) + " -A " + DIAG_CORE_LIB + " 2>/dev/null";
+  std::string objects;
+  std::ifstream list(DIAG_PROGRAM_OBJECTS);
+  for (std::string line; std::getline(list, line);)
+    if (!line.empty()) objects += " '" + line + "'";
+  if (objects.empty()) return out;
+  std::string cmd = std::string(DIAG_NM) + " -A" + objects + " 2>/dev/null";
   FILE* p = popen(cmd.c_str(), "r");
   if (!p) return out;
   char line[4096];
@@ -137,6 +140,7 @@ TEST(Layers, IncludesOnlyLookDownAndNeverGoRound) {
   std::map<std::string, std::set<std::string>> graph;
   for (const auto& [name, f] : files) {
     ASSERT_GE(f.layer, 0) << name << " is in no known layer";
+    EXPECT_TRUE(!f.declaresCommand || folderOf(f.path) == "commands") << name << " declares a command outside commands/";
     for (const std::string& inc : f.includes) {
       auto it = files.find(fs::path(inc).filename().string());
       if (it == files.end()) continue;  // a header of the system or of the kernel's API
@@ -162,7 +166,7 @@ TEST(Layers, TheSimulatedInstrumentOnlyBorrowsTheKernelSeam) {
 
 TEST(Layers, NoTwoObjectsOfTheProgramCallEachOtherInACircle) {
   ObjSymbols syms = librarySymbols();
-  if (syms.defines.empty()) GTEST_SKIP() << "no symbols read from " << DIAG_CORE_LIB << " with " << DIAG_NM;
+  if (syms.defines.empty()) GTEST_SKIP() << "no symbols read from the objects in " << DIAG_PROGRAM_OBJECTS << " with " << DIAG_NM;
   std::map<std::string, std::string> definedIn;
   for (const auto& [obj, defs] : syms.defines)
     for (const std::string& s : defs) definedIn.emplace(s, obj);

@@ -6,7 +6,6 @@
 #include <vector>
 
 #include "cmdRun.h"
-#include "commands.h"
 #include "fanCtlr.h"
 #include "i2cDevUtil.h"
 #include "programs.h"
@@ -20,7 +19,7 @@ std::vector<std::string> fctlTraffic(const Trace& t) { return t.grep("i2c-2 0x52
 
 // Runs a fan command line that must end with status and print text.
 void expectRun(const char* line, E_STATUS status, const std::string& text) {
-  CmdResult r = runCmd(fan, line);
+  CmdResult r = runCmd(line);
   EXPECT_EQ(r.status, status) << line;
   EXPECT_TRUE(contains(r.out, text)) << line << "\n" << r.out;
 }
@@ -34,7 +33,7 @@ struct FanCtlrTest : testing::Test {
 // enters twice, the copy the page map reaches.
 TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndShowsEachOnce) {
   Trace t;
-  CmdResult r = runCmd(fan, "fan -r");
+  CmdResult r = runCmd("fan -r");
   EXPECT_EQ(r.status, SUCCESS);
   std::vector<std::string> out = splitLines(r.out);
   ASSERT_EQ(out.size(), 87u);
@@ -59,7 +58,7 @@ TEST_F(FanCtlrTest, SpeedWritesGoToThePageGiven) {
                {"fan -ss 33 -p 0x1", "01", "07d6"}};
   for (const Case& c : cases) {
     Trace t;
-    EXPECT_EQ(runCmd(fan, c.line).status, SUCCESS) << c.line;
+    EXPECT_EQ(runCmd(c.line).status, SUCCESS) << c.line;
     std::string page = "i2c-2 0x52 smbus write byte_data cmd 0x00 data ", word = "i2c-2 0x52 smbus write word_data ";
     EXPECT_EQ(fctlTraffic(t), (std::vector<std::string>{page + c.page, word + "cmd 0x3b data " + c.word})) << c.line;
   }
@@ -67,13 +66,13 @@ TEST_F(FanCtlrTest, SpeedWritesGoToThePageGiven) {
 
 TEST_F(FanCtlrTest, RawWritesReadsAndTheirOrder) {
   Trace t;
-  EXPECT_EQ(runCmd(fan, "fan -w 0 -o 3").status, SUCCESS);
+  EXPECT_EQ(runCmd("fan -w 0 -o 3").status, SUCCESS);
   EXPECT_EQ(fctlTraffic(t), (std::vector<std::string>{"i2c-2 0x52 smbus write byte_data cmd 0x00 data 00",
                                                       "i2c-2 0x52 smbus write byte cmd 0x03"}));
 
   // -w then -rr, whatever their order on the line; the read uses the table's width.
   t.mark();
-  CmdResult r = runCmd(fan, "fan -rr -o 0xf6 -d 0x1234 -w 2 -p 4");
+  CmdResult r = runCmd("fan -rr -o 0xf6 -d 0x1234 -w 2 -p 4");
   EXPECT_EQ(r.status, SUCCESS);
   EXPECT_EQ(r.out, "0x1234\n");
   std::vector<std::string> bus = fctlTraffic(t);
@@ -81,11 +80,11 @@ TEST_F(FanCtlrTest, RawWritesReadsAndTheirOrder) {
   EXPECT_EQ(bus[1], "i2c-2 0x52 smbus write word_data cmd 0xf6 data 1234");
   EXPECT_EQ(bus[3], "i2c-2 0x52 smbus read word_data cmd 0xf6 -> 1234");
 
-  EXPECT_EQ(runCmd(fan, "fan -rr -p 1 -o 0x90").out, "0x0be0\n");
+  EXPECT_EQ(runCmd("fan -rr -p 1 -o 0x90").out, "0x0be0\n");
 
   // A page and command the controller does not have never reach the bus.
   t.mark();
-  CmdResult r7 = runCmd(fan, "fan -rr -p 7 -o 0x90");
+  CmdResult r7 = runCmd("fan -rr -p 7 -o 0x90");
   EXPECT_EQ(r7.status, ENTRY_NOT_FOUND);
   EXPECT_TRUE(contains(r7.out, "page 7, command 0x90 is not in the fan controller's register table\n")) << r7.out;
   EXPECT_FALSE(contains(r7.out, "0x0000"));  // and no value that was never read
@@ -97,12 +96,12 @@ TEST_F(FanCtlrTest, RawWritesReadsAndTheirOrder) {
 
 TEST_F(FanCtlrTest, HelpComesAloneAndFailuresAreReported) {
   Trace t;
-  EXPECT_EQ(splitLines(runCmd(fan, "fan -h -r").out).size(), 9u);
+  EXPECT_EQ(splitLines(runCmd("fan -h -r").out).size(), 9u);
   EXPECT_TRUE(t.grep("i2c-2").empty());
 
   // A controller that goes away after fan 3: the later fans are not read, and say so.
   simctl({"i2c", "vanish", "fctl", "6"});
-  CmdResult r = runCmd(fan, "fan -ds");
+  CmdResult r = runCmd("fan -ds");
   std::vector<std::string> speeds;
   for (const std::string& l : splitLines(r.out))
     if (l.find(" rpm") != std::string::npos || l.find("speed not read") != std::string::npos) speeds.push_back(l);
@@ -127,7 +126,7 @@ TEST_F(FanCtlrTest, HelpComesAloneAndFailuresAreReported) {
 TEST_F(FanCtlrTest, DumpShowsWhatWasNotReadAsNotRead) {
   simctl({"i2c", "vanish", "fctl", "10"});  // five paged reads: page 0's first five commands
   Trace t;
-  CmdResult r = runCmd(fan, "fan -r");
+  CmdResult r = runCmd("fan -r");
   EXPECT_EQ(r.status, FAILURE);
   EXPECT_EQ(fctlTraffic(t).size(), 11u);  // the walk stopped at the failed page select
   std::vector<std::string> lines;
@@ -139,16 +138,16 @@ TEST_F(FanCtlrTest, DumpShowsWhatWasNotReadAsNotRead) {
   EXPECT_EQ(countOf(r.out, "not read\n"), 87u - 4u);
   simctl({"i2c", "clear"});
   simctl({"i2c", "absent", "fctl", "on"});
-  r = runCmd(fan, "fan -r");
+  r = runCmd("fan -r");
   EXPECT_EQ(r.status, FAILURE);
   EXPECT_FALSE(contains(r.out, "FANCTLR_")) << r.out;
 }
 
 TEST_F(FanCtlrTest, ReadBackCatchesAStuckBit) {
   simctl({"i2c", "stuck", "fctl", "0xf6", "3", "0"});
-  I2cDevUtil util("fctl", false, false);
+  I2cDevUtil util(testBoard().i2c, "fctl", false);
   ASSERT_EQ(util.stat(), SUCCESS);
-  FanCtlr fc;
+  FanCtlr fc(testBoard().i2c);
   unsigned short v = 0x00FF;
   testing::internal::CaptureStdout();
   EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 2, &v), FAILURE);

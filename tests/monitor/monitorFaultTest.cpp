@@ -6,7 +6,6 @@
 
 #include "allOkayMap.h"
 #include "cmdRun.h"
-#include "commands.h"
 #include "i2cDevMap.h"
 #include "testEnv.h"
 #include "textUtil.h"
@@ -17,12 +16,12 @@ const char* const SMBUS = "0x0720";  // I2C_SMBUS
 struct MonitorFaultTest : testing::Test {
   void SetUp() override {
     simctl({"reset"});
-    I2cDevMap::getI2cDevMap();  // its start-up probe is not part of what the tests look at
+    testBoard().i2c.devices();  // its start-up probe is not part of what the tests look at
   }
   void TearDown() override { simctl({"kernel", "clear"}); }
   // Sets source's okay out to ok, expecting status expected and each of texts printed.
   static void setOkay(const char* source, bool ok, E_STATUS expected, std::initializer_list<const char*> texts) {
-    AllOkayMap m;
+    AllOkayMap m(testBoard().devices);
     std::string out = captured([&] { EXPECT_EQ(m.find(source)->setOkayOut(ok, false), expected) << source; });
     for (const char* text : texts) EXPECT_TRUE(contains(out, text)) << text << "\n" << out;
   }
@@ -33,7 +32,7 @@ struct MonitorFaultTest : testing::Test {
 // as not read and the others are still read.
 TEST_F(MonitorFaultTest, RefusedSpeedReadIsReportedAndTheOtherFansAreRead) {
   simctl({"kernel", "fail", "ioctl", "i2c-2", "EIO", SMBUS, "after", "1", "times", "1"});
-  CmdResult r = runCmd(fan, "fan -ds");
+  CmdResult r = runCmd("fan -ds");
   EXPECT_TRUE(contains(r.out, "failed to read device fctl(0x52), byteCnt= 0\nInput/output error (5)\n")) << r.out;
   EXPECT_TRUE(contains(r.out, "I2C read failed, numBytesToRead= 2, byteCnt= 0\n")) << r.out;
   EXPECT_EQ(r.out.find("I2C read failed"), r.out.rfind("I2C read failed"));
@@ -63,14 +62,14 @@ TEST_F(MonitorFaultTest, ReadBackMismatchesStopTheSourceAtTheFirstAttempt) {
   simctl({"i2c", "unstuck", "mrtmp1"});
   simctl({"i2c", "stuck", "mrtmp1", "0x05", "7", "1"});
   setOkay("mref", true, FAILURE, {"from local high setpoint register\n"});
-  EXPECT_TRUE(contains(runCmd(allok, "allok -scn M").out, "mref       true")) << "the line stays okay";
+  EXPECT_TRUE(contains(runCmd("allok -scn M").out, "mref       true")) << "the line stays okay";
 }
 
 // A fan controller that stops answering: the cable test names it once, with
 // its code, and still reports the other cables.
 TEST_F(MonitorFaultTest, SilentFanControllerFailsTheCableTestWithItsCode) {
   simctl({"i2c", "nack", "fctl", "on"});
-  CmdResult r = runCmd(testExec, "runtest cableconn");
+  CmdResult r = runCmd("runtest cableconn");
   EXPECT_TRUE(contains(r.out, "cableconn - fan controller cable: the fan controller does not answer\n")) << r.out;
   EXPECT_TRUE(contains(r.out, "power-supply controller cable not checked")) << r.out;
   EXPECT_TRUE(r.out.ends_with("FAILED\n!1711\n")) << r.out;

@@ -4,7 +4,6 @@
 #include <vector>
 
 #include "cmdRun.h"
-#include "commands.h"
 #include "programs.h"
 #include "ptySession.h"
 #include "testEnv.h"
@@ -16,7 +15,7 @@ std::string scratch() { return simctl({"fpga", "peek", "reg", "0x04"}); }
 
 // Runs "runtest line" and expects each of texts in what it printed; returns that.
 std::string expectRun(const std::string& line, std::initializer_list<const char*> texts) {
-  std::string out = runCmd(testExec, "runtest " + line).out;
+  std::string out = runCmd("runtest " + line).out;
   for (const char* text : texts) EXPECT_TRUE(contains(out, text)) << line << ": " << text << "\n" << out;
   return out;
 }
@@ -27,21 +26,21 @@ struct SelfTest : testing::Test {
 }  // namespace
 
 TEST_F(SelfTest, RegistryListsAndRunsByName) {
-  EXPECT_EQ(TestMap::getTestMap()->map.size(), 25u);
-  std::string out = runCmd(listTests, "listtests").out;
+  EXPECT_EQ(testBoard().tests.map.size(), 25u);
+  std::string out = runCmd("listtests").out;
   EXPECT_EQ(out.rfind("cableconn - Test cable connections.\n", 0), 0u);
   const std::string last = "\ntmp3reg - Test a register in the TEMP3 sensor.\n";
   EXPECT_EQ(out.substr(out.size() - last.size()), last);
   EXPECT_EQ(countOf(out, "\n"), 25u);
 
   const std::string usage = "usage:  runtest <-h|testname> [-h]\n         type listtests for a list of test names\n";
-  EXPECT_EQ(runCmd(testExec, "runtest").out, usage);
-  EXPECT_EQ(runCmd(testExec, "runtest -h").out, usage);
-  CmdResult r = runCmd(testExec, "runtest nosuch");
+  EXPECT_EQ(runCmd("runtest").out, usage);
+  EXPECT_EQ(runCmd("runtest -h").out, usage);
+  CmdResult r = runCmd("runtest nosuch");
   EXPECT_EQ(r.status, CMD_NOT_FOUND);
   EXPECT_EQ(r.out, "command not found\r\n");
   // A register walk this build cannot run still has its usage, and gives no verdict.
-  EXPECT_EQ(runCmd(testExec, "runtest tmp0reg -l 2 -h").out, "-l <loops (0=>infinite)>\n");
+  EXPECT_EQ(runCmd("runtest tmp0reg -l 2 -h").out, "-l <loops (0=>infinite)>\n");
   out = expectRun("tmp0reg", {"not available in this build"});
   EXPECT_FALSE(contains(out, "PASSED") || contains(out, "FAILED")) << out;
 }
@@ -98,7 +97,7 @@ TEST_F(SelfTest, ScanPassesOnAHealthyBoardAndFailsForEachMissingChip) {
     EXPECT_TRUE(t.grep("quick").empty()) << rev;
     for (const std::string& chip : fittedChips()) {
       simctl({"i2c", "absent", chip, "on"});
-      std::string out = runCmd(testExec, "runtest i2cscn").out;
+      std::string out = runCmd("runtest i2cscn").out;
       EXPECT_TRUE(contains(out, "FAILED\n!1729\n")) << "rev " << rev << ", without " << chip << ":\n" << out;
       simctl({"i2c", "absent", chip, "off"});
     }
@@ -137,7 +136,7 @@ TEST_F(SelfTest, CablesNameWhatDoesNotAnswerAndGiveNoVerdictUnchecked) {
                                             "cableconn - no verdict: not every cable could be checked\n"});
   EXPECT_FALSE(contains(out, "PASSED") || contains(out, "FAILED")) << out;
   // runtest passes its test's status on: no verdict is not SUCCESS.
-  EXPECT_EQ(runCmd(testExec, "runtest cableconn").status, FXN_NOT_SUPPORTED);
+  EXPECT_EQ(runCmd("runtest cableconn").status, FXN_NOT_SUPPORTED);
   simctl({"i2c", "absent", "fprly-eeprom", "on"});
   expectRun("cableconn", {"front panel relay cable: fprlyEeprom does not answer", "FAILED\n!1721\n"});
   simctl({"i2c", "absent", "fprly-eeprom", "off"});

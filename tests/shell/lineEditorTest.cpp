@@ -3,13 +3,14 @@
 #include <string>
 
 #include "cmdHistory.h"
+#include "cmdRun.h"
 #include "lineEditor.h"
 #include "textUtil.h"
 
 namespace {
 // Feeds keys to an editor and keeps what it drew.
 struct Editor {
-  explicit Editor(CmdHistory& h) : ed(buf, "diag> ", h, [this](const std::string& s) { drawn += s; }) {}
+  explicit Editor(CmdHistory& h) : ed(buf, "diag> ", h, testBoard().commands.map, [this](const std::string& s) { drawn += s; }) {}
   bool keys(const std::string& k) {
     for (char c : k)
       if (ed.feed(c)) return true;

@@ -9,9 +9,7 @@
 
 #include "cmdRun.h"
 #include "cmdLine.h"
-#include "commands.h"
 #include "dcli.h"
-#include "lineRunner.h"
 #include "testEnv.h"
 #include "textUtil.h"
 
@@ -23,11 +21,11 @@ TEST(ShellFault, SyslogTestWithoutTheClockOutputFailsAndWithItShowsIt) {
   std::string dir = testPath("logts");
   ASSERT_EQ(system(("mkdir -p '" + dir + "'").c_str()), 0);
   ASSERT_EQ(chdir(dir.c_str()), 0);
-  CmdResult r = runCmd(cmdLog, "log -ts");
+  CmdResult r = runCmd("log -ts");
   EXPECT_EQ(r.status, FAILURE);
   EXPECT_TRUE(r.out.ends_with("function testSyslog - unable to open file file_output.txt\n")) << r.out;
   writeFile(dir + "/file_output.txt", "60.000 Hz\n");
-  r = runCmd(cmdLog, "log -ts");
+  r = runCmd("log -ts");
   EXPECT_EQ(r.status, SUCCESS);
   EXPECT_TRUE(contains(r.out, "60.000 Hz\n")) << r.out;
   ASSERT_EQ(chdir(was), 0);
@@ -40,21 +38,11 @@ TEST(ShellFault, OverlongScriptLineIsCutAndTheScriptGoesOn) {
   writeFile(path, "#!first\n#" + std::string(5000, 'x') + " help\n#!after\n");
   FILE* f = fopen(path.c_str(), "r");
   ASSERT_NE(f, nullptr);
-  std::string out = captured([&] { EXPECT_EQ(runScript(f, path.c_str()), SUCCESS); });
+  std::string out = captured([&] { EXPECT_EQ(runScript(f, path.c_str(), testBoard()), SUCCESS); });
   fclose(f);
   EXPECT_TRUE(contains(out, "line 2 of file " + path + " is longer than 4096 characters: cut there, the rest of it "
                             "skipped\n")) << out;
   EXPECT_TRUE(out.starts_with("#!first\n")) << out;
   EXPECT_TRUE(out.ends_with("#!after\n")) << out;
   EXPECT_FALSE(contains(out, "help")) << "the cut-off rest was not run";
-}
-
-// A lower layer asked to run a line before the shell has connected itself
-// names the line and runs nothing.
-TEST(ShellFault, LineWithoutAShellToRunItIsNamedNotRun) {
-  setCmdRunner(nullptr);
-  std::string out = captured([] { runCmdLine("version"); });
-  setCmdRunner(execCmd);
-  EXPECT_TRUE(out.ends_with("function runCmdLine - no shell to run version\n")) << out;
-  EXPECT_FALSE(contains(out, "Diagnostics Build")) << out;
 }

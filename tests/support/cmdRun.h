@@ -1,12 +1,18 @@
 #pragma once
 #include <string>
 
-#include "diagStatus.h"
+#include "board.h"
 
-// Runs one command line in this process, as the shell would hand it to the
-// handler, and keeps what it printed and the handler's own status.
+// The board of the test process, built once as the program's entry builds its own.
+Board& testBoard();
+
+// Runs one command line in this process through the dispatcher, as the shell
+// does, on the test process's board, and keeps what it printed and the
+// command's own status (a refused line's too).
 struct CmdResult {
   E_STATUS status;
   std::string out;
 };
-CmdResult runCmd(CmdHandler handler, const std::string& line);
+CmdResult runCmd(const std::string& line);
+// The same with the rows of the argument array as given (words no line could hold).
+CmdResult runRows(int argc, char argv[][ARG_LEN]);

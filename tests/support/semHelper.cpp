@@ -11,7 +11,7 @@
 #include <cstring>
 #include <ctime>
 
-#include "diagMutex.h"
+#include "programSem.h"
 
 namespace {
 constexpr int HOLD_LIMIT_S = 30;
@@ -21,15 +21,16 @@ void say(const char* fmt, int a = 0, int b = 0) {
   fflush(stdout);
 }
 
-sem_t* gpmcSem() {
-  sem_t* s = nullptr;
-  return getGPMCMutx(&s) == SUCCESS ? s : nullptr;
+// Made on first use: the helper runs before main, and only when asked.
+ProgramSem* gpmcSem() {
+  static ProgramSem sem("diagGPMCSem");
+  return &sem;
 }
 
 // Takes "diagGPMCSem" and keeps it until killed, or ends at once holding it.
 int hold(bool exitAtOnce) {
-  sem_t* s = gpmcSem();
-  if (!s || semTake(s) != SUCCESS) return 2;
+  ProgramSem* s = gpmcSem();
+  if (s->take() != SUCCESS) return 2;
   say("held %d\n", static_cast<int>(getpid()));
   if (exitAtOnce) return 0;
   for (int i = 0; i < HOLD_LIMIT_S * 10; ++i) usleep(100000);
@@ -38,13 +39,12 @@ int hold(bool exitAtOnce) {
 
 // Takes and gives "diagGPMCSem" as fast as it can until stopped.
 int churn() {
-  sem_t* s = gpmcSem();
-  if (!s) return 2;
+  ProgramSem* s = gpmcSem();
   say("ready\n");
   time_t end = time(nullptr) + HOLD_LIMIT_S;
   for (long i = 0; i % 4096 != 0 || time(nullptr) < end; ++i) {
-    if (semTake(s) != SUCCESS) return 3;
-    semGive(s);
+    if (s->take() != SUCCESS) return 3;
+    s->give();
   }
   return 0;
 }
@@ -52,23 +52,23 @@ int churn() {
 // Holds "diagGPMCSem" and forks: the child must wait until the parent gives
 // it back, not share the parent's hold or its lock.
 int forkWhileHolding() {
-  sem_t* s = gpmcSem();
+  ProgramSem* s = gpmcSem();
   int ready[2];
-  if (!s || semTake(s) != SUCCESS || pipe(ready) != 0) return 2;
+  if (s->take() != SUCCESS || pipe(ready) != 0) return 2;
   pid_t child = fork();
   if (child == 0) {
     say("child trying\n");
     if (write(ready[1], "r", 1) != 1) _exit(4);
-    if (semTake(s) != SUCCESS) _exit(3);
+    if (s->take() != SUCCESS) _exit(3);
     say("child took\n");
-    semGive(s);
+    s->give();
     _exit(0);
   }
   struct pollfd p = {ready[0], POLLIN, 0};
   if (child < 0 || poll(&p, 1, HOLD_LIMIT_S * 1000) != 1) return 2;
   usleep(300000);  // time for a child that does not wait to show it
   say("parent gives\n");
-  semGive(s);
+  s->give();
   for (int i = 0; i < HOLD_LIMIT_S * 100; ++i) {
     int status = 0;
     if (waitpid(child, &status, WNOHANG) == child) return WIFEXITED(status) ? WEXITSTATUS(status) : 5;

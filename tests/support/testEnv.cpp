@@ -14,7 +14,6 @@
 
 #include <gtest/gtest.h>
 
-#include "layers.h"
 #include "semIsolation.h"
 #include "simCtl.h"
 #include "textUtil.h"
@@ -100,7 +99,6 @@ int main(int argc, char** argv) {
   atexit(removeTestDir);
   setenv("DIAG_SIM_STATE", testPath("sim.state").c_str(), 1);
   setenv("DIAG_SIM_TRACE", testPath("sim.trace").c_str(), 1);
-  connectLayers();
   selfPath();  // before the private mount namespace: see selfPath
   std::string why = usePrivateShm();
   if (!why.empty()) fprintf(stderr, "note: tests share the system's /dev/shm (%s)\n", why.c_str());

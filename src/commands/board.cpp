@@ -1,0 +1,3 @@
+#include "board.h"
+
+Board::Board(LineRunner runLine) : devices{fpga, i2c, psc, std::move(runLine)} {}

@@ -1,6 +1,0 @@
-#pragma once
-#include "diagStatus.h"
-
-// The program's sleep: every nominal millisecond is asked for as 0.9 ms, so
-// that the loop's own overhead brings the total near the requested time.
-E_STATUS diagDelay(unsigned int seconds, unsigned int milliseconds);

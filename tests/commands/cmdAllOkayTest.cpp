@@ -1,0 +1,142 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "allOkayMap.h"
+#include "cmdRun.h"
+#include "i2cDevMap.h"
+#include "programs.h"
+#include "testEnv.h"
+
+namespace {
+// Index of the first trace line that contains text, or -1.
+int firstLine(const std::vector<std::string>& lines, const std::string& text) {
+  for (size_t i = 0; i < lines.size(); ++i)
+    if (lines[i].find(text) != std::string::npos) return static_cast<int>(i);
+  return -1;
+}
+
+std::string scanM() { return runCmd("allok -scn M").out; }
+
+struct AllokTest : testing::Test {
+  void SetUp() override {
+    simctl({"reset"});
+    testBoard().i2c.devices();  // its start-up probe is not part of what the tests look at
+  }
+};
+}  // namespace
+
+TEST_F(AllokTest, ScanShowsTheHostsSourcesInNameOrder) {
+  CmdResult r = runCmd("allok -scn M");
+  EXPECT_EQ(r.status, SUCCESS);
+  EXPECT_EQ(r.out.rfind("ALL OKAY   OUT      IN\n", 0), 0u);
+  size_t at = 0;  // the rows in name order; the PFC link is not in this build
+  for (const char* row : {"fctl       true     NA\n", "fp         true     true\n", "mnhost     true     true\n",
+                          "mref       ", "pfc        false    false\n"}) {
+    at = r.out.find(std::string("\n") + row, at);
+    ASSERT_NE(at, std::string::npos) << row << r.out;
+  }
+  EXPECT_EQ(r.out.find("psc"), std::string::npos);
+
+  EXPECT_EQ((r = runCmd("allok -scn x")).status, BAD_PARAMETER);
+  EXPECT_NE(r.out.find("unknown host x"), std::string::npos);
+}
+
+TEST_F(AllokTest, FanControllerFaultIsForcedAndReleased) {
+  Trace t;
+  EXPECT_EQ(runCmd("allok -fno fctl").status, SUCCESS);
+  EXPECT_FALSE(t.grep("smbus write word_data cmd 0xf5 data 7fff").empty());
+  EXPECT_NE(scanM().find("fctl       false    NA"), std::string::npos);
+  EXPECT_NE(scanM().find("mnhost     true     false"), std::string::npos);  // the line is pulled
+
+  t.mark();
+  CmdResult r = runCmd("allok -set M fctl");
+  EXPECT_EQ(r.status, SUCCESS) << r.out;
+  std::vector<std::string> lines = t.lines();
+  int limit = firstLine(lines, "smbus write word_data cmd 0xf5 data 0168");
+  EXPECT_GE(limit, 0);
+  EXPECT_GT(firstLine(lines, "smbus write byte cmd 0x03"), limit);
+  EXPECT_EQ(firstLine(lines, "i2c-2 0x40"), -1);  // only the named source
+  EXPECT_NE(scanM().find("mnhost     true     true"), std::string::npos);
+}
+
+TEST_F(AllokTest, SetActsOnTheHostsSourcesInNameOrder) {
+  Trace t;
+  CmdResult r = runCmd("allok -set M");
+  EXPECT_EQ(r.status, SUCCESS) << r.out;
+  std::vector<std::string> lines = t.lines();
+  int prev = -1;
+  for (const char* text : {"i2c-2 0x52 smbus", "i2c-2 0x40 smbus", "fpga wr reg 0x0006", "i2c-2 0x48 smbus"}) {
+    int at = firstLine(lines, text);
+    EXPECT_GT(at, prev) << text;
+    prev = at;
+  }
+  EXPECT_NE(r.out.find("setOkayOut - done\nsetOkayOut - done\n"), std::string::npos);  // fp, then mnhost
+}
+
+TEST_F(AllokTest, MainReferenceAndFrontPanelFollowTheirOutputs) {
+  EXPECT_EQ(runCmd("allok -fno mref").status, SUCCESS);
+  EXPECT_NE(scanM().find("mref       false    NA"), std::string::npos);
+  EXPECT_EQ(runCmd("allok -set M mref").status, SUCCESS);
+  EXPECT_NE(scanM().find("mref       true     NA"), std::string::npos);
+
+  EXPECT_EQ(runCmd("allok -fno fp").status, SUCCESS);
+  EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "0x10"}), "0x0\n");
+  EXPECT_NE(scanM().find("fp         false    false"), std::string::npos);
+  EXPECT_EQ(runCmd("allok -set M fp").status, SUCCESS);
+  EXPECT_NE(scanM().find("fp         true     true"), std::string::npos);
+
+  // The front panel's old way goes through its own command, which this build does not connect.
+  EXPECT_NE(runCmd("allok -set M fp -fpow").out.find("fpfpga - command not connected to a function"),
+            std::string::npos);
+  simctl({"i2c", "absent", "mrtmp1", "on"});
+  EXPECT_NE(runCmd("allok -fno mref").status, SUCCESS);
+  CmdResult r = runCmd("allok -fno nosuch");
+  EXPECT_EQ(r.status, ENTRY_NOT_FOUND);
+  EXPECT_NE(r.out.find("nosuch not found"), std::string::npos);
+}
+
+TEST_F(AllokTest, ListsHelpAndDisplay) {
+  EXPECT_EQ(runCmd("allok -l -d").out, "fctl\nfp\nmnhost\nmref\nmshost\npfc\npsc\nsrchost\n");
+  CmdResult r = runCmd("allok -d");
+  EXPECT_EQ(r.out.rfind("SOURCE\tACCESSIBLE\tALLOKOUT\tALLOKIN\n", 0), 0u);
+  EXPECT_NE(r.out.find("\nfctl\tyes\t\ttrue\t\tNA\n"), std::string::npos);
+  EXPECT_NE(r.out.find("\npfc\tno\t"), std::string::npos);
+  EXPECT_NE(r.out.find("\npsc\tno\t\t?\t\t?\n"), std::string::npos);
+}
+
+// On a signal host both names of the signal host drive its one okay bit.
+TEST(AllokSignalHost, BothNamesSetTheSignalHostBit) {
+  simctl({"reset"});
+  simctl({"set", "board", "signal"});
+  Trace t;
+  runSim({"allok", "-snk", "mshost"});
+  EXPECT_FALSE(t.grep("fpga wr reg 0x0016 0x4000").empty());
+  t.mark();
+  runSim({"allok", "-sok", "srchost"});
+  // Bit 1 set; bit 14 reads the line, which was not okay while the bit was clear.
+  EXPECT_FALSE(t.grep("fpga wr reg 0x0016 0x0002").empty());
+  runSim({"allok", "-snk", "srchost"});
+  t.mark();
+  runSim({"allok", "-sok", "mshost"});
+  EXPECT_FALSE(t.grep("fpga wr reg 0x0016 0x0002").empty());
+  RunResult r = runSim({"allok", "-scn", "s"});
+  EXPECT_NE(r.out.find("srchost    true     true"), std::string::npos) << r.out;
+}
+
+// Any fan's fault asserts the controller's one fault output: a stopped fan 3
+// shows as the fan controller's okay output false, beside the pulled line,
+// and keeps its fault, so that releasing the output runs out of attempts.
+TEST(AllokStuckFault, AnyFansFaultIsTheControllersAndReleaseTimesOut) {
+  simctl({"reset"});
+  simctl({"i2c", "fan-fail", "3", "on"});
+  std::string scan = scanM();
+  EXPECT_NE(scan.find("fctl       false    NA"), std::string::npos) << scan;
+  EXPECT_NE(scan.find("mnhost     true     false"), std::string::npos) << scan;
+  AllOkayMap m(testBoard().devices);
+  testing::internal::CaptureStdout();
+  EXPECT_EQ(m.find("fctl")->setOkayOut(true, false), TIMEOUT);
+  std::string out = testing::internal::GetCapturedStdout();
+  EXPECT_NE(out.find("function setOkayOut - timed out waiting for All-okay okay"), std::string::npos) << out;
+}

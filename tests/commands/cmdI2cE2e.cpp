@@ -1,0 +1,75 @@
+// The i2c command in the built diag-sim, as an operator runs it.
+#include <gtest/gtest.h>
+
+#include "i2cDevMap.h"
+#include "cmdRun.h"
+#include "i2cTestUtil.h"
+#include "programs.h"
+#include "textUtil.h"
+
+namespace {
+class I2cCommand : public I2cTest {
+protected:
+  std::string run(const std::vector<std::string>& args) {
+    std::vector<std::string> a = {"i2c"};
+    a.insert(a.end(), args.begin(), args.end());
+    RunResult r = runSim(a);
+    EXPECT_EQ(r.exitCode, 0) << r.out;
+    return r.out;
+  }
+};
+}  // namespace
+
+TEST_F(I2cCommand, ListsEveryDeviceOfTheBoardWithItsDescription) {
+  std::string out = run({"-l"});
+  I2cDevMap fresh(testBoard().i2cSem);
+  for (const auto& [name, dev] : fresh.devices()) EXPECT_TRUE(contains(out, "\n" + name + " ")) << name;
+  EXPECT_TRUE(contains(out, "smcEeprom    0x54 plain Main Host 1 3 0 1000 SRC/Meas Connector EEPROM 24LC32A\n"));
+  EXPECT_TRUE(contains(out, "fctl         0x52 smbus Main Host 1 1   0995 Fan Controller MAX31785\n"));
+  simctl({"set", "board", "signal"});
+  out = run({"-l"});
+  EXPECT_TRUE(contains(out, "I2C devices of the Signal Host board"));
+  EXPECT_TRUE(contains(out, "mc2i2cspi"));
+  EXPECT_FALSE(contains(out, "fctl"));
+}
+
+TEST_F(I2cCommand, WritesAndReadsARegisterBehindTwoLevelsOfSwitches) {
+  Trace t;
+  run({"-d", "fpfpga", "-o", "0x11", "-w", "0x05"});
+  EXPECT_EQ(t.grep("i2c-2 0x71 write 08").size(), 1u);
+  EXPECT_EQ(t.grep("i2c-2 0x72 write 02").size(), 1u);
+  EXPECT_EQ(t.grep("i2c-2 0x40 smbus write byte_data cmd 0x11 data 05").size(), 1u);
+  EXPECT_FALSE(sourcesOkay());  // the front panel's okay output needs the low nibble of 0x11
+  simctl({"i2c", "poke", "hostsw", "0", "0"});  // the next access must select the path again
+  EXPECT_EQ(run({"-d", "fpfpga", "-o", "17", "-r", "1"}), "0x05\n");
+  EXPECT_EQ(t.grep("i2c-2 0x40 smbus read byte_data cmd 0x11 -> 05").size(), 1u);
+  EXPECT_EQ(run({"-d", "fctl", "-o", "0x3b", "-r", "2"}), "0x0be0\n");
+}
+
+TEST_F(I2cCommand, DumpsAnEepromAndWritesItsMemory) {
+  run({"-d", "mhEeprom", "-o", "0x100", "-w", "0x41", "0x25", "0x73"});
+  std::string out = run({"-d", "mhEeprom", "-o", "0x100", "-r", "3"});
+  EXPECT_TRUE(contains(out, "412573" + std::string(26, ' ') + " A%s\n")) << out;  // user data printed as it is
+  Trace t;
+  EXPECT_EQ(run({"-d", "mhEeprom", "-o", "0", "-dump"}).rfind("5a392030393830206d61696e20686f73 Z9 0980 main", 0), 0u);
+  EXPECT_EQ(t.grep("i2c-2 0x56 read 256 -> 5a 39").size(), 1u);
+}
+
+TEST_F(I2cCommand, RefusesBadInputBeforeTouchingTheBus) {
+  Trace t;
+  EXPECT_TRUE(contains(run({"-d", "nosuch", "-r", "1"}), "I2C device nosuch not found, see i2c -l\n"));
+  EXPECT_TRUE(contains(run({"-d", "%s%n", "-r", "1"}), "I2C device %s%n not found"));
+  EXPECT_TRUE(contains(run({"-d", "fctl", "-o", "0x3b", "-w", "1", "2", "3"}), "too many bytes to write, 3, at most 2\n"));
+  EXPECT_TRUE(contains(run({"-d", "fctl", "-o", "3", "-r", "33"}), "too many bytes to read, 33, at most 32\n"));
+  EXPECT_TRUE(contains(run({"-d", "fctl", "-r", "1"}), "fctl is an SMBus device: give the register with -o\n"));
+  EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-r", "300"}), "i2c -r: 300 is out of range, 1 to 256\n"));
+  EXPECT_TRUE(contains(run({"-x"}), "i2c: unknown option -x, see i2c -h\n"));
+  EXPECT_TRUE(contains(run({"-r", "1"}), "no device given, see i2c -h\n"));
+  EXPECT_TRUE(contains(run({"-d", "mhEeprom"}), "nothing to do for mhEeprom: give -r, -w or -dump\n"));
+  EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-w"}), "no bytes to write\n"));
+  // Building the registry probes for the main-reference sensor; no device is reached.
+  EXPECT_TRUE(t.grep("smbus").empty());
+  EXPECT_TRUE(t.grep("0x56").empty());
+  EXPECT_TRUE(contains(run({"-h", "-d", "fctl"}), " -l - list the devices with their descriptions\n"));
+  EXPECT_TRUE(t.grep("smbus").empty());
+}

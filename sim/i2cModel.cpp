@@ -50,18 +50,63 @@ int funcs(const SimState& s, const I2cHandle& h, void* arg) {
   return 0;
 }
 
+// The most messages i2c-dev takes in one combined transfer.
+constexpr __u32 RDWR_MAX_MSGS = I2C_RDWR_IOCTL_MAX_MSGS;
+
+// One message as the trace shows it: "i2c-2 0x50 write 00 00", "i2c-2 0x50 read 2 -> 5a 39", or with its failure.
+void traceMsg(int adapter, int addr, const I2cMsg& m, int rc) {
+  std::string what = m.read ? "read " + std::to_string(m.len) : "write " + hexBytes(m.buf, m.len);
+  if (rc < 0)
+    trace("i2c-%d 0x%02x %s -> %s", adapter, addr, what.c_str(), errName(-rc));
+  else if (m.read)
+    trace("i2c-%d 0x%02x %s -> %s", adapter, addr, what.c_str(), hexBytes(m.buf, m.len).c_str());
+  else
+    trace("i2c-%d 0x%02x %s", adapter, addr, what.c_str());
+}
+
+// A combined transfer (I2C_RDWR): the messages as the kernel hands them to the
+// adapter, each to its own address, joined by repeated starts; traced one line
+// a message in the words of a plain transfer. i2c-dev answers the number of
+// messages, or the first failure. The instrument's controller takes no message
+// whose first byte sets its length.
+int rdwr(SimState& s, const I2cHandle& h, i2c_rdwr_ioctl_data* d) {
+  if (!d) return -EFAULT;
+  if (!d->msgs || d->nmsgs == 0 || d->nmsgs > RDWR_MAX_MSGS) {
+    trace("i2c-%d rdwr %u messages -> EINVAL", h.adapter, d->nmsgs);
+    return -EINVAL;
+  }
+  for (__u32 i = 0; i < d->nmsgs; ++i) {
+    const i2c_msg& k = d->msgs[i];
+    if (k.len > MAX_PLAIN || (k.flags & I2C_M_TEN) || k.addr > MAX_7BIT ||
+        ((k.flags & I2C_M_RECV_LEN) && s.cfg.adapter == ADAPTER_OMAP)) {
+      trace("i2c-%d rdwr 0x%02x message %u -> EINVAL", h.adapter, k.addr, i);
+      return -EINVAL;
+    }
+  }
+  for (__u32 i = 0; i < d->nmsgs;) {
+    // The messages to one address are one transaction of the bus model.
+    __u32 end = i;
+    while (end < d->nmsgs && d->msgs[end].addr == d->msgs[i].addr) ++end;
+    std::vector<I2cMsg> msgs;
+    for (__u32 k = i; k < end; ++k)
+      msgs.push_back({(d->msgs[k].flags & I2C_M_RD) != 0, d->msgs[k].buf, d->msgs[k].len});
+    int rc = i2cTransfer(s, h.adapter, d->msgs[i].addr, msgs.data(), msgs.size());
+    for (const I2cMsg& m : msgs) {
+      traceMsg(h.adapter, d->msgs[i].addr, m, rc);
+      if (rc < 0) break;
+    }
+    if (rc < 0) return rc;
+    i = end;
+  }
+  return static_cast<int>(d->nmsgs);
+}
+
 // One plain read or write message to the handle's address.
 ssize_t plain(SimState& s, I2cHandle& h, uint8_t* buf, size_t n, bool read) {
   if (n > MAX_PLAIN) n = MAX_PLAIN;
   I2cMsg m{read, buf, n};
-  std::string what = read ? "read " + std::to_string(n) : "write " + hexBytes(buf, n);
   int rc = i2cTransfer(s, h.adapter, h.addr, &m, 1);
-  if (rc < 0)
-    trace("i2c-%d 0x%02x %s -> %s", h.adapter, h.addr, what.c_str(), errName(-rc));
-  else if (read)
-    trace("i2c-%d 0x%02x %s -> %s", h.adapter, h.addr, what.c_str(), hexBytes(buf, n).c_str());
-  else
-    trace("i2c-%d 0x%02x %s", h.adapter, h.addr, what.c_str());
+  traceMsg(h.adapter, h.addr, m, rc);
   return rc < 0 ? rc : static_cast<ssize_t>(n);
 }
 }  // namespace
@@ -87,6 +132,7 @@ int i2cIoctl(SimState& s, I2cHandle& h, unsigned long request, void* arg) {
     case I2C_SLAVE_FORCE: return setAddress(h, request, reinterpret_cast<unsigned long>(arg));
     case I2C_FUNCS: return funcs(s, h, arg);
     case I2C_SMBUS: return smbusXfer(s, h, static_cast<i2c_smbus_ioctl_data*>(arg));
+    case I2C_RDWR: return rdwr(s, h, static_cast<i2c_rdwr_ioctl_data*>(arg));
     case I2C_TIMEOUT:
     case I2C_RETRIES: return 0;
   }

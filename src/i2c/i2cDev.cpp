@@ -171,6 +171,31 @@ E_STATUS I2cDev::wrBytes(std::span<const char> buf, unsigned long numBytesToWrit
   return FAILURE;
 }
 
+E_STATUS I2cDev::wrRdBackOn(int fd, unsigned char out, unsigned char* in, bool* taken, bool silent) {
+  adapterFD = fd;
+  borrowed = true;
+  *taken = false;
+  E_STATUS status = SUCCESS;
+  int cnt = 0;
+  if (offers(i2cNeed::PLAIN)) {
+    auto addr = static_cast<__u16>(address);
+    i2c_msg msgs[2] = {{addr, 0, 1, &out}, {addr, I2C_M_RD, 1, in}};
+    i2c_rdwr_ioctl_data xfer = {msgs, 2};
+    errno = 0;
+    *taken = kernel().ioctl(fd, I2C_RDWR, &xfer) == 2;
+    status = *taken ? SUCCESS : FAILURE;
+    if (!*taken && !silent) reportWriteFailure({reinterpret_cast<const char*>(&out), 1}, 1, -1, errno);
+  } else if ((status = setDevAddr()) == SUCCESS) {
+    status = wrBytes({reinterpret_cast<const char*>(&out), 1}, 1, &cnt, silent);
+    *taken = status == SUCCESS;
+    if (*taken) status = rdBytes(reinterpret_cast<char*>(in), 1, &cnt, 1, true, true);
+  }
+  int err = errno;
+  tearDown();
+  errno = err;
+  return status;
+}
+
 // What a plain transfer of n bytes needs that the adapter lacks (null: it
 // carries it). A single byte needs only the SMBus send or receive byte it is
 // on the wire; no byte at all is a quick command.

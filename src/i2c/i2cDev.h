@@ -59,6 +59,14 @@ public:
   // numBytesToRead is 0; otherwise at most numBytesToRead bytes are stored.
   E_STATUS rdBytes(char* pBuf, unsigned long numBytesToRead, int* pBytesRead, unsigned long silent, bool noASCII,
                    bool noNewLines);
+  // Writes one byte and reads one back at this chip's address, on a
+  // descriptor that another device of the adapter opened: how a multiplexer's
+  // control byte is set and checked. Where the adapter carries plain
+  // transfers, one combined transfer (a repeated start between the two
+  // messages) and no address request; else the address is set and the byte
+  // written and read one request at a time. *taken tells whether the write
+  // went through; a failed write is reported unless silent.
+  E_STATUS wrRdBackOn(int fd, unsigned char out, unsigned char* in, bool* taken, bool silent);
   void setBus(bool smbusMode) { smbus = smbusMode; }
   // Whether a set-up chip acknowledges its address, probed as the detection
   // tools do: memories with a one-byte read (a write could start a write

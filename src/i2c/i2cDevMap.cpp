@@ -15,6 +15,7 @@ constexpr int SWITCH_BUS = 2;
 constexpr int MREF_CHANNEL_CODE = 0x04;
 constexpr int MREF_ADDR1 = 0x48;
 constexpr int MREF_ADDR2 = 0x4D;
+constexpr const char* MREF_SENSOR = "mrtmp1";
 
 struct SwitchSearch {
   const char* devName;
@@ -53,20 +54,14 @@ int probeMrefSensor(int hostSwAddr, I2cAdapterCaps& caps, ProgramSem& sem) {
   return found;
 }
 
-// Addresses that the board shows in sysfs or answers at, by device name.
-std::map<std::string, unsigned> detectedAddresses(bool mainHost, I2cAdapterCaps& caps, ProgramSem& sem,
-                                                  RevCache& revision) {
+// The switches' addresses that the board shows in sysfs, by device name.
+std::map<std::string, unsigned> switchAddresses(RevCache& revision) {
   std::map<std::string, unsigned> found;
   if (!revision.switches()) return found;
   for (const SwitchSearch& s : switchSearches) {
     char hwname[20];
     int addr = searchForI2cMuxSwAddr(&s.info, hwname);
     if (addr >= 0) found[s.devName] = static_cast<unsigned>(addr);
-  }
-  auto host = found.find("hostsw");
-  if (mainHost && host != found.end()) {
-    int addr = probeMrefSensor(static_cast<int>(host->second), caps, sem);
-    if (addr >= 0) found["mrtmp1"] = static_cast<unsigned>(addr);
   }
   return found;
 }
@@ -85,17 +80,34 @@ std::string describe(const I2cBoardTable& t, const I2cBoardEntry& e) {
 
 const I2cDevNameMap& I2cDevMap::devices() {
   if (!filled) fill();
+  placeMrefSensor();
   return map;
 }
 
+I2cDevNameMap::const_iterator I2cDevMap::lookup(const std::string& name) {
+  if (!filled) fill();
+  if (name == MREF_SENSOR) placeMrefSensor();
+  return map.find(name);
+}
+
 I2cDev* I2cDevMap::find(const std::string& name) {
-  devices();
-  return known(name.c_str());
+  auto it = lookup(name);
+  return it == map.end() ? nullptr : it->second;
 }
 
 const std::string& I2cDevMap::boardLabel() {
-  devices();
+  if (!filled) fill();
   return label;
+}
+
+// Probed when first asked for, by name or in the whole list: a command that
+// reaches another chip pays nothing for it.
+void I2cDevMap::placeMrefSensor() {
+  if (mrefSwitchAddr < 0) return;
+  const int hostSw = mrefSwitchAddr;
+  mrefSwitchAddr = -1;
+  int addr = probeMrefSensor(hostSw, *adapterCaps[SWITCH_BUS], sem);
+  if (I2cDev* dev = known(MREF_SENSOR); dev && addr >= 0) dev->address = static_cast<unsigned>(addr);
 }
 
 void I2cDevMap::fill() {
@@ -103,8 +115,9 @@ void I2cDevMap::fill() {
   const I2cBoardTable& t = boardTable();
   label = t.label;
   adapterCaps[SWITCH_BUS] = std::make_shared<I2cAdapterCaps>();
-  std::map<std::string, unsigned> addrs =
-      detectedAddresses(&t == &MAIN_HOST_TABLE, *adapterCaps[SWITCH_BUS], sem, revision);
+  std::map<std::string, unsigned> addrs = switchAddresses(revision);
+  auto host = addrs.find("hostsw");
+  if (&t == &MAIN_HOST_TABLE && host != addrs.end()) mrefSwitchAddr = static_cast<int>(host->second);
   for (const I2cBoardEntry& e : t.entries) {
     auto a = addrs.find(e.dev.name);
     add(t, e, a == addrs.end() ? e.dev.address : a->second);
@@ -132,7 +145,7 @@ I2cDev* I2cDevMap::known(const char* name) const {
 }
 
 I2cPathMuxes I2cDevMap::muxesFor(E_HOST host) {
-  devices();
+  if (!filled) fill();
   auto chips = [&](E_MUX_LEVEL level) {
     I2cMuxNames names = I2CPath::muxNames(host, level);
     return I2cMuxLevel{known(names.mux), known(names.sw)};

@@ -28,8 +28,10 @@ public:
 
   // The devices by name (the registry is filled at the first call).
   const I2cDevNameMap& devices();
-  // The named device, or null.
+  // The named device, or null; by iterator, or end().
   I2cDev* find(const std::string& name);
+  I2cDevNameMap::const_iterator lookup(const std::string& name);
+  I2cDevNameMap::const_iterator end() const { return map.end(); }
   // Which board the registry was filled for ("Main Host", ...).
   const std::string& boardLabel();
   // The multiplexer chips of this board that a path behind host selects.
@@ -42,10 +44,13 @@ public:
 
 private:
   void fill();
+  void placeMrefSensor();
   void add(const I2cBoardTable& t, const I2cBoardEntry& e, unsigned address);
   I2cDev* known(const char* name) const;
 
   bool filled = false;
+  // The host switch's address while the main-reference sensor is still to be looked for; -1 once placed.
+  int mrefSwitchAddr = -1;
   I2cDevNameMap map;
   std::string label;
   std::vector<std::unique_ptr<I2cDev>> owned;

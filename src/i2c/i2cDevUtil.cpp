@@ -17,11 +17,10 @@ I2cDevUtil::~I2cDevUtil() {
 }
 
 E_STATUS I2cDevUtil::getI2CDevItr(const std::string& target, bool setMuxes, bool verbose) {
-  const I2cDevNameMap& map = devs.devices();
-  itr = map.find(target);
+  itr = devs.lookup(target);
   setup = 0;
   // The lookup is checked before anything is taken or touched.
-  if (itr == map.end()) {
+  if (itr == devs.end()) {
     reportMissing(target);
     return status = ENTRY_NOT_FOUND;
   }

@@ -66,40 +66,32 @@ E_STATUS I2CPath::selectLevel(E_MUX_LEVEL level, unsigned channel, bool pcaStyle
     buf[0] = static_cast<char>(1u << (channel & 0x1F));
   else
     buf[0] = static_cast<char>(channel | MUX_ENABLE);
-  E_STATUS status = mux->setUpOn(fd);
-  if (status == SUCCESS) status = writeControl(mux, switches, verbose);
-  mux->tearDown();
-  return status;
+  return writeControl(mux, switches, verbose, fd);
 }
 
-// The control byte in buf[0], written and read back through the mux's borrowed descriptor.
-E_STATUS I2CPath::writeControl(I2cDev* mux, bool isSwitch, unsigned long verbose) {
+// The control byte in buf[0], written and read back through the device's descriptor.
+E_STATUS I2CPath::writeControl(I2cDev* mux, bool isSwitch, unsigned long verbose, int fd) {
   const char* kind = isSwitch ? "switch" : "multiplexer";
   const auto ctl = static_cast<unsigned char>(buf[0]);
-  int cnt = 0;
-  E_STATUS status = mux->wrBytes(buf, 1, &cnt, verbose == 0);
-  if (status == SUCCESS && cnt < 1) status = FAILURE;
+  unsigned char held = 0;
+  bool taken = false;
+  E_STATUS status = mux->wrRdBackOn(fd, ctl, &held, &taken, verbose == 0);
   int err = errno;
-  if (status != SUCCESS) {
-    if (status == FXN_NOT_SUPPORTED) return status;  // the refusal named the adapter
+  if (status == FXN_NOT_SUPPORTED) return status;  // the refusal named the adapter
+  if (!taken) {
     LOGERR(LOG_TERM, "I2C %s %s(0x%02x) did not take control byte 0x%02x selecting the path to %s\n", kind,
            mux->name.c_str(), mux->address, ctl, devName.c_str());
     logErrno(LOG_TERM, err);
     return status;
   }
-  char held = 0;
-  status = mux->rdBytes(&held, 1, &cnt, 1, true, true);
-  err = errno;
   // A switch's upper bits are its interrupt inputs; a mux uses the lower three.
   const unsigned char mask = isSwitch ? 0x0F : 0x07;
-  if (status == SUCCESS && (static_cast<unsigned char>(held) & mask) == (ctl & mask)) return SUCCESS;
+  if (status == SUCCESS && (held & mask) == (ctl & mask)) return SUCCESS;
   if (status == SUCCESS) {
     LOGERR(LOG_TERM, "I2C %s %s(0x%02x) holds 0x%02x after control byte 0x%02x selecting the path to %s\n", kind,
-           mux->name.c_str(), mux->address, static_cast<unsigned char>(held) & mask, ctl,
-           devName.c_str());
+           mux->name.c_str(), mux->address, held & mask, ctl, devName.c_str());
     return FAILURE;
   }
-  if (status == FXN_NOT_SUPPORTED) return status;
   LOGERR(LOG_TERM, "I2C %s %s(0x%02x) did not let its control byte be read back, selecting the path to %s\n", kind,
          mux->name.c_str(), mux->address, devName.c_str());
   logErrno(LOG_TERM, err);

@@ -63,6 +63,6 @@ public:
 
 private:
   E_STATUS selectLevel(E_MUX_LEVEL level, unsigned channel, bool pcaStyleAtRev3, unsigned long verbose, int fd);
-  E_STATUS writeControl(I2cDev* mux, bool isSwitch, unsigned long verbose);
+  E_STATUS writeControl(I2cDev* mux, bool isSwitch, unsigned long verbose, int fd);
   I2cPathMuxes muxes;
 };

@@ -92,7 +92,9 @@ TEST(Dispatch, EveryOutcomeIsReportedAndOnlyABadArrayFails) {
     Dispatched d = dispatch(c.line);
     EXPECT_EQ(d.ret, SUCCESS) << c.line;
     EXPECT_EQ(d.cmd, c.cmd) << c.line;
-    if (c.out) EXPECT_EQ(d.out, c.out) << c.line;
+    if (c.out) {
+      EXPECT_EQ(d.out, c.out) << c.line;
+    }
   }
   simctl({"fpga", "fault", "stuck", "0x04", "0", "1"});
   EXPECT_EQ(dispatch("runtest gpmcreg").cmd, FAILURE) << "a FAILED self-test's status reaches the caller";

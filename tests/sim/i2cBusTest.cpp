@@ -120,3 +120,31 @@ TEST_F(SimI2cBus, AFullAdapterCarriesQuickAndCountedBlockReads) {
   ASSERT_EQ(i2c_smbus_read_block_data(bus.fd, 0x3b, values), 3);
   EXPECT_EQ(std::vector<unsigned>(values, values + 3), (std::vector<unsigned>{0x0a, 0xff, 0xff}));
 }
+
+// A combined transfer is the messages joined by repeated starts, each to its
+// own address, answered as i2c-dev answers: the message count, or the first
+// failure; the instrument's controller refuses a zero-length message and a
+// message whose first byte sets its length.
+TEST_F(SimI2cBus, CombinedTransfersJoinTheirMessagesAndFailAsTheKernelDoes) {
+  auto rdwr = [&](std::vector<i2c_msg> msgs) {
+    i2c_rdwr_ioctl_data d = {msgs.data(), static_cast<__u32>(msgs.size())};
+    errno = 0;
+    int r = kernel().ioctl(bus.fd, I2C_RDWR, &d);
+    return r < 0 ? -errno : r;
+  };
+  unsigned char ctl = 0x02, held = 0, reg = 0x99, id = 0, word[2] = {0x00, 0x00}, data[4] = {};
+  // The switch set and read back, then the fan controller's register: three messages, two addresses.
+  EXPECT_EQ(rdwr({{HOSTSW, 0, 1, &ctl}, {HOSTSW, I2C_M_RD, 1, &held}, {FCTL, 0, 1, &reg}, {FCTL, I2C_M_RD, 1, &id}}),
+            4);
+  EXPECT_EQ(held, 0x02);
+  EXPECT_EQ(id, 0x4D);
+  // An EEPROM's random read: the offset written, then read from there.
+  ctl = 0x01;
+  EXPECT_EQ(rdwr({{HOSTSW, 0, 1, &ctl}, {0x50, 0, 2, word}, {0x50, I2C_M_RD, 4, data}}), 3);
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(data), 4), "Z9 0");
+  EXPECT_EQ(rdwr({{FCTL, 0, 1, &reg}}), -EREMOTEIO);  // channel 1 no longer selected
+  EXPECT_EQ(rdwr({{HOSTSW, 0, 0, &ctl}}), -EOPNOTSUPP);
+  EXPECT_EQ(rdwr({{HOSTSW, I2C_M_RD | I2C_M_RECV_LEN, 1, data}}), -EINVAL);
+  EXPECT_EQ(rdwr({}), -EINVAL);
+  EXPECT_EQ(rdwr(std::vector<i2c_msg>(I2C_RDWR_IOCTL_MAX_MSGS + 1, {HOSTSW, I2C_M_RD, 1, &held})), -EINVAL);
+}

@@ -50,9 +50,11 @@ E_STATUS ProgramSem::take(bool reentrant) {
   }
   if (reentrant && shared.held() && pthread_equal(owner, pthread_self())) {
     ++depth;
+    ++nTakes;
     return SUCCESS;
   }
   if (shared.take() != SUCCESS) return FAILURE;
+  ++nTakes;
   owner = pthread_self();
   depth = 1;
   return SUCCESS;

@@ -1,6 +1,7 @@
 #pragma once
 #include <pthread.h>
 
+#include <atomic>
 #include <mutex>
 
 #include "sharedSem.h"
@@ -28,6 +29,8 @@ public:
   void release() { shared.give(); }
   // True when this process holds it.
   bool held() const { return shared.held(); }
+  // Successful takes by this process (the reentrant ones included), for counting.
+  unsigned long takes() const { return nTakes; }
   const char* name() const { return shared.semName(); }
 
 private:
@@ -37,4 +40,5 @@ private:
   bool opened = false;
   pthread_t owner{};  // the thread of this process that holds it
   int depth = 0;      // takes by the owner not yet matched by a give
+  std::atomic<unsigned long> nTakes{0};
 };

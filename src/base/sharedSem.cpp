@@ -33,6 +33,7 @@ sem_t* SharedSem::open() {
     sem_init(&gate, 0, 1);
     gateReady = true;
   }
+  pid = getpid();
   if (lockFile.lock(name) != SUCCESS) return nullptr;
   sem_t* s = openSemLocked();
   lockFile.unlock();
@@ -128,7 +129,7 @@ bool SharedSem::adoptFromDead(const SemRecord& r) {
   int value = 1;
   if (r.phase == SEM_FREE || sem_getvalue(sem, &value) != 0 || value > 0) return false;
   int32_t dead = r.pid;
-  lockFile.note(SEM_HELD, getpid());
+  lockFile.note(SEM_HELD, pid);
   isHeld = true;
   log(LOG_TERM | LOG_SYS, "recovered semaphore %s from process %d, which ended while holding it\n", name,
       static_cast<int>(dead));
@@ -143,9 +144,9 @@ bool SharedSem::adoptFromDead(const SemRecord& r) {
 // or "free".
 int SharedSem::tryTake() {
   EndDeferred step;
-  lockFile.note(SEM_TAKING, getpid());
+  lockFile.note(SEM_TAKING, pid);
   int err = sem_trywait(sem) == 0 ? 0 : errno;
-  if (err) lockFile.note(SEM_FREE, getpid());
+  if (err) lockFile.note(SEM_FREE, pid);
   isHeld = err == 0;
   return err;
 }
@@ -157,13 +158,14 @@ void SharedSem::give() {
   EndDeferred step;
   if (!isHeld.exchange(false)) return;
   sem_post(sem);
-  lockFile.note(SEM_FREE, getpid());
+  lockFile.note(SEM_FREE, pid);
   lockFile.unlock();
   sem_post(&gate);
 }
 
 void SharedSem::forgetInherited() {
   isHeld = false;
+  pid = getpid();
   if (gateReady) sem_init(&gate, 0, 1);  // a thread that held it is the parent's
   lockFile.reopen();
 }

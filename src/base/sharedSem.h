@@ -71,4 +71,7 @@ private:
   sem_t gate{};
   bool gateReady = false;
   std::atomic<bool> isHeld{false};
+  // This process's id for the lock file's record, noted on every take and
+  // give: asked once when opened and again in a forked child, not each time.
+  int32_t pid = 0;
 };

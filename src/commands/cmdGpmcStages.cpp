@@ -114,7 +114,7 @@ E_STATUS readBlock(GpmcDev* dev, const GpmcArgs& a, GpmcFiles& files, unsigned l
   unsigned long got = 0;
   GpmcWordDump dump;
   GpmcWordSink toDump = nullptr;
-  if (!a.silent) toDump = [&dump](unsigned long off, unsigned short word) { dump.add(off, word); };
+  if (!a.silent) toDump = [&dump](unsigned long off, std::span<const unsigned short> words) { dump.add(off, words); };
   E_STATUS status = dev->read({buf, n}, offset, &got, toDump);
   if (!a.silent) dump.finish();
   if (status != SUCCESS || !files.out.isOpen() || a.dumpKind == GPMC_DUMP_CTF) return status;

@@ -66,22 +66,51 @@ void* GpmcDev::drvMap(size_t len) const {
   return kernel().mmap(len, PROT_READ | PROT_WRITE, MAP_SHARED, adapter(), 0);
 }
 
-int GpmcDev::lockedXfer(E_GPMC_IOCTL request, unsigned long offset, unsigned* val) const {
-  if (device.sem.take() != SUCCESS) {
-    if (errno != EINTR) errno = ENOLCK;  // EINTR: the operator interrupted the wait
-    return -1;
-  }
-  int r = xfer(request, target, offset, val);
-  int err = errno;
-  device.sem.give();
-  errno = err;
-  return r;
+// Taken for a block of words rather than for each: errno EINTR when the
+// operator interrupted the wait, else ENOLCK.
+bool GpmcDev::lockBlock() const {
+  if (device.sem.take() == SUCCESS) return true;
+  if (errno != EINTR) errno = ENOLCK;
+  return false;
 }
 
 E_STATUS GpmcDev::read(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
                        const GpmcWordSink& sink) {
-  if (target == FPGA_OUTPUT_BUFFER) return rdLoopForOBuf(buf, offset, nRead, sink);
   return rdLoop(buf, offset, nRead, sink);
+}
+
+// Register words are read a block at a time under the semaphore; the output
+// buffer without it, each location twice. The words of a block are handed on
+// after the block, and before the report of a failure inside it.
+E_STATUS GpmcDev::rdLoop(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
+                         const GpmcWordSink& sink) {
+  const bool obuf = target == FPGA_OUTPUT_BUFFER;
+  E_STATUS status = SUCCESS;
+  unsigned long i = 0;
+  while (i < buf.size() && status == SUCCESS) {
+    const unsigned long first = i;
+    const unsigned long end = std::min<unsigned long>(buf.size(), i + GPMC_LOCK_WORDS);
+    const bool locked = !obuf && lockBlock();
+    int err = obuf || locked ? 0 : errno;
+    for (; !err && i < end; ++i) {
+      unsigned v = 0;
+      if ((obuf ? oBufTwice(GPMC_IOCTL_RD, offset + 2 * i, &v) : xfer(GPMC_IOCTL_RD, target, offset + 2 * i, &v)) < 0) {
+        err = errno;
+        break;
+      }
+      buf[i] = static_cast<unsigned short>(v);
+    }
+    if (locked) device.sem.give();
+    if (sink && i > first) sink(offset + 2 * first, buf.subspan(first, i - first));
+    if (err) {
+      LOGERR_FN(errFlags(), obuf ? "oBufRd" : "rdLoop", "failed to read device %d(0x%02lx), byteCnt= %lu\n", devType(),
+                offset + 2 * i, i);
+      logErrno(errFlags(), err);
+      status = FAILURE;
+    }
+  }
+  if (nRead) *nRead = i;
+  return status;
 }
 
 E_STATUS GpmcDev::write(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,
@@ -91,27 +120,6 @@ E_STATUS GpmcDev::write(std::span<const unsigned short> buf, unsigned long offse
   return wrLoop(buf, offset, nWords, nWritten);
 }
 
-E_STATUS GpmcDev::rdLoop(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
-                         const GpmcWordSink& sink) {
-  E_STATUS status = SUCCESS;
-  unsigned long i = 0;
-  for (; i < buf.size(); ++i) {
-    unsigned long off = offset + 2 * i;
-    unsigned val = 0;
-    if (lockedXfer(GPMC_IOCTL_RD, off, &val) < 0) {
-      int err = errno;
-      LOGERR(errFlags(), "failed to read device %d(0x%02lx), byteCnt= %lu\n", devType(), off, i);
-      logErrno(errFlags(), err);
-      status = FAILURE;
-      break;
-    }
-    buf[i] = static_cast<unsigned short>(val);
-    if (sink) sink(off, buf[i]);
-  }
-  if (nRead) *nRead = i;
-  return status;
-}
-
 E_STATUS GpmcDev::wrLoop(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,
                          unsigned long* nWritten) {
   // The report shows the caller's first four words, whatever the count.
@@ -119,15 +127,23 @@ E_STATUS GpmcDev::wrLoop(std::span<const unsigned short> buf, unsigned long offs
   E_STATUS status = SUCCESS;
   unsigned long i = 0;
   // One byte per word: multi-word writes to register space step by one.
-  for (; i < nWords; ++i) {
-    unsigned val = buf[i];
-    if (lockedXfer(GPMC_IOCTL_WR, offset + i, &val) < 0) {
-      int err = errno;
+  while (i < nWords && status == SUCCESS) {
+    const unsigned long end = std::min(nWords, i + GPMC_LOCK_WORDS);
+    const bool locked = lockBlock();
+    int err = locked ? 0 : errno;
+    for (; !err && i < end; ++i) {
+      unsigned val = buf[i];
+      if (xfer(GPMC_IOCTL_WR, target, offset + i, &val) < 0) {
+        err = errno;
+        break;
+      }
+    }
+    if (locked) device.sem.give();
+    if (err) {
       LOGERR(errFlags(), "failed to write device %d(0x%02lx), buf[0]= 0x%04x, buf[1]= 0x%04x, buf[2]= 0x%04x, buf[3]= 0x%04x\n",
              devType(), offset + i, shown(0), shown(1), shown(2), shown(3));
       logErrno(errFlags(), err);
       status = FAILURE;
-      break;
     }
   }
   if (nWritten) *nWritten = i;
@@ -142,18 +158,6 @@ int GpmcDev::oBufTwice(E_GPMC_IOCTL request, unsigned long offset, unsigned* val
   return 0;
 }
 
-E_STATUS GpmcDev::oBufRd(unsigned long offset, unsigned short* val, unsigned long wordsSoFar) {
-  unsigned v = 0;
-  if (oBufTwice(GPMC_IOCTL_RD, offset, &v) < 0) {
-    int err = errno;
-    LOGERR(errFlags(), "failed to read device %d(0x%02lx), byteCnt= %lu\n", devType(), offset, wordsSoFar);
-    logErrno(errFlags(), err);
-    return FAILURE;
-  }
-  *val = static_cast<unsigned short>(v);
-  return SUCCESS;
-}
-
 E_STATUS GpmcDev::wrOBufLoc(unsigned long offset, unsigned short val) {
   unsigned v = val;
   if (oBufTwice(GPMC_IOCTL_WR, offset, &v) < 0) {
@@ -163,19 +167,6 @@ E_STATUS GpmcDev::wrOBufLoc(unsigned long offset, unsigned short val) {
     return FAILURE;
   }
   return SUCCESS;
-}
-
-E_STATUS GpmcDev::rdLoopForOBuf(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
-                                const GpmcWordSink& sink) {
-  E_STATUS status = SUCCESS;
-  unsigned long i = 0;
-  for (; i < buf.size(); ++i) {
-    status = oBufRd(offset + 2 * i, &buf[i], i);
-    if (status != SUCCESS) break;
-    if (sink) sink(offset + 2 * i, buf[i]);
-  }
-  if (nRead) *nRead = i;
-  return status;
 }
 
 E_STATUS GpmcDev::wrLoopForOBuf(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,

@@ -47,8 +47,13 @@ constexpr int32_t GPMC_CMD_PREVENT_OVERFLOW = 0x11abcb;
 constexpr uint32_t GPMC_DRIVER_BUF_VAL = 0x100000;
 constexpr size_t GPMC_DRIVER_MAP_LEN = 0x200000;
 
-// Takes each word a read fetches as it arrives: its byte offset and its value.
-using GpmcWordSink = std::function<void(unsigned long offset, unsigned short word)>;
+// Takes the words a read fetches, a block at a time as they arrive, and always
+// before a failure is reported: the byte offset of the first, and the words.
+using GpmcWordSink = std::function<void(unsigned long offset, std::span<const unsigned short> words)>;
+
+// The most words a block transfer makes under one take of the GPMC semaphore:
+// another process waits at most that many driver requests for its turn.
+constexpr unsigned long GPMC_LOCK_WORDS = 256;
 
 // The board FPGA's device file /dev/z9fpga0, which every port shares with the
 // GPMC semaphore: opened at the first request (a command that does not reach
@@ -73,15 +78,17 @@ private:
 
 // The word port of one access target of the board FPGA: every word of a
 // register or a buffer goes through one. A register-space word is one driver
-// request under the GPMC semaphore; an output-buffer word is two requests
-// without it, as the buffer answers a read with the word it fetched before.
+// request, made under the GPMC semaphore, which a block of words takes once
+// (at most GPMC_LOCK_WORDS words a take); an output-buffer word is two
+// requests without it, as the buffer answers a read with the word it fetched
+// before.
 class GpmcDev {
 public:
   GpmcDev(GpmcDevice& device, E_GPMC_FPGA_TGT tgt) : device(device), target(tgt) {}
   E_GPMC_FPGA_TGT getTarget() const { return target; }
 
-  // Reads buf.size() words from offset, offset + 2, ..., handing each to the
-  // sink as it arrives; *nRead is the count read, after a failure too.
+  // Reads buf.size() words from offset, offset + 2, ..., handing them to the
+  // sink as they arrive; *nRead is the count read, after a failure too.
   E_STATUS read(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
                 const GpmcWordSink& sink = nullptr);
   // Writes the first nWords words of buf (at most all of it). Register space
@@ -112,15 +119,11 @@ private:
                   const GpmcWordSink& sink);
   E_STATUS wrLoop(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,
                   unsigned long* nWritten);
-  E_STATUS rdLoopForOBuf(std::span<unsigned short> buf, unsigned long offset, unsigned long* nRead,
-                         const GpmcWordSink& sink);
   E_STATUS wrLoopForOBuf(std::span<const unsigned short> buf, unsigned long offset, unsigned long nWords,
                          unsigned long* nWritten);
-  E_STATUS oBufRd(unsigned long offset, unsigned short* val, unsigned long wordsSoFar);
   E_STATUS wrOBufLoc(unsigned long offset, unsigned short val);
   int oBufTwice(E_GPMC_IOCTL request, unsigned long offset, unsigned* val) const;
-  // xfer around the GPMC semaphore, as every register-space word is accessed.
-  int lockedXfer(E_GPMC_IOCTL request, unsigned long offset, unsigned* val) const;
+  bool lockBlock() const;
   int devType() const { return target + 1; }
   int adapter() const { return device.fd(); }
 

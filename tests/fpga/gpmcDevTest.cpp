@@ -15,23 +15,30 @@ class GpmcMainHostTest : public GpmcTest {
 };
 }  // namespace
 
-TEST_F(GpmcTest, EachWordIsOneRequestWithTheDeviceAndSemaphoreKeptOpen) {
-  unsigned short buf[64] = {}, words[3] = {0x1111, 0x2222, 0x3333};
+// One driver request a word, and the semaphore taken once a block of at most
+// 256 words: another process waits no longer than one block for its turn.
+TEST_F(GpmcTest, EachWordIsOneRequestAndABlockTakesTheSemaphoreOnce) {
+  unsigned short buf[600] = {}, words[3] = {0x1111, 0x2222, 0x3333};
   unsigned long n = 0;
   ASSERT_EQ(reg->read({buf, 1}, 0, &n), SUCCESS);  // the device is opened at the first word, and kept
   kernel().resetCounts();
+  const unsigned long takes = testBoard().gpmcSem.takes();
   ASSERT_EQ(reg->read({buf, 4}, 0x10, &n), SUCCESS);
   EXPECT_EQ(n, 4u);
   ASSERT_EQ(reg->write(words, 0x10, 3, &n), SUCCESS);
+  ASSERT_EQ(reg->read({buf, 64}, 0, &n), SUCCESS);
+  EXPECT_EQ(testBoard().gpmcSem.takes() - takes, 3u);
   ASSERT_EQ(reg->read(buf, 0, &n), SUCCESS);
+  EXPECT_EQ(testBoard().gpmcSem.takes() - takes, 3u + 3u);  // 256 + 256 + 88 words
   Kernel::Counts c = kernel().counts();
-  EXPECT_EQ(c.ioctl, 4u + 3u + 64u);
+  EXPECT_EQ(c.ioctl, 4u + 3u + 64u + 600u);
   EXPECT_EQ(c.total(), c.ioctl);
+  EXPECT_FALSE(testBoard().gpmcSem.held());
 }
 
-// The port prints nothing of a read; the dump is its reader's, word by word,
-// so that a failure report follows the words read before it.
-TEST_F(GpmcTest, ReadHandsEachWordToItsReaderAsItArrives) {
+// The port prints nothing of a read; the dump is its reader's, a line at a
+// time, and what it has of a line is out before a failure report.
+TEST_F(GpmcTest, ReadHandsTheWordsToItsReaderBeforeAFailureIsReported) {
   simctl({"fpga", "poke", "reg", "0x04", "0x4241"});  // "AB"
   unsigned short buf[10];
   unsigned long n;
@@ -39,7 +46,7 @@ TEST_F(GpmcTest, ReadHandsEachWordToItsReaderAsItArrives) {
   auto dumped = [&](GpmcDev* port, unsigned long offset, size_t count) {
     GpmcWordDump dump;
     return captured([&] {
-      port->read({buf, count}, offset, &n, [&](unsigned long off, unsigned short w) { dump.add(off, w); });
+      port->read({buf, count}, offset, &n, [&](unsigned long off, std::span<const unsigned short> w) { dump.add(off, w); });
       dump.finish();
     });
   };

@@ -11,7 +11,7 @@
 #include "i2cBus.h"
 #include "i2cChips.h"
 #include "i2cSmbusXfer.h"
-#include "i2cText.h"
+#include "kernelText.h"
 #include "i2cTopology.h"
 #include "simState.h"
 #include "simTrace.h"
@@ -24,13 +24,13 @@ constexpr size_t MAX_PLAIN = 8192;  // i2c-dev cuts plain transfers to this
 constexpr unsigned long MAX_7BIT = 0x7F;
 
 int setAddress(I2cHandle& h, unsigned long request, unsigned long addr) {
-  const char* what = request == I2C_SLAVE_FORCE ? "slave_force" : "slave";
+  std::string line = i2cAddrText(h.adapter, request == I2C_SLAVE_FORCE, addr);
   if (addr > MAX_7BIT) {
-    trace("i2c-%d %s 0x%lx -> EINVAL", h.adapter, what, addr);
+    traceLine(withAnswer(line, "EINVAL"));
     return -EINVAL;
   }
   h.addr = static_cast<int>(addr);
-  trace("i2c-%d %s 0x%02lx", h.adapter, what, addr);
+  traceLine(line);
   return 0;
 }
 
@@ -46,7 +46,7 @@ unsigned long adapterFuncs(const SimState& s) {
 int funcs(const SimState& s, const I2cHandle& h, void* arg) {
   if (!arg) return -EFAULT;
   *static_cast<unsigned long*>(arg) = adapterFuncs(s);
-  trace("i2c-%d funcs -> 0x%lx", h.adapter, adapterFuncs(s));
+  trace("%s funcs -> 0x%lx", adapterText(h.adapter).c_str(), adapterFuncs(s));
   return 0;
 }
 
@@ -54,14 +54,9 @@ int funcs(const SimState& s, const I2cHandle& h, void* arg) {
 ssize_t plain(SimState& s, I2cHandle& h, uint8_t* buf, size_t n, bool read) {
   if (n > MAX_PLAIN) n = MAX_PLAIN;
   I2cMsg m{read, buf, n};
-  std::string what = read ? "read " + std::to_string(n) : "write " + hexBytes(buf, n);
+  std::string line = i2cXferText(h.adapter, h.addr, read, buf, n);
   int rc = i2cTransfer(s, h.adapter, h.addr, &m, 1);
-  if (rc < 0)
-    trace("i2c-%d 0x%02x %s -> %s", h.adapter, h.addr, what.c_str(), errName(-rc));
-  else if (read)
-    trace("i2c-%d 0x%02x %s -> %s", h.adapter, h.addr, what.c_str(), hexBytes(buf, n).c_str());
-  else
-    trace("i2c-%d 0x%02x %s", h.adapter, h.addr, what.c_str());
+  traceLine(withAnswer(line, rc < 0 ? errName(-rc) : read ? hexBytes(buf, n) : ""));
   return rc < 0 ? rc : static_cast<ssize_t>(n);
 }
 }  // namespace
@@ -90,7 +85,7 @@ int i2cIoctl(SimState& s, I2cHandle& h, unsigned long request, void* arg) {
     case I2C_TIMEOUT:
     case I2C_RETRIES: return 0;
   }
-  trace("i2c-%d ioctl 0x%lx -> ENOTTY", h.adapter, request);
+  trace("%s ioctl 0x%lx -> ENOTTY", adapterText(h.adapter).c_str(), request);
   return -ENOTTY;
 }
 

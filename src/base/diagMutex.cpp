@@ -2,8 +2,10 @@
 
 #include <pthread.h>
 
+#include <cerrno>
 #include <mutex>
 
+#include "kernel.h"
 #include "processEnd.h"
 #include "sharedSem.h"
 
@@ -63,7 +65,11 @@ E_STATUS semTake(sem_t* pMutex, bool reentrant) {
     ++n->depth;
     return SUCCESS;
   }
-  if (n->shared.take() != SUCCESS) return FAILURE;
+  E_STATUS st = n->shared.take();
+  int err = errno;
+  kernel().lockNote(true, n->shared.semName(), st == SUCCESS ? 0 : err ? err : EIO);
+  errno = err;
+  if (st != SUCCESS) return FAILURE;
   n->owner = pthread_self();
   n->depth = 1;
   return SUCCESS;
@@ -78,6 +84,7 @@ void semGive(sem_t* pMutex) {
   if (!n->shared.held()) return;
   if (--n->depth > 0) return;  // an inner reentrant take: the outer one still holds it
   n->shared.give();
+  kernel().lockNote(false, n->shared.semName(), 0);
 }
 
 bool semHeldHere(sem_t* pMutex) {

@@ -1,6 +1,5 @@
 #include "log.h"
 
-#include <sys/time.h>
 #include <syslog.h>
 
 #include <algorithm>
@@ -13,6 +12,8 @@
 
 #include <string>
 #include <vector>
+
+#include "kernel.h"
 
 namespace {
 // Wider than the 200 characters callers aim for, so that a long message is
@@ -154,8 +155,9 @@ E_STATUS logClose() {
 }
 
 int insertTS(char* str) {
-  struct timeval tv;
-  gettimeofday(&tv, nullptr);
+  struct timespec t;
+  kernel().clockGet(CLOCK_REALTIME, &t);
+  struct timeval tv = {t.tv_sec, t.tv_nsec / 1000};
   struct tm tmv;
   localtime_r(&tv.tv_sec, &tmv);
   char stamp[30];

@@ -1,19 +1,16 @@
 #include "cmdDelay.h"
 
 #include <climits>
-#include <ctime>
 
 #include "argScan.h"
 #include "commands.h"
+#include "kernel.h"
 #include "processEnd.h"
 
 namespace {
-constexpr long ticksInMsec = 900000;
+constexpr long ticksInMsecUs = 900;
 
-void nominalMsec() {
-  struct timespec ts = {0, ticksInMsec};
-  nanosleep(&ts, nullptr);
-}
+void nominalMsec() { kernel().sleepUs(ticksInMsecUs); }
 
 const char* const usage[] = {"-s <seconds in sum of time to delay>", "-m <milliseconds in sum of time to delay>"};
 const OptDecl opts[] = {numOpt("-s", 0, UINT_MAX), numOpt("-m", 0, UINT_MAX), helpOpt()};

@@ -65,7 +65,7 @@ TEST(I2cAccessor, AFailedAcquisitionHoldsNothing) {
     EXPECT_EQ(semValue("diagSem"), 1) << c.name;
     if (dev) EXPECT_FALSE(dev->adapterFD) << c.name;
     const std::vector<std::string> lines = t.lines();
-    for (const std::string& open : t.grep("open /dev/i2c-2 -> fd ")) {
+    for (const std::string& open : t.grep("open /dev/i2c-2 O_RDWR -> fd ")) {
       std::string closed = "close fd " + open.substr(open.rfind(' ') + 1);  // a successful close, maybe not the only one
       EXPECT_NE(std::find(lines.begin(), lines.end(), closed), lines.end()) << c.name;
     }

@@ -93,6 +93,28 @@ int transfer(SimState& s, const I2cHandle& h, i2c_smbus_ioctl_data& r) {
 }
 }  // namespace
 
+int smbusLearn(SimState& s, const I2cHandle& h, const i2c_smbus_ioctl_data& r) {
+  uint8_t out[2 + I2C_SMBUS_BLOCK_MAX] = {};
+  uint8_t in[2 + I2C_SMBUS_BLOCK_MAX] = {};
+  I2cMsg msgs[2];
+  bool block = r.size == I2C_SMBUS_BLOCK_DATA || r.size == I2C_SMBUS_I2C_BLOCK_DATA;
+  if (!smbusSizeName(r.size) || !r.data || (block && r.data->block[0] > I2C_SMBUS_BLOCK_MAX)) return -EINVAL;
+  // Whole messages, as a controller that reads a block's count and data in one: what result() took them from.
+  size_t n = messages(r, false, out, in, msgs);
+  switch (r.size) {
+    case I2C_SMBUS_BYTE:
+    case I2C_SMBUS_BYTE_DATA: in[0] = r.data->byte; break;
+    case I2C_SMBUS_WORD_DATA:
+    case I2C_SMBUS_PROC_CALL:
+      in[0] = static_cast<uint8_t>(r.data->word & 0xFF);
+      in[1] = static_cast<uint8_t>(r.data->word >> 8);
+      break;
+    case I2C_SMBUS_I2C_BLOCK_DATA: memcpy(in, &r.data->block[1], r.data->block[0]); break;
+    case I2C_SMBUS_BLOCK_DATA: memcpy(in, r.data->block, 1u + r.data->block[0]); break;
+  }
+  return i2cLearn(s, h.adapter, h.addr, msgs, n);
+}
+
 int smbusXfer(SimState& s, const I2cHandle& h, struct i2c_smbus_ioctl_data* req) {
   if (!req) return fail(i2cText(h.adapter, h.addr) + " smbus", EFAULT);
   i2c_smbus_ioctl_data& r = *req;

@@ -2,7 +2,7 @@
 // the end-to-end tests, recorded on the simulated instrument, replay to the same
 // output and status; the recording holds the words of the simulator's trace; a
 // request that differs stops the replay at its number; a recording that cannot
-// be written costs the run one line.
+// be written costs the run one line; the simulator takes a recording's state.
 #include <gtest/gtest.h>
 
 #include <dirent.h>
@@ -63,6 +63,9 @@ long voluntarySwitchesOf(const std::vector<std::string>& args) {
   getrusage(RUSAGE_CHILDREN, &after);
   return after.ru_nvcsw - before.ru_nvcsw;
 }
+
+// The configuration diag-simctl show gives, without its count of accesses.
+std::string configOf(const std::string& show) { return show.substr(0, show.find("accesses")); }
 
 struct Row {
   std::vector<std::vector<std::string>> setup;  // diag-simctl commands before the run
@@ -192,4 +195,29 @@ TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
   ASSERT_EQ(countOf(readFile(rec), " sleep 900us\n"), 1000u);
   EXPECT_LT(voluntarySwitchesOf({rec}), 200);
   EXPECT_GE(voluntarySwitchesOf({"--real-time", rec}), 1000);
+}
+
+// The simulator set from a recording answers as the recorded instrument did:
+// its board and revision found from the system files, the chips' contents from
+// what was read (a failed fan, a memory byte, a temperature), the FPGA words.
+TEST(RecordReplay, TheSimulatorTakesTheStateARecordingRead) {
+  const std::vector<std::vector<std::string>> setups[] = {
+      {{"set", "board", "signal"}, {"set", "rev", "2"}, {"fpga", "poke", "reg", "0x04", "0xbeef"}},
+      {{"i2c", "fan-fail", "1", "on"}, {"i2c", "poke", "bpEeprom", "0", "0x41"}, {"set", "temp", "45.5"}},
+  };
+  const std::string script = testPath("look.txt");
+  writeFile(script, "gpmc -m reg -r 8\nfan -ds\ni2c -d mrtmp1 -o 0 -r 1\ni2c -d mrtmp1 -o 0x22 -r 1\n"
+                    "i2c -d bpEeprom -o 0 -r 16\nruntest fcreg\nversion\n");
+  for (const auto& setup : setups) {
+    SCOPED_TRACE(setup[0][1]);
+    simctl({"reset"});
+    for (const auto& c : setup) simctl(c);
+    const std::string before = configOf(simctl({"show"}));
+    const RunResult first = recorded(testPath("look.rec"), {"file", script});
+    simctl({"reset"});
+    EXPECT_EQ(simctl({"load-recording", testPath("look.rec")}).rfind("board ", 0), 0u);
+    EXPECT_EQ(configOf(simctl({"show"})), before);
+    EXPECT_EQ(runSim({"file", script}).out, first.out);
+  }
+  EXPECT_EQ(simctl({"i2c", "peek", "bpEeprom", "0"}), "0x41\n");
 }

@@ -104,14 +104,14 @@ std::string describe(const std::set<std::string>& part) {
   return s;
 }
 
-// Per object of the program's library: the symbols it defines and those it uses.
+// Per object of the program's libraries (its own code and the kernel seam): the symbols it defines and those it uses.
 struct ObjSymbols {
   std::map<std::string, std::set<std::string>> defines, uses;
 };
 
 ObjSymbols librarySymbols() {
   ObjSymbols out;
-  std::string cmd = std::string(DIAG_NM) + " -A " + DIAG_CORE_LIB + " 2>/dev/null";
+  std::string cmd = std::string(DIAG_NM) + " -A " + DIAG_CORE_LIB + " " + DIAG_KERNEL_LIB + " 2>/dev/null";
   FILE* p = popen(cmd.c_str(), "r");
   if (!p) return out;
   char line[4096];

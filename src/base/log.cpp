@@ -1,5 +1,6 @@
 #include "log.h"
 
+#include <sys/time.h>
 #include <syslog.h>
 
 #include <algorithm>
@@ -12,8 +13,6 @@
 
 #include <string>
 #include <vector>
-
-#include "kernel.h"
 
 namespace {
 // Wider than the 200 characters callers aim for, so that a long message is
@@ -154,10 +153,12 @@ E_STATUS logClose() {
   return SUCCESS;
 }
 
+// The machine's own clock, not the kernel door's: the system log's stamp is not
+// what the program shows, and what the semaphores' housekeeping logs depends on
+// the machine it runs on, not on the instrument (a replay must not see it).
 int insertTS(char* str) {
-  struct timespec t;
-  kernel().clockGet(CLOCK_REALTIME, &t);
-  struct timeval tv = {t.tv_sec, t.tv_nsec / 1000};
+  struct timeval tv;
+  gettimeofday(&tv, nullptr);
   struct tm tmv;
   localtime_r(&tv.tv_sec, &tmv);
   char stamp[30];

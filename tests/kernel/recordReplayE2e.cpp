@@ -5,12 +5,12 @@
 // be written costs the run one line; the simulator takes a recording's state.
 #include <gtest/gtest.h>
 
-#include <dirent.h>
 #include <sys/resource.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 #include <vector>
 
@@ -175,11 +175,9 @@ TEST(RecordReplay, ABackgroundJobRecordsBesideItsParentAndReplaysOnItsOwn) {
   const std::string rec = testPath("bg.rec");
   RunResult parent = recorded(rec, {"bg", "sh", testPath("child.sh")});
   ASSERT_EQ(parent.exitCode, 0) << parent.out;
-  std::vector<std::string> children;
-  DIR* d = opendir(testDir().c_str());
-  while (struct dirent* e = d ? readdir(d) : nullptr)
-    if (std::string(e->d_name).rfind("bg.rec.", 0) == 0) children.push_back(testPath(e->d_name));
-  if (d) closedir(d);
+  std::vector<std::string> children;  // the job ran to its end: it held the parent's output open
+  for (const auto& e : std::filesystem::directory_iterator(testDir()))
+    if (e.path().filename().string().rfind("bg.rec.", 0) == 0) children.push_back(e.path().string());
   ASSERT_EQ(children.size(), 1u);
   EXPECT_TRUE(contains(readFile(children[0]), "\nparent "));
   EXPECT_TRUE(contains(readFile(children[0]), "\nend\n"));

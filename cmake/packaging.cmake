@@ -7,7 +7,7 @@ target_link_libraries(diag-docgen PRIVATE diagshell diagcmds simcore)
 target_compile_definitions(diag-docgen PRIVATE DIAG_VERSION="${PROJECT_VERSION}")
 
 set(DIAG_DOC_DIR ${CMAKE_BINARY_DIR}/doc)
-set(DIAG_PAGES diag.1 diag-sim.1 diag-simctl.1)
+set(DIAG_PAGES diag.1 diag-sim.1 diag-simctl.1 diag-replay.1)
 set(DIAG_GENERATED ${DIAG_PAGES} diag.bash-completion diag-sim.bash-completion)
 list(TRANSFORM DIAG_GENERATED PREPEND ${DIAG_DOC_DIR}/ OUTPUT_VARIABLE DIAG_GENERATED_FILES)
 # When cross-compiling, CMake runs diag-docgen through the emulator.
@@ -44,13 +44,13 @@ install(FILES cmake/debian/copyright ${DIAG_DOC_DIR}/diag/changelog.Debian.gz DE
 # The sample production script the README walks through.
 install(FILES examples/production.txt DESTINATION share/doc/diag/examples COMPONENT diag)
 
-install(TARGETS diag-sim diag-simctl RUNTIME DESTINATION bin COMPONENT diag-sim)
-install(FILES ${DIAG_DOC_DIR}/diag-sim.1.gz ${DIAG_DOC_DIR}/diag-simctl.1.gz DESTINATION share/man/man1
-  COMPONENT diag-sim)
+install(TARGETS diag-sim diag-simctl diag-replay RUNTIME DESTINATION bin COMPONENT diag-sim)
+install(FILES ${DIAG_DOC_DIR}/diag-sim.1.gz ${DIAG_DOC_DIR}/diag-simctl.1.gz ${DIAG_DOC_DIR}/diag-replay.1.gz
+  DESTINATION share/man/man1 COMPONENT diag-sim)
 install(FILES ${DIAG_DOC_DIR}/diag-sim.bash-completion DESTINATION share/bash-completion/completions RENAME diag-sim
   COMPONENT diag-sim)
 install(FILES cmake/debian/copyright ${DIAG_DOC_DIR}/diag-sim/changelog.Debian.gz docs/simulator.md docs/sim-fpga.md
-  docs/sim-i2c.md DESTINATION share/doc/diag-sim COMPONENT diag-sim)
+  docs/sim-i2c.md docs/record-replay.md DESTINATION share/doc/diag-sim COMPONENT diag-sim)
 install(FILES examples/production.txt DESTINATION share/doc/diag-sim/examples COMPONENT diag-sim)
 
 set(CPACK_GENERATOR DEB)

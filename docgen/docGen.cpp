@@ -1,4 +1,4 @@
-// diag-docgen OUTDIR: writes the manual pages of diag, diag-sim and diag-simctl
+// diag-docgen OUTDIR: writes the manual pages of diag, diag-sim, diag-simctl and diag-replay
 // and the shells' completion of command names, from the same command
 // declarations and test registry the program prints its help from, so that
 // the documentation cannot drift from the program. Run at build time.
@@ -108,6 +108,10 @@ const char* const DIAG_TAIL =
     "\\fB\\-\\-help\\fR and \\fB\\-\\-version\\fR exit 0; an unknown option exits 2.\n"
     ".SH ENVIRONMENT\n"
     ".TP\nDIAG_EXIT_STATUS\n1: as \\fB\\-\\-exit\\-status\\fR\n"
+    ".TP\nDIAG_RECORD\na file to which every request to the kernel and its answer are written, one line each, "
+    "for \\fBdiag\\-replay\\fR(1) to replay on the desk; a process started by a recorded one writes "
+    "\\fIfile\\fR.\\fIpid\\fR. The file holds what the chips gave, identification memories (serial numbers) "
+    "included. Off by default\n"
     ".SH FILES\n"
     ".TP\n/dev/i2c\\-2\nthe I2C adapter with the multiplexer trees\n"
     ".TP\n/dev/z9fpga0\nthe board FPGA\n"
@@ -124,7 +128,8 @@ const char* const DIAG_TAIL =
     ".fi\n"
     ".SH SEE ALSO\n"
     ".BR diag\\-sim (1),\n"
-    ".BR diag\\-simctl (1)\n";
+    ".BR diag\\-simctl (1),\n"
+    ".BR diag\\-replay (1)\n";
 
 const char* const SIM_TEXT =
     ".SH SYNOPSIS\n"
@@ -142,9 +147,14 @@ const char* const SIM_TEXT =
     ".TP\nDIAG_SIM_STATE\nthe state file (default /tmp/diag\\-sim\\-\\fIuid\\fR.state): a regular file of the "
     "user's, never reached through a symbolic link\n"
     ".TP\nDIAG_SIM_TRACE\na file to which every kernel\\-level access is appended, decoded, one line each\n"
+    ".TP\nDIAG_RECORD\na file to which every request to the kernel and its answer are written, one line each, "
+    "for \\fBdiag\\-replay\\fR(1) to replay on the desk; a process started by a recorded one writes "
+    "\\fIfile\\fR.\\fIpid\\fR. The file holds what the chips gave, identification memories (serial numbers) "
+    "included. Off by default\n"
     ".SH SEE ALSO\n"
     ".BR diag (1),\n"
     ".BR diag\\-simctl (1),\n"
+    ".BR diag\\-replay (1),\n"
     "/usr/share/doc/diag\\-sim/\n";
 
 std::string simctlPage() {
@@ -156,6 +166,33 @@ std::string simctlPage() {
          "devices and shows their state. The state file is named by DIAG_SIM_STATE, as for diag\\-sim.\n" +
          ".SH COMMANDS\n" + verbatim(usage) + ".SH SEE ALSO\n.BR diag\\-sim (1)\n";
 }
+
+const char* const REPLAY_TEXT =
+    ".SH SYNOPSIS\n"
+    ".B diag\\-replay\n"
+    "[\\fB\\-\\-real\\-time\\fR] \\fIfile\\fR\n"
+    ".SH DESCRIPTION\n"
+    "\\fBdiag\\-replay\\fR runs the command line recorded in \\fIfile\\fR by \\fBdiag\\fR(1) or "
+    "\\fBdiag\\-sim\\fR(1) (DIAG_RECORD=\\fIfile\\fR) as the program that recorded it, with every request to "
+    "the kernel answered from the recording instead of the hardware: it prints what the recorded run printed and "
+    "ends with its exit status, on any machine, under a debugger if need be. Pauses take no time; the clock reads "
+    "give the recorded times, shown in the recorded zone. Standard input is this process's own.\n"
+    ".PP\n"
+    "Each request must be the one the recording holds next. The first that differs (another file, another address, "
+    "other bytes written, one more or one less than recorded) stops the replay with one line: "
+    "\\fBdiag\\-replay: request\\fR \\fIn\\fR \\fBdiffers: recorded\\fR \\fI\"what\"\\fR\\fB, asked\\fR "
+    "\\fI\"what\"\\fR.\n"
+    ".SH OPTIONS\n"
+    ".TP\n\\fB\\-\\-real\\-time\\fR\npause as long as the recorded run paused\n"
+    ".TP\n\\fB\\-\\-help\\fR\na short usage\n"
+    ".SH EXIT STATUS\n"
+    "The recorded program's own; 3 when a request differed from the recording; 4 when \\fIfile\\fR is not a "
+    "recording; 2 for a wrong option.\n"
+    ".SH SEE ALSO\n"
+    ".BR diag (1),\n"
+    ".BR diag\\-sim (1),\n"
+    ".BR diag\\-simctl (1)\\ (\\fBload\\-recording\\fR),\n"
+    "/usr/share/doc/diag\\-sim/record\\-replay.md\n";
 
 // Completion of the command word for one-shot use; "file" completes a script's name.
 std::string completion(const char* program, const CmdLineObjectMap& cmds) {
@@ -195,7 +232,9 @@ int main(int argc, char** argv) {
                                commands(board.commands) + selfTests(board.tests) + DIAG_TAIL;
   bool ok = write(dir + "/diag.1", diagPage) &&
             write(dir + "/diag-sim.1", header("diag-sim", "the diagnostics shell on a simulated instrument") + SIM_TEXT) &&
-            write(dir + "/diag-simctl.1", simctlPage()) && write(dir + "/diag.bash-completion", completion("diag", board.commands)) &&
+            write(dir + "/diag-simctl.1", simctlPage()) &&
+            write(dir + "/diag-replay.1", header("diag-replay", "replay a recording of diag on the desk") + REPLAY_TEXT) &&
+            write(dir + "/diag.bash-completion", completion("diag", board.commands)) &&
             write(dir + "/diag-sim.bash-completion", completion("diag-sim", board.commands));
   if (!ok) fprintf(stderr, "diag-docgen: cannot write into %s\n", dir.c_str());
   return ok ? 0 : 1;

@@ -9,7 +9,7 @@ scripts/deps.sh test
 presets=("$@")
 [ ${#presets[@]} -eq 0 ] && presets=(asan armhf fuzz)
 jobs=$(nproc)
-# Seconds each fuzz target runs here: six targets, two minutes at most together.
+# Seconds each fuzz target runs here: seven targets, two minutes at most together.
 fuzzSecs=15
 for p in "${presets[@]}"; do
   if [ "$p" = fuzz ]; then

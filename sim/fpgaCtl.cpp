@@ -3,11 +3,29 @@
 #include <cstdio>
 
 #include "fpgaEngine.h"
+#include "kernelText.h"
 #include "simCtl.h"
 #include "simState.h"
 #include "simStore.h"
 
 namespace sim {
+
+int spaceArg(const std::string& word) {
+  for (int t = SP_IBUF; t <= SP_OLED; ++t)
+    if (word == fpgaSpaceName(t)) return t;
+  return 0;
+}
+
+uint16_t* storedWord(SimState& s, int space, FpgaChipId chip, uint32_t addr) {
+  uint32_t w = addr / 2;
+  switch (space) {
+    case SP_REG: return w < FPGA_REG_WORDS ? &s.fpga.chip[chip].reg[w] : nullptr;
+    case SP_OLED: return w < FPGA_SMALL_WORDS ? &s.fpga.chip[chip].oled[w] : nullptr;
+    case SP_FGEN: return chip == FPGA_SH && w < FPGA_SMALL_WORDS ? &s.fpga.fgen[w] : nullptr;
+    case SP_OBUF: return chip == FPGA_SH && w < FPGA_OBUF_WORDS ? &s.fpga.obuf[w] : nullptr;
+  }
+  return nullptr;
+}
 
 namespace {
 using Args = std::vector<std::string>;
@@ -33,24 +51,6 @@ bool chipArg(const SimState& s, const Args& a, size_t at, FpgaChipId* chip) {
   return true;
 }
 
-int spaceArg(const std::string& word) {
-  const char* names[] = {"", "ibuf", "obuf", "fgen", "reg", "oled"};
-  for (int i = SP_IBUF; i <= SP_OLED; ++i)
-    if (word == names[i]) return i;
-  return 0;
-}
-
-// The stored word of a space, without the side effects of a bus access.
-uint16_t* storedWord(SimState& s, int space, FpgaChipId chip, uint32_t addr) {
-  uint32_t w = addr / 2;
-  switch (space) {
-    case SP_REG: return w < FPGA_REG_WORDS ? &s.fpga.chip[chip].reg[w] : nullptr;
-    case SP_OLED: return w < FPGA_SMALL_WORDS ? &s.fpga.chip[chip].oled[w] : nullptr;
-    case SP_FGEN: return chip == FPGA_SH && w < FPGA_SMALL_WORDS ? &s.fpga.fgen[w] : nullptr;
-    case SP_OBUF: return chip == FPGA_SH && w < FPGA_OBUF_WORDS ? &s.fpga.obuf[w] : nullptr;
-  }
-  return nullptr;
-}
 
 int peek(SimState& s, const Args& a, std::string& out) {
   unsigned long addr;

@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <string>
 
 #include "fpgaState.h"
 
@@ -45,6 +46,12 @@ constexpr uint16_t ALLOK_DOG_EN = 0x0001, ALLOK_DOG_EXPIRED = 0x0002;
 
 // Which FPGA /dev/z9fpga0 presents on the configured board.
 FpgaChipId presentedFpga(const SimState& s);
+
+// The address space of a name the driver's device types have ("reg"); 0 for none.
+int spaceArg(const std::string& word);
+// The stored word of a space at a byte address, without the side effects of a
+// bus access; nullptr where nothing is stored (the input buffer, unmapped addresses).
+uint16_t* storedWord(SimState& s, int space, FpgaChipId chip, uint32_t addr);
 
 // Register files, as the bus sees them (computed bits, stuck bits, side effects).
 void resetFpgaRegs(SimState& s, uint64_t now);

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "fpgaEngine.h"
+#include "kernelText.h"
 #include "simState.h"
 #include "simStore.h"
 #include "simTrace.h"
@@ -26,11 +27,8 @@ static_assert(sizeof(DrvCmd) == 16, "the driver's record is 16 bytes");
 constexpr unsigned long RQ_READ = 0x11abc1, RQ_WRITE = 0x11abc2, RQ_ACQ_START = 0x11abc6, RQ_ACQ_STOP = 0x11abca;
 constexpr int32_t CMD_PREPARE_BUFFER = 0x11abcb;
 constexpr uint32_t PREPARE_BUFFER_LEN = 0x100000;
-const char* const SPACE_NAMES[] = {"", "ibuf", "obuf", "fgen", "reg", "oled"};
 
 bool validSpace(int32_t t) { return t >= SP_IBUF && t <= SP_OLED; }
-
-std::string spaceLabel(int32_t t) { return validSpace(t) ? SPACE_NAMES[t] : "devtype " + std::to_string(t); }
 
 bool inRange(const DrvCmd& c) {
   return validSpace(c.devtype) && c.offset >= 0 && static_cast<uint32_t>(c.offset) < SPACE_BYTES[c.devtype];
@@ -68,25 +66,24 @@ void writeWord(SimState& s, int32_t space, uint32_t word, uint16_t v, uint64_t n
 }
 
 int rdRequest(SimState& s, DrvCmd& c) {
-  std::string where = spaceLabel(c.devtype);
+  std::string line = fpgaWordText(false, c.devtype, c.offset, 0);
   if (!inRange(c)) {
-    trace("fpga rd %s 0x%04x -> EINVAL", where.c_str(), static_cast<unsigned>(c.offset));
+    traceLine(withAnswer(line, "EINVAL"));
     return -EINVAL;
   }
   c.val = readWord(s, c.devtype, static_cast<uint32_t>(c.offset) / 2, nowNs());
-  trace("fpga rd %s 0x%04x -> 0x%04x", where.c_str(), static_cast<unsigned>(c.offset), c.val);
+  trace("%s -> 0x%04x", line.c_str(), c.val);
   return 0;
 }
 
 int wrRequest(SimState& s, const DrvCmd& c) {
-  std::string where = spaceLabel(c.devtype);
-  uint16_t v = static_cast<uint16_t>(c.val);
+  std::string line = fpgaWordText(true, c.devtype, c.offset, c.val);
   if (!inRange(c)) {
-    trace("fpga wr %s 0x%04x 0x%04x -> EINVAL", where.c_str(), static_cast<unsigned>(c.offset), v);
+    traceLine(withAnswer(line, "EINVAL"));
     return -EINVAL;
   }
-  writeWord(s, c.devtype, static_cast<uint32_t>(c.offset) / 2, v, nowNs());
-  trace("fpga wr %s 0x%04x 0x%04x", where.c_str(), static_cast<unsigned>(c.offset), v);
+  writeWord(s, c.devtype, static_cast<uint32_t>(c.offset) / 2, static_cast<uint16_t>(c.val), nowNs());
+  traceLine(line);
   return 0;
 }
 
@@ -128,14 +125,15 @@ int fpgaIoctl(SimState& s, unsigned long request, void* arg) {
 }
 
 ssize_t fpgaWrite(SimState& s, const void* buf, size_t n) {
+  const std::string line = fpgaDrvWriteText(buf, n);
   if (!buf || n != sizeof(DrvCmd)) {
-    trace("fpga write %zu bytes -> EINVAL", n);
+    traceLine(withAnswer(line, "EINVAL"));
     return -EINVAL;
   }
   DrvCmd c;
   memcpy(&c, buf, sizeof c);
   bool ok = c.offset == CMD_PREPARE_BUFFER && c.val == PREPARE_BUFFER_LEN;
-  trace("fpga write cmd 0x%x val 0x%x%s", static_cast<unsigned>(c.offset), c.val, ok ? "" : " -> EINVAL");
+  traceLine(withAnswer(line, ok ? "" : "EINVAL"));
   if (!ok) return -EINVAL;
   s.fpga.driverBufArmed = 1;
   return static_cast<ssize_t>(n);

@@ -77,21 +77,38 @@ void dropVanished(SimState& s, std::vector<int>& ids) {
     return false;
   });
 }
-}  // namespace
 
-int i2cTransfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n) {
+void learnMsg(SimState& s, const std::vector<int>& ids, I2cMsg& m) {
+  if (m.recvLen) m.len = 1 + m.buf[0];
+  for (int id : ids) chipModel(id).learn(s, chipInfo(id).slot, m.buf, m.len, 0);
+}
+
+int transfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n, bool learn) {
   // The instrument's controller takes no zero-length message; the kernel
   // refuses one before anything goes on the bus.
   for (size_t i = 0; i < n; ++i)
     if (msgs[i].len == 0 && s.cfg.adapter == ADAPTER_OMAP) return -EOPNOTSUPP;
   std::vector<int> ids = responders(s, adapter, addr);
-  dropVanished(s, ids);
+  if (!learn) dropVanished(s, ids);
   if (ids.empty()) return -EREMOTEIO;
   for (size_t i = 0; i < n; ++i) {
+    if (msgs[i].read && learn) {
+      learnMsg(s, ids, msgs[i]);
+      continue;
+    }
     int r = msgs[i].read ? readMsg(s, ids, msgs[i]) : (writeAll(s, ids, msgs[i], i + 1 == n) ? 0 : -EREMOTEIO);
     if (r < 0) return r;
   }
   return 0;
+}
+}  // namespace
+
+int i2cTransfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n) {
+  return transfer(s, adapter, addr, msgs, n, false);
+}
+
+int i2cLearn(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n) {
+  return transfer(s, adapter, addr, msgs, n, true);
 }
 
 }  // namespace sim

@@ -22,4 +22,9 @@ struct I2cMsg {
 // -EPROTO for a block count of 0 or above 32, -EOPNOTSUPP for a zero-length
 // message on the instrument's own controller.
 int i2cTransfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n);
+// The same transaction as a recording of the program saw it: the write
+// messages go to the chips as above, and each read message's bytes (what the
+// instrument gave) are learnt by the chips it reaches. A read message whose
+// first byte sets its length is learnt whole.
+int i2cLearn(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n);
 }  // namespace sim

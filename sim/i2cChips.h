@@ -16,11 +16,15 @@ struct SimState;
 // whose length its first byte sets (an SMBus block read) is read in two parts,
 // and a chip that starts its reply afresh with each message goes on from there.
 // peek and poke reach a register without bus traffic (for the control
-// surface); they return false with a reason in err.
+// surface); they return false with a reason in err. learn takes the bytes a
+// read message gave on the instrument (from a recording of the program) as
+// what the chip holds where that read found them, and moves on as a read
+// does; what the part measures or computes is set where the model can.
 struct ChipModel {
   void (*reset)(SimState& s, int slot, int id);
   bool (*write)(SimState& s, int slot, const I2cChipFault& f, const uint8_t* b, size_t n, bool last);
   bool (*read)(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n, size_t done);
+  void (*learn)(SimState& s, int slot, const uint8_t* b, size_t n, size_t done);
   bool (*peek)(SimState& s, int slot, unsigned reg, unsigned page, unsigned* value, std::string& err);
   bool (*poke)(SimState& s, int slot, unsigned reg, unsigned page, unsigned value, std::string& err);
   std::string (*describe)(SimState& s, int slot);

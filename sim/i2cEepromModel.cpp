@@ -43,6 +43,14 @@ bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n, si
   return true;
 }
 
+void learn(SimState& s, int slot, const uint8_t* b, size_t n, size_t) {
+  EepromState& e = s.i2c.eeprom[slot];
+  for (size_t k = 0; k < n; ++k) {
+    e.mem[e.ptr] = b[k];
+    e.ptr = static_cast<uint16_t>((e.ptr + 1) & ADDR_MASK);
+  }
+}
+
 bool peek(SimState& s, int slot, unsigned reg, unsigned, unsigned* v, std::string& err) {
   return peekByte(s.i2c.eeprom[slot].mem, EEPROM_BYTES, reg, v, err);
 }
@@ -58,6 +66,6 @@ std::string describe(SimState& s, int slot) {
 }
 }  // namespace
 
-const ChipModel eepromModel = {reset, write, read, peek, poke, describe};
+const ChipModel eepromModel = {reset, write, read, learn, peek, poke, describe};
 
 }  // namespace sim

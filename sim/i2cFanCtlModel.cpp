@@ -222,6 +222,28 @@ bool read(SimState& s, int, const I2cChipFault&, uint8_t* b, size_t n, size_t do
   return true;
 }
 
+// A stored command keeps the value read; a fan's speed becomes where its ramp
+// starts (a fan that stood while commanded to run has failed); the
+// temperature is the one the sensors measure.
+void learn(SimState& s, int, const uint8_t* b, size_t n, size_t done) {
+  FanCtlState& fc = s.i2c.fanCtl;
+  const Command* c = find(fc.cmd, fc.page);
+  if (!c || c->access == SEND || done != 0 || n < c->bytes) return;
+  unsigned v = c->bytes == 1 ? b[0] : b[0] | (b[1] << 8);
+  int fan = static_cast<int>(fc.page);
+  if (c->code == PAGE) {
+    if (pageSlot(v) >= 0) fc.page = static_cast<uint8_t>(v);
+  } else if (c->computed == STORED) {
+    stored(s, *c, fc.page) = static_cast<uint16_t>(v);
+  } else if (c->computed == FAN_SPEED) {
+    fc.fan[fan].failed = v == 0 && storedValue(s, FAN_COMMAND_1, fc.page) > 0;
+    fc.fan[fan].fromRpm = static_cast<uint16_t>(v);
+    fc.fan[fan].changeNs = nowNs();
+  } else if (c->computed == TEMPERATURE) {
+    s.cfg.localTempMilliC = v * 10;
+  }
+}
+
 void reset(SimState& s, int, int) {
   FanCtlState& fc = s.i2c.fanCtl;
   memset(&fc, 0, sizeof fc);
@@ -272,6 +294,6 @@ std::string describe(SimState& s, int) {
 
 bool fanCtlFaultOut(SimState& s) { return anyFanFault(s); }
 
-const ChipModel fanCtlModel = {reset, write, read, peek, poke, describe};
+const ChipModel fanCtlModel = {reset, write, read, learn, peek, poke, describe};
 
 }  // namespace sim

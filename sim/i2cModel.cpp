@@ -11,7 +11,7 @@
 #include "i2cBus.h"
 #include "i2cChips.h"
 #include "i2cSmbusXfer.h"
-#include "i2cText.h"
+#include "kernelText.h"
 #include "i2cTopology.h"
 #include "simState.h"
 #include "simTrace.h"
@@ -24,13 +24,13 @@ constexpr size_t MAX_PLAIN = 8192;  // i2c-dev cuts plain transfers to this
 constexpr unsigned long MAX_7BIT = 0x7F;
 
 int setAddress(I2cHandle& h, unsigned long request, unsigned long addr) {
-  const char* what = request == I2C_SLAVE_FORCE ? "slave_force" : "slave";
+  std::string line = i2cAddrText(h.adapter, request == I2C_SLAVE_FORCE, addr);
   if (addr > MAX_7BIT) {
-    trace("i2c-%d %s 0x%lx -> EINVAL", h.adapter, what, addr);
+    traceLine(withAnswer(line, "EINVAL"));
     return -EINVAL;
   }
   h.addr = static_cast<int>(addr);
-  trace("i2c-%d %s 0x%02lx", h.adapter, what, addr);
+  traceLine(line);
   return 0;
 }
 
@@ -46,43 +46,33 @@ unsigned long adapterFuncs(const SimState& s) {
 int funcs(const SimState& s, const I2cHandle& h, void* arg) {
   if (!arg) return -EFAULT;
   *static_cast<unsigned long*>(arg) = adapterFuncs(s);
-  trace("i2c-%d funcs -> 0x%lx", h.adapter, adapterFuncs(s));
+  trace("%s funcs -> 0x%lx", adapterText(h.adapter).c_str(), adapterFuncs(s));
   return 0;
 }
 
 // The most messages i2c-dev takes in one combined transfer.
 constexpr __u32 RDWR_MAX_MSGS = I2C_RDWR_IOCTL_MAX_MSGS;
 
-// One message as the trace shows it: "i2c-2 0x50 write 00 00", "i2c-2 0x50 read 2 -> 5a 39", or with its failure.
-void traceMsg(int adapter, int addr, const I2cMsg& m, int rc) {
-  std::string what = m.read ? "read " + std::to_string(m.len) : "write " + hexBytes(m.buf, m.len);
-  if (rc < 0)
-    trace("i2c-%d 0x%02x %s -> %s", adapter, addr, what.c_str(), errName(-rc));
-  else if (m.read)
-    trace("i2c-%d 0x%02x %s -> %s", adapter, addr, what.c_str(), hexBytes(m.buf, m.len).c_str());
-  else
-    trace("i2c-%d 0x%02x %s", adapter, addr, what.c_str());
-}
-
 // A combined transfer (I2C_RDWR): the messages as the kernel hands them to the
-// adapter, each to its own address, joined by repeated starts; traced one line
-// a message in the words of a plain transfer. i2c-dev answers the number of
+// adapter, each to its own address, joined by repeated starts; traced as one
+// request, in the words a recording uses. i2c-dev answers the number of
 // messages, or the first failure. The instrument's controller takes no message
 // whose first byte sets its length.
 int rdwr(SimState& s, const I2cHandle& h, i2c_rdwr_ioctl_data* d) {
   if (!d) return -EFAULT;
   if (!d->msgs || d->nmsgs == 0 || d->nmsgs > RDWR_MAX_MSGS) {
-    trace("i2c-%d rdwr %u messages -> EINVAL", h.adapter, d->nmsgs);
+    traceLine(withAnswer(i2cRdwrText(h.adapter, *d), "EINVAL"));
     return -EINVAL;
   }
   for (__u32 i = 0; i < d->nmsgs; ++i) {
     const i2c_msg& k = d->msgs[i];
     if (k.len > MAX_PLAIN || (k.flags & I2C_M_TEN) || k.addr > MAX_7BIT ||
         ((k.flags & I2C_M_RECV_LEN) && s.cfg.adapter == ADAPTER_OMAP)) {
-      trace("i2c-%d rdwr 0x%02x message %u -> EINVAL", h.adapter, k.addr, i);
+      traceLine(withAnswer(i2cRdwrText(h.adapter, *d), "EINVAL"));
       return -EINVAL;
     }
   }
+  const std::string line = i2cRdwrText(h.adapter, *d);
   for (__u32 i = 0; i < d->nmsgs;) {
     // The messages to one address are one transaction of the bus model.
     __u32 end = i;
@@ -91,13 +81,13 @@ int rdwr(SimState& s, const I2cHandle& h, i2c_rdwr_ioctl_data* d) {
     for (__u32 k = i; k < end; ++k)
       msgs.push_back({(d->msgs[k].flags & I2C_M_RD) != 0, d->msgs[k].buf, d->msgs[k].len});
     int rc = i2cTransfer(s, h.adapter, d->msgs[i].addr, msgs.data(), msgs.size());
-    for (const I2cMsg& m : msgs) {
-      traceMsg(h.adapter, d->msgs[i].addr, m, rc);
-      if (rc < 0) break;
+    if (rc < 0) {
+      traceLine(withAnswer(line, errName(-rc)));
+      return rc;
     }
-    if (rc < 0) return rc;
     i = end;
   }
+  traceLine(withAnswer(line, i2cRdwrAnswer(*d)));
   return static_cast<int>(d->nmsgs);
 }
 
@@ -105,8 +95,9 @@ int rdwr(SimState& s, const I2cHandle& h, i2c_rdwr_ioctl_data* d) {
 ssize_t plain(SimState& s, I2cHandle& h, uint8_t* buf, size_t n, bool read) {
   if (n > MAX_PLAIN) n = MAX_PLAIN;
   I2cMsg m{read, buf, n};
+  std::string line = i2cXferText(h.adapter, h.addr, read, buf, n);
   int rc = i2cTransfer(s, h.adapter, h.addr, &m, 1);
-  traceMsg(h.adapter, h.addr, m, rc);
+  traceLine(withAnswer(line, rc < 0 ? errName(-rc) : read ? hexBytes(buf, n) : ""));
   return rc < 0 ? rc : static_cast<ssize_t>(n);
 }
 }  // namespace
@@ -136,7 +127,7 @@ int i2cIoctl(SimState& s, I2cHandle& h, unsigned long request, void* arg) {
     case I2C_TIMEOUT:
     case I2C_RETRIES: return 0;
   }
-  trace("i2c-%d ioctl 0x%lx -> ENOTTY", h.adapter, request);
+  trace("%s ioctl 0x%lx -> ENOTTY", adapterText(h.adapter).c_str(), request);
   return -ENOTTY;
 }
 

@@ -50,6 +50,14 @@ bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n, si
   return true;
 }
 
+void learn(SimState& s, int slot, const uint8_t* b, size_t n, size_t) {
+  RegFileState& r = s.i2c.regFile[slot];
+  for (size_t k = 0; k < n; ++k) {
+    if (!isInputReg(slot, r.ptr)) r.regs[r.ptr] = b[k];  // the input register follows the all-okay line
+    r.ptr = static_cast<uint8_t>(r.ptr + 1);
+  }
+}
+
 bool peek(SimState& s, int slot, unsigned reg, unsigned, unsigned* v, std::string& err) {
   return peekByte(s.i2c.regFile[slot].regs, sizeof s.i2c.regFile[slot].regs, reg, v, err);
 }
@@ -72,6 +80,6 @@ bool fpFpgaOkayOut(const SimState& s, int slot) {
   return (a & GPO_A_OKAY) == GPO_A_OKAY && (b & GPO_B_OKAY) == GPO_B_OKAY;
 }
 
-const ChipModel regFileModel = {reset, write, read, peek, poke, describe};
+const ChipModel regFileModel = {reset, write, read, learn, peek, poke, describe};
 
 }  // namespace sim

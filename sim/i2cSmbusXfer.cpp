@@ -6,66 +6,16 @@
 #include <string>
 
 #include "i2cBus.h"
-#include "i2cText.h"
+#include "kernelText.h"
 #include "simState.h"
 #include "simTrace.h"
 
 namespace sim {
 
 namespace {
-const char* sizeName(unsigned size) {
-  switch (size) {
-    case I2C_SMBUS_QUICK: return "quick";
-    case I2C_SMBUS_BYTE: return "byte";
-    case I2C_SMBUS_BYTE_DATA: return "byte_data";
-    case I2C_SMBUS_WORD_DATA: return "word_data";
-    case I2C_SMBUS_PROC_CALL: return "proc_call";
-    case I2C_SMBUS_BLOCK_DATA: return "block_data";
-    case I2C_SMBUS_I2C_BLOCK_BROKEN: return "i2c_block_broken";
-    case I2C_SMBUS_I2C_BLOCK_DATA: return "i2c_block_data";
-    case I2C_SMBUS_BLOCK_PROC_CALL: return "block_proc_call";
-  }
-  return nullptr;
-}
-
-std::string fmt(const char* f, unsigned a, unsigned b = 0) {
-  char buf[64];
-  snprintf(buf, sizeof buf, f, a, b);
-  return buf;
-}
-
 int fail(const std::string& line, int err) {
-  trace("%s -> %s", line.c_str(), errName(err));
+  traceLine(withAnswer(line, errName(err)));
   return -err;
-}
-
-// "i2c-2 0x52 smbus write byte_data cmd 0x00 data 00": what the request asks for.
-std::string requestText(const I2cHandle& h, const i2c_smbus_ioctl_data& r) {
-  const char* sz = sizeName(r.size);
-  std::string line = fmt("i2c-%d 0x%02x smbus ", static_cast<unsigned>(h.adapter), static_cast<unsigned>(h.addr));
-  line += r.read_write == I2C_SMBUS_READ ? "read" : r.read_write == I2C_SMBUS_WRITE ? "write" : fmt("rw=%u", r.read_write);
-  line += sz ? std::string(" ") + sz : fmt(" size=%u", r.size);
-  bool read = r.read_write == I2C_SMBUS_READ;
-  if (r.size != I2C_SMBUS_QUICK && !(r.size == I2C_SMBUS_BYTE && read)) line += fmt(" cmd 0x%02x", r.command);
-  if (read || !r.data) return line;
-  if (r.size == I2C_SMBUS_BYTE_DATA) line += fmt(" data %02x", r.data->byte);
-  if (r.size == I2C_SMBUS_WORD_DATA) line += fmt(" data %04x", r.data->word);
-  if (r.size == I2C_SMBUS_PROC_CALL) line += fmt(" data %04x", r.data->word);
-  bool blockOut = r.size == I2C_SMBUS_BLOCK_DATA || r.size == I2C_SMBUS_I2C_BLOCK_DATA;
-  if (blockOut && r.data->block[0] <= I2C_SMBUS_BLOCK_MAX) line += " data " + hexBytes(&r.data->block[1], r.data->block[0]);
-  return line;
-}
-
-std::string resultText(const i2c_smbus_ioctl_data& r) {
-  switch (r.size) {
-    case I2C_SMBUS_BYTE:
-    case I2C_SMBUS_BYTE_DATA: return fmt(" -> %02x", r.data->byte);
-    case I2C_SMBUS_WORD_DATA:
-    case I2C_SMBUS_PROC_CALL: return fmt(" -> %04x", r.data->word);
-    case I2C_SMBUS_BLOCK_DATA:
-    case I2C_SMBUS_I2C_BLOCK_DATA: return " -> " + hexBytes(&r.data->block[1], r.data->block[0]);
-  }
-  return "";
 }
 
 // The request as I2C messages, the way the kernel emulates SMBus on a plain
@@ -143,12 +93,34 @@ int transfer(SimState& s, const I2cHandle& h, i2c_smbus_ioctl_data& r) {
 }
 }  // namespace
 
+int smbusLearn(SimState& s, const I2cHandle& h, const i2c_smbus_ioctl_data& r) {
+  uint8_t out[2 + I2C_SMBUS_BLOCK_MAX] = {};
+  uint8_t in[2 + I2C_SMBUS_BLOCK_MAX] = {};
+  I2cMsg msgs[2];
+  bool block = r.size == I2C_SMBUS_BLOCK_DATA || r.size == I2C_SMBUS_I2C_BLOCK_DATA;
+  if (!smbusSizeName(r.size) || !r.data || (block && r.data->block[0] > I2C_SMBUS_BLOCK_MAX)) return -EINVAL;
+  // Whole messages, as a controller that reads a block's count and data in one: what result() took them from.
+  size_t n = messages(r, false, out, in, msgs);
+  switch (r.size) {
+    case I2C_SMBUS_BYTE:
+    case I2C_SMBUS_BYTE_DATA: in[0] = r.data->byte; break;
+    case I2C_SMBUS_WORD_DATA:
+    case I2C_SMBUS_PROC_CALL:
+      in[0] = static_cast<uint8_t>(r.data->word & 0xFF);
+      in[1] = static_cast<uint8_t>(r.data->word >> 8);
+      break;
+    case I2C_SMBUS_I2C_BLOCK_DATA: memcpy(in, &r.data->block[1], r.data->block[0]); break;
+    case I2C_SMBUS_BLOCK_DATA: memcpy(in, r.data->block, 1u + r.data->block[0]); break;
+  }
+  return i2cLearn(s, h.adapter, h.addr, msgs, n);
+}
+
 int smbusXfer(SimState& s, const I2cHandle& h, struct i2c_smbus_ioctl_data* req) {
-  if (!req) return fail(fmt("i2c-%d 0x%02x smbus", static_cast<unsigned>(h.adapter), static_cast<unsigned>(h.addr)), EFAULT);
+  if (!req) return fail(i2cText(h.adapter, h.addr) + " smbus", EFAULT);
   i2c_smbus_ioctl_data& r = *req;
-  std::string line = requestText(h, r);
+  std::string line = smbusText(h.adapter, h.addr, r);
   bool read = r.read_write == I2C_SMBUS_READ;
-  if (!sizeName(r.size) || (!read && r.read_write != I2C_SMBUS_WRITE)) return fail(line, EINVAL);
+  if (!smbusSizeName(r.size) || (!read && r.read_write != I2C_SMBUS_WRITE)) return fail(line, EINVAL);
   bool needsData = !(r.size == I2C_SMBUS_QUICK || (r.size == I2C_SMBUS_BYTE && !read));
   if (needsData && !r.data) return fail(line, EINVAL);
   switch (r.size) {
@@ -166,7 +138,7 @@ int smbusXfer(SimState& s, const I2cHandle& h, struct i2c_smbus_ioctl_data* req)
     return fail(line, EINVAL);
   int rc = transfer(s, h, r);
   if (rc < 0) return fail(line, -rc);
-  trace("%s%s", line.c_str(), read || r.size == I2C_SMBUS_PROC_CALL ? resultText(r).c_str() : "");
+  traceLine(withAnswer(line, smbusAnswer(r)));
   return 0;
 }
 

@@ -31,6 +31,13 @@ bool read(SimState& s, int slot, const I2cChipFault& f, uint8_t* b, size_t n, si
   return true;
 }
 
+void swLearn(SimState& s, int slot, const uint8_t* b, size_t n, size_t) {
+  if (n > 0) s.i2c.sw[slot].control = b[n - 1] & PCA_MASK;
+}
+void muxLearn(SimState& s, int slot, const uint8_t* b, size_t n, size_t) {
+  if (n > 0) s.i2c.sw[slot].control = b[n - 1] & MUX_MASK;
+}
+
 bool peek(SimState& s, int slot, unsigned, unsigned, unsigned* v, std::string&) {
   *v = s.i2c.sw[slot].control;
   return true;
@@ -58,7 +65,7 @@ std::string describe(SimState& s, int slot) {
 }
 }  // namespace
 
-const ChipModel switchModel = {reset, swWrite, read, peek, swPoke, describe};
-const ChipModel muxModel = {reset, muxWrite, read, peek, muxPoke, describe};
+const ChipModel switchModel = {reset, swWrite, read, swLearn, peek, swPoke, describe};
+const ChipModel muxModel = {reset, muxWrite, read, muxLearn, peek, muxPoke, describe};
 
 }  // namespace sim

@@ -95,6 +95,24 @@ bool read(SimState& s, int slot, const I2cChipFault&, uint8_t* b, size_t n, size
   return true;
 }
 
+// A temperature read sets the one the sensors measure (whole degrees from the
+// high byte, eighths from the low one); the status follows from it.
+void learn(SimState& s, int slot, const uint8_t* b, size_t n, size_t) {
+  TempSensorState& t = s.i2c.temp[slot];
+  if (n == 0) return;
+  uint32_t& milli = s.cfg.localTempMilliC;
+  switch (t.ptr) {
+    case LTHB:
+    case RTHB:
+      if (b[0] <= MAX_DEG) milli = b[0] * 1000u + milli % 1000;
+      return;
+    case LTLB:
+    case RTLB: milli = milli / 1000 * 1000 + (b[0] >> 5) * 125u; return;
+    case SR: return;
+    default: t.regs[t.ptr] = b[0];
+  }
+}
+
 bool peek(SimState& s, int slot, unsigned r, unsigned, unsigned* v, std::string& err) {
   if (r > 0xFF) {
     err = "register beyond 0xff";
@@ -129,6 +147,6 @@ bool tempAlertOut(SimState& s, int slot) {
   return alarms(s, slot) & (SR_LHIGH | SR_RHIGH);
 }
 
-const ChipModel tempModel = {reset, write, read, peek, poke, describe};
+const ChipModel tempModel = {reset, write, read, learn, peek, poke, describe};
 
 }  // namespace sim

@@ -6,7 +6,7 @@
 
 #include <cstdio>
 
-#include "i2cText.h"
+#include "kernelText.h"
 #include "simCtl.h"
 #include "simState.h"
 #include "simTrace.h"
@@ -107,7 +107,7 @@ std::string list(const SimState& s) {
     if (f.shortOnly)
       snprintf(line, sizeof line, "short %s %s %u", OP_NAMES[f.op], devText(f.dev).c_str(), f.shortLen);
     else
-      snprintf(line, sizeof line, "fail %s %s %s", OP_NAMES[f.op], devText(f.dev).c_str(), errName(f.err));
+      snprintf(line, sizeof line, "fail %s %s %s", OP_NAMES[f.op], devText(f.dev).c_str(), errName(f.err).c_str());
     out += line;
     if (f.op == KOP_IOCTL && !f.shortOnly && f.request) {
       snprintf(line, sizeof line, " 0x%x", f.request);
@@ -136,7 +136,7 @@ int kernelFault(SimState& s, E_KOP op, int dev, unsigned long request, size_t* n
       }
       continue;
     }
-    trace("fault: %s %s 0x%lx -> %s", OP_NAMES[op], devText(dev).c_str(), request, errName(f.err));
+    trace("fault: %s %s 0x%lx -> %s", OP_NAMES[op], devText(dev).c_str(), request, errName(f.err).c_str());
     return -f.err;
   }
   return 0;

@@ -7,6 +7,7 @@
 
 #include "chipAlias.h"
 #include "kernelFault.h"
+#include "recordingLoad.h"
 #include "simStore.h"
 
 namespace sim {
@@ -33,7 +34,9 @@ std::string usage() {
          "  set adapter omap|full         I2C controller of adapter 2: the instrument's own (omap:\n"
          "                                no SMBus quick, no zero-length message, no block read)\n"
          "                                or a full-featured one\n"
-         "  revision FILE|none            revision file of the installed diagnostics\n" +
+         "  revision FILE|none            revision file of the installed diagnostics\n"
+         "  load-recording FILE           chips and FPGA words as a recording of diag (DIAG_RECORD) read\n"
+         "                                them, on the board whose system files answer as recorded\n" +
          fpgaCtlUsage() + i2cCtlUsage() + kernelCtlUsage();
 }
 
@@ -141,6 +144,7 @@ int simCtl(const std::vector<std::string>& args, std::string& out) {
   }
   if (cmd == "set") return set(s, args, out);
   if (cmd == "revision" && args.size() == 2) return revision(s, args[1], out);
+  if (cmd == "load-recording" && args.size() == 2) return loadRecording(s, args[1], out);
   if (cmd == "fpga") return fpgaCtl(s, args, out);
   if (cmd == "i2c") {
     int rc = i2cCtl(s, withSimChipNames(args), out);

@@ -4,10 +4,10 @@
 #include <sys/mman.h>
 
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include "fpgaModel.h"
+#include "kernelText.h"
 #include "kernelFault.h"
 #include "simStore.h"
 #include "simTrace.h"
@@ -23,14 +23,6 @@ template <typename T>
 T fail(int err, T bad) {
   errno = err;
   return bad;
-}
-
-bool parseAdapter(const char* path, int* adapter) {
-  int n = -1;
-  char extra;
-  if (sscanf(path, "/dev/i2c-%d%c", &n, &extra) != 1 || n < 0) return false;
-  *adapter = n;
-  return true;
 }
 }  // namespace
 
@@ -58,18 +50,19 @@ int SimKernel::doOpen(const char* path, int flags) {
   SimLock lk;
   SimState& s = lk.state();
   OpenFile f{SYSFILE, path, {-1, 0}, "", 0};
-  int adapter;
+  int adapter = adapterOfPath(path);
   bool isDir = false;
+  const std::string request = openText(path, flags);
   if (!strcmp(path, "/dev/z9fpga0")) {
     if (!fpgaPresent(s)) {
-      trace("open %s -> ENOENT", path);
+      traceLine(withAnswer(request, "ENOENT"));
       return fail(ENOENT, -1);
     }
     f.kind = FPGA;
     if (int e = kernelFault(s, KOP_OPEN, KDEV_FPGA, 0, nullptr)) return fail(-e, -1);
-  } else if (parseAdapter(path, &adapter)) {
+  } else if (adapter >= 0) {
     if (!i2cAdapterExists(s, adapter)) {
-      trace("open %s -> ENOENT", path);
+      traceLine(withAnswer(request, "ENOENT"));
       return fail(ENOENT, -1);
     }
     if (int e = kernelFault(s, KOP_OPEN, adapter, 0, nullptr)) return fail(-e, -1);
@@ -79,11 +72,11 @@ int SimKernel::doOpen(const char* path, int flags) {
     f.kind = isDir ? SYSDIR : SYSFILE;
     if (isDir && (flags & O_ACCMODE) != O_RDONLY) return fail(EISDIR, -1);
   } else {
-    trace("open %s -> ENOENT", path);
+    traceLine(withAnswer(request, "ENOENT"));
     return fail(ENOENT, -1);
   }
   int fd = add(std::move(f));
-  trace("open %s -> fd %d", path, fd);
+  traceLine(withAnswer(request, "fd " + std::to_string(fd)));
   return fd;
 }
 
@@ -115,7 +108,9 @@ ssize_t SimKernel::doRead(int fd, void* buf, size_t n) {
       r = static_cast<ssize_t>(k);
     }
   }
-  if (f->kind == SYSFILE || f->kind == SYSDIR) trace("read %s %zu -> %zd", f->path.c_str(), n, r);
+  if (f->kind == SYSFILE || f->kind == SYSDIR)
+    traceLine(withAnswer(sysReadText(f->path, n),
+                         r < 0 ? errName(static_cast<int>(-r)) : sysReadAnswer(static_cast<const char*>(buf), r)));
   return r < 0 ? fail(static_cast<int>(-r), ssize_t(-1)) : r;
 }
 
@@ -160,7 +155,7 @@ void* SimKernel::doMmap(size_t len, int prot, int flags, int fd, off_t offset) {
   }
   // The driver's acquisition buffer: memory of its own, as the driver gives it.
   void* p = ::mmap(nullptr, len, prot, MAP_SHARED | MAP_ANONYMOUS, -1, 0);
-  trace("fpga mmap len 0x%zx%s", len, p == MAP_FAILED ? " -> ENOMEM" : "");
+  traceLine(withAnswer(fpgaMmapText(len, offset), p == MAP_FAILED ? "ENOMEM" : ""));
   return p;
 }
 

@@ -128,6 +128,9 @@ E_STATUS logOpen() {
   return SUCCESS;
 }
 
+// The machine's own clock, not the kernel door's: the system log's stamp is not
+// what the program shows, and what the semaphores' housekeeping logs depends on
+// the machine it runs on, not on the instrument (a replay must not see it).
 int insertTS(char* str) {
   struct timeval tv;
   gettimeofday(&tv, nullptr);

@@ -1,7 +1,9 @@
 #include "programSem.h"
 
 #include <atomic>
+#include <cerrno>
 
+#include "kernel.h"
 #include "processEnd.h"
 
 namespace {
@@ -53,7 +55,11 @@ E_STATUS ProgramSem::take(bool reentrant) {
     ++nTakes;
     return SUCCESS;
   }
-  if (shared.take() != SUCCESS) return FAILURE;
+  E_STATUS st = shared.take();
+  int err = errno;
+  kernel().lockNote(true, shared.semName(), st == SUCCESS ? 0 : err ? err : EIO);
+  errno = err;
+  if (st != SUCCESS) return FAILURE;
   ++nTakes;
   owner = pthread_self();
   depth = 1;
@@ -64,4 +70,5 @@ void ProgramSem::give() {
   if (!shared.held()) return;
   if (--depth > 0) return;  // an inner reentrant take: the outer one still holds it
   shared.give();
+  kernel().lockNote(false, shared.semName(), 0);
 }

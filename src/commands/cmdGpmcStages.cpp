@@ -1,7 +1,5 @@
 // The gpmc command after its option scan: inversion, collection to a file,
 // target lookup, write, read, continuous read, cycle timing, driver acquisition.
-#include <unistd.h>
-
 #include <cstring>
 
 #include "diagDelay.h"
@@ -10,6 +8,7 @@
 #include "gpmcDevCtl.h"
 #include "gpmcDevMap.h"
 #include "gpmcWordDump.h"
+#include "kernel.h"
 #include "keyInput.h"
 #include "log.h"
 #include "processEnd.h"
@@ -69,7 +68,7 @@ E_STATUS writeFromFile(GpmcDev* dev, FILE* in, unsigned long offset) {
       LOGERR(LOG_TERM, "write failed\n");
       return FAILURE;
     }
-    usleep(FI_WRITE_US);
+    kernel().sleepUs(FI_WRITE_US);
   }
   return SUCCESS;
 }
@@ -86,7 +85,7 @@ E_STATUS writeData(GpmcDev* dev, const GpmcArgs& a, unsigned long offset) {
   } else {
     status = dev->write(buf, offset, a.nWr, &n);
   }
-  usleep(WRITE_SETTLE_US);
+  kernel().sleepUs(WRITE_SETTLE_US);
   return status;
 }
 

@@ -1,9 +1,8 @@
 #include "gpmcDevCtl.h"
 
-#include <unistd.h>
-
 #include <cerrno>
 
+#include "kernel.h"
 #include "log.h"
 #include "processEnd.h"
 
@@ -103,10 +102,10 @@ E_STATUS GpmcDevCtl::GPMCClrWFCtlReg() {
 
 E_STATUS GpmcDevCtl::GPMCEnContDataColl() {
   E_STATUS status = reg.regWrWithRdBack(A2D_CONT_COLL_ARM, GPMC_A2D_CTL, true);
-  usleep(COLL_SETTLE_US);
+  kernel().sleepUs(COLL_SETTLE_US);
   if (status != SUCCESS) return status;
   status = reg.regWrWithRdBack(A2D_CONT_COLL_RUN, GPMC_A2D_CTL, true);
-  usleep(COLL_SETTLE_US);
+  kernel().sleepUs(COLL_SETTLE_US);
   return status;
 }
 
@@ -127,7 +126,7 @@ E_STATUS GpmcDevCtl::GPMCEnOSDataCollNWait4Dn(unsigned long threshold, int* wait
     }
     if (v > threshold) return reg.regWrWithRdBack(A2D_COLL_OFF, GPMC_A2D_CTL, true);
     if (interrupted()) return FAILURE;  // left collecting, as a timeout leaves it
-    usleep(1);
+    kernel().sleepUs(1);
     ++*waited;
   }
   LOGERR(reg.errFlags(), "timed out waiting for collection done\n");
@@ -148,7 +147,7 @@ E_STATUS GpmcDevCtl::rstOLED() {
     LOGERR(reg.errFlags(), "failed to put OLED in reset\n");
     return FAILURE;
   }
-  usleep(OLED_RESET_US);
+  kernel().sleepUs(OLED_RESET_US);
   if (reg.setResetBits(GPMC_MH_MISC_CTL, MH_MISC_OLED_NRESET, true) != SUCCESS) {
     LOGERR(reg.errFlags(), "failed to take OLED out of reset\n");
     return FAILURE;

@@ -1,11 +1,10 @@
 #include "gpmcDevRamp.h"
 
-#include <unistd.h>
-
 #include <functional>
 #include <initializer_list>
 
 #include "gpmcDevStat.h"
+#include "kernel.h"
 #include "log.h"
 #include "processEnd.h"
 
@@ -142,7 +141,7 @@ E_STATUS waitFor(GpmcDev& dev, const char* fn, const WaitSpec& w, bool verbose, 
       dev.regRd(&cur, GPMC_WF_AMP_CUR_VAL);
       LOGERR_FN(dev.errFlags(), fn, "current value= 0x%04x\n", cur);
     }
-    usleep(POLL_US);
+    kernel().sleepUs(POLL_US);
   }
   if (status == TIMEOUT)
     LOGERR_FN(dev.errFlags(), fn, "%s\n", w.timeoutMsg);

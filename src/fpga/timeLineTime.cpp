@@ -2,6 +2,8 @@
 
 #include <ctime>
 
+#include "kernel.h"
+
 namespace {
 constexpr long USEC_PER_SEC = 1000000;
 // The stretch before the time that is watched on the clock rather than slept:
@@ -20,7 +22,9 @@ TimeLineTime::TimeLineTime(long sec, long usec) : now(false), time{sec, usec} {}
 TimeLineTime::TimeLineTime(const timeval* tv) : now(false), time(*tv) {}
 
 E_STATUS TimeLineTime::get(TimeLineTime*) {
-  gettimeofday(&time, nullptr);
+  struct timespec t;
+  kernel().clockGet(CLOCK_REALTIME, &t);
+  time = {t.tv_sec, t.tv_nsec / 1000};
   now = false;
   return SUCCESS;
 }
@@ -59,9 +63,7 @@ E_STATUS TimeLineTime::waitFor(TimeLineTime* reached) {
   for (clock.get(); !(clock >= *this); clock.get()) {
     long long left = usecOf(*this) - usecOf(clock);
     if (left <= SPIN_USEC) continue;
-    long long sleepUs = left - SPIN_USEC;
-    struct timespec ts = {static_cast<time_t>(sleepUs / USEC_PER_SEC), static_cast<long>(sleepUs % USEC_PER_SEC) * 1000};
-    nanosleep(&ts, nullptr);
+    kernel().sleepUs(left - SPIN_USEC);
   }
   if (reached) *reached = clock;
   return SUCCESS;

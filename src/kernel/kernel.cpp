@@ -54,6 +54,18 @@ bool Kernel::canOpen(const char* path) {
   return true;
 }
 
+int Kernel::sleepUs(long long us) { return doSleepUs(us); }
+int Kernel::clockGet(clockid_t id, struct timespec* t) { return doClockGet(id, t); }
+void Kernel::lockNote(bool take, const char* name, int err) { doLockNote(take, name, err); }
+
+int Kernel::doSleepUs(long long us) {
+  constexpr long long US_PER_S = 1000000;
+  struct timespec t = {static_cast<time_t>(us / US_PER_S), static_cast<long>(us % US_PER_S) * 1000};
+  return nanosleep(&t, nullptr);
+}
+
+int Kernel::doClockGet(clockid_t id, struct timespec* t) { return clock_gettime(id, t); }
+
 Kernel::Counts Kernel::counts() const {
   Counts c;
   c.open = nOpen.load();

@@ -1,11 +1,10 @@
 #include "fanCtlr.h"
 
-#include <unistd.h>
-
 #include <cstring>
 #include <string>
 
 #include "i2cDevUtil.h"
+#include "kernel.h"
 #include "log.h"
 
 namespace {
@@ -114,7 +113,7 @@ E_STATUS FanCtlr::pagedRead(I2cDevItr itr, unsigned char page, unsigned char off
                             unsigned short* pDatum) {
   E_STATUS st = selectPage(itr, page, true);
   if (st != SUCCESS) return st;
-  usleep(PMBUS_GAP_US);
+  kernel().sleepUs(PMBUS_GAP_US);
   char buf[3] = {static_cast<char>(offset), 0, 0};
   int cnt = 0;
   st = itr->second->rdBytes(buf, numBytesToRead, &cnt, 1, true, true);
@@ -131,7 +130,7 @@ E_STATUS FanCtlr::pagedRead(I2cDevItr itr, unsigned char page, unsigned char off
 E_STATUS FanCtlr::lclRdFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned char offset,
                                   unsigned long numBytesToRead, unsigned short* pDatum) {
   E_STATUS st = pagedRead(itr, page, offset, numBytesToRead, pDatum);
-  usleep(PMBUS_GAP_US);
+  kernel().sleepUs(PMBUS_GAP_US);
   return st;
 }
 
@@ -143,13 +142,13 @@ E_STATUS FanCtlr::lclWrFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned ch
   }
   E_STATUS st = selectPage(itr, page, false);
   if (st != SUCCESS) return st;
-  usleep(PMBUS_GAP_US);
+  kernel().sleepUs(PMBUS_GAP_US);
   // The command and the whole datum, low byte first, whatever the count sent:
   // a failed write shows the four buffer bytes.
   char buf[4] = {static_cast<char>(offset), static_cast<char>(*pDatum & 0xFF), static_cast<char>(*pDatum >> 8), 0};
   int cnt = 0;
   st = itr->second->wrBytes(buf, numBytesToWrite, &cnt, 0);
-  usleep(PMBUS_GAP_US);
+  kernel().sleepUs(PMBUS_GAP_US);
   if (st == SUCCESS && cnt != static_cast<int>(numBytesToWrite)) {
     log(LOG_TERM, "I2C write failed, numBytesToWrite= %d, byteCnt= %d\n", static_cast<int>(numBytesToWrite), cnt);
     return FAILURE;
@@ -191,7 +190,7 @@ E_STATUS FanCtlr::rdFanCtlrRegs() {
         if (st == SUCCESS) st = pagedRead(util.getItr(), page, cmd, reg.width / 8, &datum);
       }
       if (st != SUCCESS) return st;
-      usleep(PMBUS_GAP_US);
+      kernel().sleepUs(PMBUS_GAP_US);
       reg.regContents = (reg.regContents & 0xFFFF0000u) | datum;
       regRead[elem.regVecNdx] = true;
     }

@@ -1,10 +1,9 @@
 // The all-okay sources on I2C chips: the fan controller, the main-reference
 // temperature sensor and the front-panel FPGA.
-#include <unistd.h>
-
 #include <cstdlib>
 
 #include "allOkay.h"
+#include "kernel.h"
 #include "fanCtlr.h"
 #include "i2cDevUtil.h"
 #include "i2cRegAxs.h"
@@ -25,7 +24,7 @@ constexpr unsigned char SETPOINT_NOT_OK = 0x00, SETPOINT_OK = 0x46;  // 0 and 70
 constexpr unsigned char FP_GPO0 = 0x10, FP_GPO1 = 0x11, FP_GPO0_OK = 0x11, FP_GPO1_OK = 0x0F;
 constexpr unsigned char FP_INPUTS = 0x12, FP_ALLOK_IN = 0x01;
 
-void msleep(unsigned ms) { usleep(ms * 1000); }
+void msleep(unsigned ms) { kernel().sleepUs(ms * 1000LL); }
 const char* okWord(bool ok) { return ok ? "okay" : "not okay"; }
 
 // The end of a series of attempts to set an okay output, reported as the setter's own.

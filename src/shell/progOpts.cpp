@@ -23,6 +23,8 @@ const char* const USAGE =
     "  DIAG_SIM_STATE      diag-sim only: the simulated instrument's state file\n"
     "                      (default /tmp/diag-sim-<uid>.state)\n"
     "  DIAG_SIM_TRACE      diag-sim only: a file that every kernel-level access is written to\n"
+    "  DIAG_RECORD         a file that every request to the kernel and its answer are written to,\n"
+    "                      for diag-replay to replay (it holds what the chips gave: serial numbers too)\n"
     "\n"
     "Documentation: man diag (man diag-sim, man diag-simctl); /usr/share/doc/diag and\n"
     "/usr/share/doc/diag-sim, with a sample production script in their examples folders.\n";

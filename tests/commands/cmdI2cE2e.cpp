@@ -36,8 +36,8 @@ TEST_F(I2cCommand, ListsEveryDeviceOfTheBoardWithItsDescription) {
 TEST_F(I2cCommand, WritesAndReadsARegisterBehindTwoLevelsOfSwitches) {
   Trace t;
   run({"-d", "fpfpga", "-o", "0x11", "-w", "0x05"});
-  EXPECT_EQ(t.grep("i2c-2 0x71 write 08").size(), 1u);
-  EXPECT_EQ(t.grep("i2c-2 0x72 write 02").size(), 1u);
+  EXPECT_EQ(t.grep("i2c-2 rdwr 0x71 write 08 ; 0x71 read 1 -> 08").size(), 1u);
+  EXPECT_EQ(t.grep("i2c-2 rdwr 0x72 write 02 ; 0x72 read 1 -> 02").size(), 1u);
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus write byte_data cmd 0x11 data 05").size(), 1u);
   EXPECT_FALSE(sourcesOkay());  // the front panel's okay output needs the low nibble of 0x11
   simctl({"i2c", "poke", "hostsw", "0", "0"});  // the next access must select the path again

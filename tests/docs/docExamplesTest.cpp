@@ -3,8 +3,9 @@
 // page shows. How an example is written and marked is in docs/testing.md
 // ("Examples in the docs"):
 //
-//   ```diag                    each "diag> LINE" runs as a one-shot diag-sim LINE;
-//   diag> ec -cd Scan          the lines after it, up to the next, are what it prints
+//   ```diag                    each "diag> LINE" runs as a one-shot diag-sim LINE, recorded
+//   diag> ec -cd Scan          (DIAG_RECORD) and replayed, which must print and end the same;
+//                              the lines after it, up to the next, are what it prints
 //   !1729
 //   ```
 //
@@ -135,7 +136,7 @@ std::string blockDir(int n) {
   mkdir(dir.c_str(), 0755);
   mkdir((dir + "/bin").c_str(), 0755);
   const std::pair<const char*, std::string> programs[] = {
-      {"diag", diagBin()}, {"diag-sim", diagSimBin()}, {"diag-simctl", simctlBin()}};
+      {"diag", diagBin()}, {"diag-sim", diagSimBin()}, {"diag-simctl", simctlBin()}, {"diag-replay", replayBin()}};
   for (const auto& [name, bin] : programs) {
     std::string exec = "exec";
     for (const std::string& w : programArgv(bin, {})) exec += " " + shQuoted(w);
@@ -150,7 +151,7 @@ std::string blockDir(int n) {
 std::string shellLine(const std::string& dir, const std::string& kind, const std::string& line) {
   std::string words;
   if (kind == "diag") {
-    words = "diag-sim";
+    words = "DIAG_RECORD=replay.rec diag-sim";
     std::stringstream ss(line);
     for (std::string w; std::getline(ss, w, ' ');) words += " " + shQuoted(w);
   }
@@ -165,6 +166,12 @@ std::string runBlock(const Block& b, int n) {
   std::string faults;
   for (const Command& c : commandsOf(b, b.kind == "diag" ? "diag> " : "$ ")) {
     RunResult r = runProgram({"/bin/sh", "-c", shellLine(dir, b.kind, c.line)}, "", COMMAND_MS);
+    if (b.kind == "diag") {
+      RunResult again = runProgram({"/bin/sh", "-c", shellLine(dir, "sh", "diag-replay replay.rec")}, "", COMMAND_MS);
+      if (again.out != r.out || again.exitCode != r.exitCode)
+        faults += b.file + ":" + std::to_string(c.lineNo) + ": " + c.line + "\n  replayed, it printed (status " +
+                  std::to_string(again.exitCode) + " for " + std::to_string(r.exitCode) + "):\n" + again.out;
+    }
     std::vector<std::string> got;
     for (const std::string& l : splitLines(r.out)) got.push_back(shown(l));
     if (r.timedOut || !linesMatch(c.expected, 0, got, 0)) {

@@ -57,7 +57,9 @@ TEST(I2cAccessor, ASimpleTransactionIsAtMostSevenDeviceRequests) {
       ASSERT_EQ(u.stat(), SUCCESS) << name;
       char buf[32] = {};
       int cnt = 0;
-      if (!u.dev()->smbus) EXPECT_EQ(u.dev()->wrBytes(reg, reg.size(), &cnt, 0), SUCCESS);
+      if (!u.dev()->smbus) {
+        EXPECT_EQ(u.dev()->wrBytes(reg, reg.size(), &cnt, 0), SUCCESS);
+      }
       memcpy(buf, reg.data(), reg.size());
       EXPECT_EQ(u.dev()->rdBytes(buf, n, &cnt, 1, true, true), SUCCESS) << name;
     }
@@ -91,7 +93,7 @@ TEST(I2cAccessor, AFailedAcquisitionHoldsNothing) {
       EXPECT_FALSE(dev->adapterFD) << c.name;
     }
     const std::vector<std::string> lines = t.lines();
-    for (const std::string& open : t.grep("open /dev/i2c-2 -> fd ")) {
+    for (const std::string& open : t.grep("open /dev/i2c-2 O_RDWR -> fd ")) {
       std::string closed = "close fd " + open.substr(open.rfind(' ') + 1);  // a successful close, maybe not the only one
       EXPECT_NE(std::find(lines.begin(), lines.end(), closed), lines.end()) << c.name;
     }

@@ -102,7 +102,7 @@ std::string describe(const std::set<std::string>& part) {
   return s;
 }
 
-// Per object of the program's library: the symbols it defines and those it uses.
+// Per object of the program's libraries (its own code and the kernel seam): the symbols it defines and those it uses.
 struct ObjSymbols {
   std::map<std::string, std::set<std::string>> defines, uses;
 };

@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 #include <linux/i2c-dev.h>
 
+#include <algorithm>
 #include <string>
 #include <vector>
 
@@ -38,10 +39,18 @@ inline bool sourcesOkay() {
   return sim::i2cSourcesOkay(lk.state());
 }
 
-// The writes on adapter 2 that t has seen, each as "0xNN write XX ".
+// The writes on adapter 2 that t has seen, each as "0xNN write XX ", those of
+// a combined transfer ("i2c-2 rdwr 0x71 write 08 ; 0x71 read 1 -> 08") too.
 inline std::string busWrites(const Trace& t) {
   std::string writes;
-  for (const std::string& l : t.grep("i2c-2 0x", " write ")) writes += l.substr(6) + " ";
+  for (const std::string& l : t.grep("i2c-2 ", " write ")) {
+    std::string msgs = l.rfind("i2c-2 rdwr ", 0) == 0 ? l.substr(11, l.find(" -> ") - 11) : l.substr(6);
+    for (size_t start = 0, end; start < msgs.size(); start = end + 3) {
+      end = std::min(msgs.find(" ; ", start), msgs.size());
+      std::string m = msgs.substr(start, end - start);
+      if (m.find(" write ") != std::string::npos) writes += m + " ";
+    }
+  }
   return writes;
 }
 

@@ -25,6 +25,7 @@ std::vector<std::string> emulator() {
 std::string diagBin() { return DIAG_BIN; }
 std::string diagSimBin() { return DIAG_SIM_BIN; }
 std::string simctlBin() { return DIAG_SIMCTL_BIN; }
+std::string replayBin() { return DIAG_REPLAY_BIN; }
 
 std::vector<std::string> programArgv(const std::string& bin, const std::vector<std::string>& args) {
   std::vector<std::string> v = emulator();

@@ -6,6 +6,7 @@
 std::string diagBin();
 std::string diagSimBin();
 std::string simctlBin();
+std::string replayBin();
 // The command line that starts a built program (emulator first where needed).
 std::vector<std::string> programArgv(const std::string& bin, const std::vector<std::string>& args);
 

@@ -160,6 +160,30 @@ checkPaths() {
   expectNth pathMrtmp 1 "0x04"
 }
 
+# The steps whose recordings the desk replays: diag alone, its whole output the step's.
+REPLAYED="list byteWrite wordRead fanSet fanSpeeds fanDump testPasses testAbsentChip busScan absentRead plainRead"
+
+recordingOf() {
+  awk -v s="@@vm recording $1" '$0 == s {on = 1; next} on && $0 == "@@vm recording end" {exit} on' "$console" |
+    base64 -d 2>/dev/null | gzip -dc 2>/dev/null
+}
+
+# What the production diag printed in the VM, on the kernel's i2c-dev, the
+# desk's diag-replay prints again from the recording, with the same exit status.
+checkReplays() {
+  local name out rc
+  for name in $REPLAYED; do
+    checks=$((checks + 1))
+    recordingOf "$name" >"$work/$name.rec"
+    [ -s "$work/$name.rec" ] || { bad "$name" "no recording on the console"; continue; }
+    out=$("${replay[@]}" "$work/$name.rec" </dev/null 2>&1)
+    rc=$?
+    [ "$out" = "$(stepOut "$name")" ] && [ "$rc" = "$(stepRc "$name")" ] && continue
+    bad "$name" "replayed on the desk, it ended $rc and printed:"
+    printf '%s\n' "$out" | sed 's/^/    > /'
+  done
+}
+
 runChecks() {
   console=$1
   board=$2
@@ -169,6 +193,7 @@ runChecks() {
   checkSelfTests
   checkErrors
   checkPaths
+  checkReplays
   echo "$((checks - failed)) passed, $failed failed"
   [ "$failed" -eq 0 ]
 }

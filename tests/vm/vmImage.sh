@@ -48,7 +48,7 @@ buildImage() {
   bb=$(vmBusybox)
   mkdir -p "$root"/{bin,sbin,usr/bin,usr/sbin,lib/modules,proc,sys,dev,tmp} || return 1
   cp "$bb" "$root/bin/busybox" || return 1
-  for tool in sh mount mkdir insmod mknod grep echo i2cget i2cset poweroff; do ln -s busybox "$root/bin/$tool"; done
+  for tool in sh mount mkdir insmod mknod grep echo i2cget i2cset poweroff gzip base64 cat; do ln -s busybox "$root/bin/$tool"; done
   cp "$kernelDir"/modules/*.ko "$root/lib/modules/" || return 1
   cp "$diag" "$root/usr/bin/diag" || return 1
   copyInterpreter "$root" && copyLibs "$root" || return 1

@@ -8,7 +8,10 @@
 #   vexpress  qemu's PCA9546 switch with its MAX31785 behind channel 1 and an
 #             AT24C memory, on the Versatile Express board's I2C controller (armhf)
 # Every step is framed on the console by "@@vm step NAME" and "@@vm rc N"; the
-# host side reads the outcome from there.
+# host side reads the outcome from there. Each step's diag is recorded
+# (DIAG_RECORD); the recordings follow on the console, compressed and in
+# base64 (the emulated serial line is slow), each framed by
+# "@@vm recording NAME" and "@@vm recording end", for the desk to replay.
 export PATH=/bin:/sbin:/usr/bin:/usr/sbin
 BOARD=${VMBOARD:-stub}
 ADAPTER2=/sys/devices/platform/omap/omap_i2c.2/i2c-2
@@ -88,11 +91,24 @@ mainHost() {
 }
 
 step() {
-  local name=$1
+  local name=$1 rc
   shift
   say "step $name"
+  export DIAG_RECORD=/tmp/rec/$name
   "$@" </dev/null 2>&1
-  say "rc $?"
+  rc=$?
+  unset DIAG_RECORD
+  say "rc $rc"
+}
+
+showRecordings() {
+  local f
+  for f in /tmp/rec/*; do
+    [ -f "$f" ] || continue
+    say "recording ${f##*/}"
+    gzip -c "$f" | base64
+    say "recording end"
+  done
 }
 
 # The kernel's own tools reach the fan controller: behind a real switch its
@@ -168,6 +184,7 @@ errorSteps() {
 }
 
 mountAll
+mkdir -p /tmp/rec
 say init
 if loadBus; then
   mainHost
@@ -177,6 +194,7 @@ if loadBus; then
   testSteps
   errorSteps
   pathSteps
+  showRecordings
 else
   say "no I2C bus for board $BOARD"
 fi

@@ -7,6 +7,8 @@
 # Usage: vmTest.sh ARCH DIAG KERNEL_DIR WORK_DIR [LIB_DIR...]
 #   ARCH amd64 or armhf; DIAG the production program; KERNEL_DIR what
 #   scripts/vmKernel.sh fetched; LIB_DIRs where DIAG's shared libraries are.
+#   DIAG_VM_REPLAY (environment): the desk's diag-replay command, which replays
+#   the recordings the VM's diag made.
 # Exit: 0 passed, 1 failed, 77 skipped (the reason is printed).
 set -uo pipefail
 here=$(cd "$(dirname "$0")" && pwd)
@@ -16,6 +18,7 @@ kernelDir=${3:?kernel dir}
 work=${4:?work dir}
 shift 4
 libDirs=("$@")
+read -ra replay <<<"${DIAG_VM_REPLAY:?names the diag-replay command of the desk}"
 # Bounds, in seconds: the boot up to the init, the scenario from there, and the
 # wait for the VM to power off once done. The armhf board is emulated
 # instruction by instruction and bit-bangs its bus.

@@ -1,0 +1,8 @@
+#include "replayKernel.h"
+
+ReplayKernel& replayKernel() {
+  static ReplayKernel k;
+  return k;
+}
+
+Kernel& kernel() { return replayKernel(); }

@@ -1,0 +1,224 @@
+// Recording at the kernel door and replaying on the desk: the command lines of
+// the end-to-end tests, recorded on the simulated instrument, replay to the same
+// output and status; the recording holds the words of the simulator's trace; a
+// request that differs stops the replay at its number; a recording that cannot
+// be written costs the run one line; the simulator takes a recording's state.
+#include <gtest/gtest.h>
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "programs.h"
+#include "testEnv.h"
+#include "textUtil.h"
+
+namespace {
+// Sets an environment variable while it lives.
+struct EnvSet {
+  EnvSet(const char* name, const std::string& value) : name(name) { setenv(name, value.c_str(), 1); }
+  ~EnvSet() { unsetenv(name); }
+  const char* name;
+};
+
+RunResult recorded(const std::string& rec, const std::vector<std::string>& args, const std::string& input = "") {
+  EnvSet on("DIAG_RECORD", rec);
+  return runSim(args, input);
+}
+
+RunResult replayed(const std::vector<std::string>& args, const std::string& input = "") {
+  return runProgram(programArgv(replayBin(), args), input);
+}
+
+// The requests of a recording in the simulator's trace words: without their
+// numbers and times, and without the lines a trace has no part in (pauses,
+// clock reads, the semaphores).
+std::vector<std::string> traceWords(const std::string& rec) {
+  std::vector<std::string> out;
+  for (const std::string& l : splitLines(readFile(rec))) {
+    if (l.empty() || l[0] < '0' || l[0] > '9') continue;
+    std::string words = l.substr(l.find(' ', l.find(' ') + 1) + 1);
+    if (words.rfind("sleep ", 0) != 0 && words.rfind("clock ", 0) != 0 && words.rfind("lock ", 0) != 0)
+      out.push_back(words);
+  }
+  return out;
+}
+
+// The number of the first request whose line holds piece.
+std::string numberOf(const std::string& rec, const std::string& piece) {
+  for (const std::string& l : splitLines(readFile(rec)))
+    if (contains(l, piece) && l[0] >= '0' && l[0] <= '9') return l.substr(0, l.find(' '));
+  return "?";
+}
+
+long voluntarySwitchesOf(const std::vector<std::string>& args) {
+  struct rusage before, after;
+  getrusage(RUSAGE_CHILDREN, &before);
+  replayed(args);
+  getrusage(RUSAGE_CHILDREN, &after);
+  return after.ru_nvcsw - before.ru_nvcsw;
+}
+
+// The configuration diag-simctl show gives, without its count of accesses.
+std::string configOf(const std::string& show) { return show.substr(0, show.find("accesses")); }
+
+struct Row {
+  std::vector<std::vector<std::string>> setup;  // diag-simctl commands before the run
+  std::vector<std::string> args;
+  std::string input = "";
+};
+}  // namespace
+
+TEST(RecordReplay, EveryCommandOfTheEndToEndTestsReplaysWithItsOutputAndStatus) {
+  writeFile(testPath("s1.txt"), "#!banner %s\n# note\n ec -cd Scan\nnosuch\nec -cd SD\r\nfile other\nq\nstop\nversion\n");
+  const std::vector<std::string> stuck = {"fpga", "fault", "stuck", "0x04", "3", "0"};
+  const Row rows[] = {
+      {{}, {"nosuch", "x"}},
+      {{}, {std::string(300, 'x')}},
+      {{}, {"ec", "-cd", "%s%n%d%%"}},
+      {{}, {"--help"}},
+      {{{"revision", "none"}}, {"--version"}},
+      {{}, {"file", testPath("s1.txt")}},
+      {{}, {"delay", "-m", "0x10", "-s"}},
+      {{}, {"utp", "-m", "Press", "Enter", "-f", testPath("utp.out")}, "done 100%% %d\n"},
+      {{}, {"system", "echo", "hi%s"}},
+      {{}, {"log", "psc", "on"}},
+      {{}, {"ta"}},
+      {{}, {"gpmc"}},
+      {{}, {"gpmc", "-m", "reg", "-r", "16"}},
+      {{stuck}, {"--exit-status", "runtest", "gpmcreg"}},
+      {{{"set", "board", "signal"}}, {"gpmc", "-m", "obuf", "-w", "4", "-d", "0x1234"}},
+      {{{"set", "board", "signal"}}, {"allok", "-scn", "s"}},
+      {{{"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc1"}}, {"--exit-status", "gpmc", "-m", "reg", "-r", "2"}},
+      {{}, {"i2c", "-l"}},
+      {{}, {"i2c", "-d", "fctl", "-o", "0x99", "-r", "1"}},
+      {{}, {"i2c", "-d", "mhEeprom", "-o", "0", "-r", "300"}},
+      {{{"i2c", "absent", "mrtmp2", "on"}}, {"--exit-status", "runtest", "i2cscn"}},
+      {{{"i2c", "fan-fail", "2", "on"}}, {"fan", "-ds"}},
+      {{}, {"fan", "-r"}},
+      {{{"set", "rev", "2"}}, {"file", std::string(DIAG_SOURCE_DIR) + "/examples/production.txt"}},
+  };
+  int n = 0;
+  for (const Row& row : rows) {
+    const std::string rec = testPath("rec" + std::to_string(n++));
+    SCOPED_TRACE(rec);
+    simctl({"reset"});
+    for (const auto& c : row.setup) simctl(c);
+    Trace trace;
+    RunResult first = recorded(rec, row.args, row.input);
+    RunResult again = replayed({rec}, row.input);
+    EXPECT_FALSE(first.timedOut || again.timedOut);
+    EXPECT_EQ(again.exitCode, first.exitCode) << again.out;
+    EXPECT_EQ(again.out, first.out);
+    if (row.setup.empty() || row.setup[0][0] != "kernel") {
+      EXPECT_EQ(traceWords(rec), trace.lines());
+    }
+  }
+}
+
+// One byte changed in a request: the replay runs up to it and stops there, naming it.
+TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
+  simctl({"reset"});
+  const std::string rec = testPath("rec");
+  ASSERT_EQ(recorded(rec, {"i2c", "-d", "fctl", "-o", "0x90", "-r", "2"}).out, "0x0be0\n");
+  const std::string text = readFile(rec);
+  struct Change {
+    std::string from, to, recorded, asked;
+  } changes[] = {
+      {"cmd 0x90", "cmd 0x91", "i2c-2 0x52 smbus read word_data cmd 0x91", "i2c-2 0x52 smbus read word_data cmd 0x90"},
+      {"0x71 write 02", "0x71 write 03", "i2c-2 rdwr 0x71 write 03 ; 0x71 read 1",
+       "i2c-2 rdwr 0x71 write 02 ; 0x71 read 1"},
+      {"boardrev.txt O", "boardrev.tx_ O", "open /vesta/diags/boardrev.tx_ O_RDONLY",
+       "open /vesta/diags/boardrev.txt O_RDONLY"},
+  };
+  for (const Change& c : changes) {
+    SCOPED_TRACE(c.to);
+    const size_t at = text.find(c.from);
+    ASSERT_NE(at, std::string::npos);
+    writeFile(testPath("changed"), text.substr(0, at) + c.to + text.substr(at + c.from.size()));
+    RunResult r = replayed({testPath("changed")});
+    EXPECT_EQ(r.exitCode, 3);
+    EXPECT_EQ(r.out, "diag-replay: request " + numberOf(testPath("changed"), c.to) + " differs: recorded \"" + c.recorded +
+                         "\", asked \"" + c.asked + "\"\n");
+  }
+  // A recording cut short, and one that holds a request more than the program asks.
+  writeFile(testPath("cut"), text.substr(0, text.rfind("\n", text.rfind(" close fd ")) + 1));
+  EXPECT_TRUE(contains(replayed({testPath("cut")}).out, "differs: recorded nothing more, asked \"close fd "));
+  const std::string more = std::to_string(traceWords(rec).size() + countOf(text, " lock ") + 1) + " 9.0 close fd 7\n";
+  writeFile(testPath("more"), text + more);
+  EXPECT_TRUE(contains(replayed({testPath("more")}).out, "recorded \"close fd 7\", asked nothing more (the program ended)"));
+  EXPECT_EQ(replayed({testPath("nosuch")}).out, "diag-replay: cannot read " + testPath("nosuch") + " (No such file or directory)\n");
+}
+
+TEST(RecordReplay, ARecordingThatCannotBeWrittenIsOneLineAndTheRunGoesOn) {
+  const std::string fifo = testPath("unread.fifo");
+  mkfifo(fifo.c_str(), 0600);
+  const std::vector<std::string> args = {"gpmc", "-m", "reg", "-r", "4"};
+  simctl({"reset"});
+  const RunResult plain = runSim(args);
+  for (const auto& [path, why] : {std::pair{testDir(), "Is a directory"}, {fifo, "a FIFO that nothing reads"},
+                                  {testPath("no/such/dir"), "No such file or directory"}}) {
+    RunResult r = recorded(path, args);
+    EXPECT_EQ(r.exitCode, plain.exitCode);
+    EXPECT_EQ(r.out, "diag-sim: cannot write the recording to " + path + " (" + why + "); going on without it\n" + plain.out);
+  }
+}
+
+// A process started by a recorded one records beside it and replays on its own.
+TEST(RecordReplay, ABackgroundJobRecordsBesideItsParentAndReplaysOnItsOwn) {
+  simctl({"reset"});
+  std::string child;  // in a script: with the emulator of a cross build, the line would pass 199 characters
+  for (const std::string& w : programArgv(diagSimBin(), {"gpmc", "-m", "reg", "-r", "2"})) child += w + " ";
+  writeFile(testPath("child.sh"), child + "> " + testPath("child.out") + "\n");
+  const std::string rec = testPath("bg.rec");
+  RunResult parent = recorded(rec, {"bg", "sh", testPath("child.sh")});
+  ASSERT_EQ(parent.exitCode, 0) << parent.out;
+  std::vector<std::string> children;  // the job ran to its end: it held the parent's output open
+  for (const auto& e : std::filesystem::directory_iterator(testDir()))
+    if (e.path().filename().string().rfind("bg.rec.", 0) == 0) children.push_back(e.path().string());
+  ASSERT_EQ(children.size(), 1u);
+  EXPECT_TRUE(contains(readFile(children[0]), "\nparent "));
+  EXPECT_TRUE(contains(readFile(children[0]), "\nend\n"));
+  EXPECT_EQ(replayed({children[0]}).out, readFile(testPath("child.out")));
+  EXPECT_TRUE(contains(readFile(testPath("child.out")), "0000: "));
+}
+
+// Pauses are replayed, not slept: a recorded second of delay is a thousand
+// pauses, each a voluntary wait of the process only when slept.
+TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
+  const std::string rec = testPath("delay.rec");
+  ASSERT_EQ(recorded(rec, {"delay", "-s", "1"}).exitCode, 0);
+  ASSERT_EQ(countOf(readFile(rec), " sleep 900us\n"), 1000u);
+  EXPECT_LT(voluntarySwitchesOf({rec}), 200);
+  EXPECT_GE(voluntarySwitchesOf({"--real-time", rec}), 1000);
+}
+
+// The simulator set from a recording answers as the recorded instrument did:
+// its board and revision found from the system files, the chips' contents from
+// what was read (a failed fan, a memory byte, a temperature), the FPGA words.
+TEST(RecordReplay, TheSimulatorTakesTheStateARecordingRead) {
+  const std::vector<std::vector<std::string>> setups[] = {
+      {{"set", "board", "signal"}, {"set", "rev", "2"}, {"fpga", "poke", "reg", "0x04", "0xbeef"}},
+      {{"i2c", "fan-fail", "1", "on"}, {"i2c", "poke", "bpEeprom", "0", "0x41"}, {"set", "temp", "45.5"}},
+  };
+  const std::string script = testPath("look.txt");
+  writeFile(script, "gpmc -m reg -r 8\nfan -ds\ni2c -d mrtmp1 -o 0 -r 1\ni2c -d mrtmp1 -o 0x22 -r 1\n"
+                    "i2c -d bpEeprom -o 0 -r 16\nruntest fcreg\nversion\n");
+  for (const auto& setup : setups) {
+    SCOPED_TRACE(setup[0][1]);
+    simctl({"reset"});
+    for (const auto& c : setup) simctl(c);
+    const std::string before = configOf(simctl({"show"}));
+    const RunResult first = recorded(testPath("look.rec"), {"file", script});
+    simctl({"reset"});
+    EXPECT_EQ(simctl({"load-recording", testPath("look.rec")}).rfind("board ", 0), 0u);
+    EXPECT_EQ(configOf(simctl({"show"})), before);
+    EXPECT_EQ(runSim({"file", script}).out, first.out);
+  }
+  EXPECT_EQ(simctl({"i2c", "peek", "bpEeprom", "0"}), "0x41\n");
+}

@@ -54,8 +54,9 @@ int funcs(const SimState& s, const I2cHandle& h, void* arg) {
 ssize_t plain(SimState& s, I2cHandle& h, uint8_t* buf, size_t n, bool read) {
   if (n > MAX_PLAIN) n = MAX_PLAIN;
   I2cMsg m{read, buf, n};
-  std::string what = read ? "read " + std::to_string(n) : "write " + hexBytes(buf, n);
+  std::string what = !tracing() ? "" : read ? "read " + std::to_string(n) : "write " + hexBytes(buf, n);
   int rc = i2cTransfer(s, h.adapter, h.addr, &m, 1);
+  if (!tracing()) return rc < 0 ? rc : static_cast<ssize_t>(n);
   if (rc < 0)
     trace("i2c-%d 0x%02x %s -> %s", h.adapter, h.addr, what.c_str(), errName(-rc));
   else if (read)

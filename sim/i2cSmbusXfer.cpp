@@ -146,7 +146,7 @@ int transfer(SimState& s, const I2cHandle& h, i2c_smbus_ioctl_data& r) {
 int smbusXfer(SimState& s, const I2cHandle& h, struct i2c_smbus_ioctl_data* req) {
   if (!req) return fail(fmt("i2c-%d 0x%02x smbus", static_cast<unsigned>(h.adapter), static_cast<unsigned>(h.addr)), EFAULT);
   i2c_smbus_ioctl_data& r = *req;
-  std::string line = requestText(h, r);
+  std::string line = tracing() ? requestText(h, r) : "";
   bool read = r.read_write == I2C_SMBUS_READ;
   if (!sizeName(r.size) || (!read && r.read_write != I2C_SMBUS_WRITE)) return fail(line, EINVAL);
   bool needsData = !(r.size == I2C_SMBUS_QUICK || (r.size == I2C_SMBUS_BYTE && !read));
@@ -166,7 +166,7 @@ int smbusXfer(SimState& s, const I2cHandle& h, struct i2c_smbus_ioctl_data* req)
     return fail(line, EINVAL);
   int rc = transfer(s, h, r);
   if (rc < 0) return fail(line, -rc);
-  trace("%s%s", line.c_str(), read || r.size == I2C_SMBUS_PROC_CALL ? resultText(r).c_str() : "");
+  if (tracing()) trace("%s%s", line.c_str(), read || r.size == I2C_SMBUS_PROC_CALL ? resultText(r).c_str() : "");
   return 0;
 }
 

@@ -6,6 +6,7 @@
 #include <signal.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
@@ -24,12 +25,14 @@ constexpr int STALL_MS = 1000;
 std::mutex traceMutex;
 bool opened = false;
 int fd = -1;
+std::atomic<bool> live{false};  // fd is open: read without the mutex
 std::string path;
 
 void dropTrace(const char* why) {
   fprintf(stderr, "diag-sim: cannot write the trace to %s (%s); going on without it\n", path.c_str(), why);
   if (fd >= 0) ::close(fd);
   fd = -1;
+  live = false;
 }
 
 // One write per line, so that lines of several processes interleave whole.
@@ -69,20 +72,31 @@ void traceOpen() {
   // Without blocking: a FIFO that nothing reads fails at once instead of stopping the process.
   fd = ::open(p, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NONBLOCK, 0666);
   if (fd < 0) dropTrace(errno == ENXIO ? "a FIFO that nothing reads" : strerror(errno));
+  live = fd >= 0;
 }
 
-void trace(const char* fmt, ...) {
+bool tracing() { return live; }
+
+namespace {
+// Apart from trace(), so that a call while nothing is traced costs no line buffer.
+void writeFormatted(const char* fmt, va_list ap) {
   std::lock_guard<std::mutex> g(traceMutex);
   if (fd < 0) return;
   char line[1024];
-  va_list ap;
-  va_start(ap, fmt);
   int n = vsnprintf(line, sizeof line - 1, fmt, ap);
-  va_end(ap);
   if (n < 0) return;
   if (n > static_cast<int>(sizeof line) - 2) n = sizeof line - 2;
   line[n++] = '\n';
   writeLine(line, static_cast<size_t>(n));
+}
+}  // namespace
+
+void trace(const char* fmt, ...) {
+  if (!live) return;
+  va_list ap;
+  va_start(ap, fmt);
+  writeFormatted(fmt, ap);
+  va_end(ap);
 }
 
 }  // namespace sim

@@ -8,4 +8,7 @@ namespace sim {
 // Opens the trace; done once, before the process first takes the state lock.
 void traceOpen();
 void trace(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
+// True while the trace is written: a caller whose line costs work to decode
+// (bytes in hexadecimal, a request spelt out) builds it only then.
+bool tracing();
 }  // namespace sim

@@ -9,7 +9,7 @@
 namespace {
 // A runtest loop count of 0 (or none given after -l) runs until a key is pressed.
 constexpr unsigned long MAX_TEST_LOOPS = 3;
-constexpr unsigned long MAX_DELAY_MS = 2;
+constexpr unsigned long MAX_DELAY_MS = 0;
 constexpr unsigned long MAX_GPMC_WORDS = 4096;
 constexpr unsigned long MAX_COL_SAMPLES = 1024;
 
@@ -17,13 +17,14 @@ const char* const TEXT =
     "fuzz bounds: the target runs every connected command except:\n"
     "  ta                         skipped: three actions over three seconds by design\n"
     "  system, bg                 skipped: they start other programs\n"
-    "  delay                      run only with -s 0 and -m at most 2\n"
+    "  delay                      run only with -s 0 and -m 0 (its job is to pause)\n"
     "  runtest TEST -l N          run only with N from 1 to 3 (0 or no value runs until a key)\n"
+    "  gpmc -t                    skipped: it counts waveform cycles over a second\n"
     "  gpmc -r/-ctf N, -col N     run only with N at most 4096 words, -col at most 1024 samples\n"
     "  gpmc, utp file names       run only without '/': files stay in the target's own directory\n"
     "  log on, log -ts            skipped: the system log would get every later message; -ts starts a program\n"
-    "stdin is /dev/null (a key wait or an operator's answer ends at once), stdout goes to /dev/null;\n"
-    "every pause of the program (usleep: PMBus gaps, polls, settling) lasts at most 100 us\n";
+    "stdin is /dev/null (a key wait or an operator's answer ends at once), stdout is thrown away;\n"
+    "a pause of the program (usleep: PMBus gaps, polls, settling) moves the simulated clock on instead\n";
 
 bool named(const char* cmd, std::initializer_list<const char*> names) {
   for (const char* n : names)
@@ -67,6 +68,7 @@ const char* whyNotRun(int argc, char argv[][ARG_LEN]) {
     return "delay too long";
   if (named(cmd, {"runtest"}) && !valuesWithin(argc, argv, "-l", 1, MAX_TEST_LOOPS)) return "loop count";
   if (named(cmd, {"gpmc"})) {
+    if (hasWord(argc, argv, 1, {"-t"})) return "counts cycles over a second";
     if (!valuesWithin(argc, argv, "-r", 0, MAX_GPMC_WORDS) || !valuesWithin(argc, argv, "-col", 0, MAX_COL_SAMPLES))
       return "too many words";
     // -ctf takes a file name, then the sample count.

@@ -7,9 +7,9 @@
 #include "board.h"
 
 // The world every fuzz target runs in, set up once per process by its first
-// input: a simulated instrument in a state file of its own (in a fresh
-// directory, which is also the working directory, so that files a command
-// writes stay there), standard input at its end and standard output thrown
+// input: a simulated instrument in the process's own memory (no state file),
+// a fresh directory as the working directory (so that files a command writes
+// stay there), standard input at its end and standard output thrown
 // away, and the board's command registry holding each
 // connected command behind the target's bounds (fuzzBounds.h), so that lines
 // that reach a handler through dispatch or a script are bounded too. Prints

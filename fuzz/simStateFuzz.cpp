@@ -1,7 +1,8 @@
 // Arbitrary contents of the simulator's state file: another process (or a
 // damaged file of the right size) may leave any bytes in the shared state.
 // The input patches a power-on state past its header (a bad header makes the
-// next program reset the file, which leaves nothing to fuzz), then a choice
+// next program reset the file, which leaves nothing to fuzz); the target's
+// instrument is in memory, with the file's layout. Then a choice
 // of commands reads the instrument through every model: configuration,
 // switches, chips, fan controller, FPGA registers, buffers, ramp and A2D.
 //

@@ -25,10 +25,12 @@ const ChipModel& chipModel(int id) {
 namespace {
 constexpr size_t BLOCK_MAX = 32;
 
+using ChipIds = PerChip<int>;
+
 // The chips that acknowledge addr now: fitted, routed to, not silenced.
-std::vector<int> responders(const SimState& s, int adapter, int addr) {
-  std::vector<int> ids;
-  std::vector<ChipSite> sites = topology(s.cfg);
+ChipIds responders(const SimState& s, int adapter, int addr) {
+  ChipIds ids;
+  ChipSites sites = topology(s.cfg);
   for (const ChipSite& site : sites) {
     const I2cChipFault& f = s.i2c.fault[site.id];
     if (site.adapter == adapter && site.addr == addr && !f.absent && !f.nack && routed(s, sites, site))
@@ -37,13 +39,13 @@ std::vector<int> responders(const SimState& s, int adapter, int addr) {
   return ids;
 }
 
-bool writeAll(SimState& s, const std::vector<int>& ids, const I2cMsg& m, bool last) {
+bool writeAll(SimState& s, const ChipIds& ids, const I2cMsg& m, bool last) {
   bool ack = false;
   for (int id : ids) ack |= chipModel(id).write(s, chipInfo(id).slot, s.i2c.fault[id], m.buf, m.len, last);
   return ack;
 }
 
-bool readAll(SimState& s, const std::vector<int>& ids, uint8_t* buf, size_t len, size_t done) {
+bool readAll(SimState& s, const ChipIds& ids, uint8_t* buf, size_t len, size_t done) {
   bool ack = false;
   std::vector<uint8_t> one(len);
   if (len) memset(buf, 0xFF, len);
@@ -57,7 +59,7 @@ bool readAll(SimState& s, const std::vector<int>& ids, uint8_t* buf, size_t len,
 
 // A message whose first byte sets its length is still one message: the
 // chips go on with their reply after the count.
-int readMsg(SimState& s, const std::vector<int>& ids, I2cMsg& m) {
+int readMsg(SimState& s, const ChipIds& ids, I2cMsg& m) {
   if (!m.recvLen) return readAll(s, ids, m.buf, m.len, 0) ? 0 : -EREMOTEIO;
   if (!readAll(s, ids, m.buf, 1, 0)) return -EREMOTEIO;
   size_t count = m.buf[0];
@@ -68,8 +70,8 @@ int readMsg(SimState& s, const std::vector<int>& ids, I2cMsg& m) {
 }
 
 // A vanishing chip spends one of its remaining transfers, or has gone.
-void dropVanished(SimState& s, std::vector<int>& ids) {
-  std::erase_if(ids, [&](int id) {
+void dropVanished(SimState& s, ChipIds& ids) {
+  ids.eraseIf([&](int id) {
     I2cChipFault& f = s.i2c.fault[id];
     if (!f.vanishing) return false;
     if (f.ackLeft == 0) return true;
@@ -78,7 +80,7 @@ void dropVanished(SimState& s, std::vector<int>& ids) {
   });
 }
 
-void learnMsg(SimState& s, const std::vector<int>& ids, I2cMsg& m) {
+void learnMsg(SimState& s, const ChipIds& ids, I2cMsg& m) {
   if (m.recvLen) m.len = 1 + m.buf[0];
   for (int id : ids) chipModel(id).learn(s, chipInfo(id).slot, m.buf, m.len, 0);
 }
@@ -88,7 +90,7 @@ int transfer(SimState& s, int adapter, int addr, I2cMsg* msgs, size_t n, bool le
   // refuses one before anything goes on the bus.
   for (size_t i = 0; i < n; ++i)
     if (msgs[i].len == 0 && s.cfg.adapter == ADAPTER_OMAP) return -EOPNOTSUPP;
-  std::vector<int> ids = responders(s, adapter, addr);
+  ChipIds ids = responders(s, adapter, addr);
   if (!learn) dropVanished(s, ids);
   if (ids.empty()) return -EREMOTEIO;
   for (size_t i = 0; i < n; ++i) {

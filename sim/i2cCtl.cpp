@@ -39,7 +39,7 @@ std::string faultText(const I2cChipFault& f) {
 
 std::string list(SimState& s) {
   std::string out;
-  std::vector<ChipSite> sites = topology(s.cfg);
+  ChipSites sites = topology(s.cfg);
   for (const ChipSite& site : sites) {
     const ChipInfo& info = chipInfo(site.id);
     char head[160];

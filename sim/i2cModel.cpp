@@ -72,7 +72,7 @@ int rdwr(SimState& s, const I2cHandle& h, i2c_rdwr_ioctl_data* d) {
       return -EINVAL;
     }
   }
-  const std::string line = i2cRdwrText(h.adapter, *d);
+  const std::string line = tracing() ? i2cRdwrText(h.adapter, *d) : "";
   for (__u32 i = 0; i < d->nmsgs;) {
     // The messages to one address are one transaction of the bus model.
     __u32 end = i;
@@ -87,7 +87,7 @@ int rdwr(SimState& s, const I2cHandle& h, i2c_rdwr_ioctl_data* d) {
     }
     i = end;
   }
-  traceLine(withAnswer(line, i2cRdwrAnswer(*d)));
+  if (tracing()) traceLine(withAnswer(line, i2cRdwrAnswer(*d)));
   return static_cast<int>(d->nmsgs);
 }
 
@@ -95,9 +95,9 @@ int rdwr(SimState& s, const I2cHandle& h, i2c_rdwr_ioctl_data* d) {
 ssize_t plain(SimState& s, I2cHandle& h, uint8_t* buf, size_t n, bool read) {
   if (n > MAX_PLAIN) n = MAX_PLAIN;
   I2cMsg m{read, buf, n};
-  std::string line = i2cXferText(h.adapter, h.addr, read, buf, n);
+  std::string line = tracing() ? i2cXferText(h.adapter, h.addr, read, buf, n) : "";
   int rc = i2cTransfer(s, h.adapter, h.addr, &m, 1);
-  traceLine(withAnswer(line, rc < 0 ? errName(-rc) : read ? hexBytes(buf, n) : ""));
+  if (tracing()) traceLine(withAnswer(line, rc < 0 ? errName(-rc) : read ? hexBytes(buf, n) : ""));
   return rc < 0 ? rc : static_cast<ssize_t>(n);
 }
 }  // namespace

@@ -118,7 +118,7 @@ int smbusLearn(SimState& s, const I2cHandle& h, const i2c_smbus_ioctl_data& r) {
 int smbusXfer(SimState& s, const I2cHandle& h, struct i2c_smbus_ioctl_data* req) {
   if (!req) return fail(i2cText(h.adapter, h.addr) + " smbus", EFAULT);
   i2c_smbus_ioctl_data& r = *req;
-  std::string line = smbusText(h.adapter, h.addr, r);
+  std::string line = tracing() ? smbusText(h.adapter, h.addr, r) : "";
   bool read = r.read_write == I2C_SMBUS_READ;
   if (!smbusSizeName(r.size) || (!read && r.read_write != I2C_SMBUS_WRITE)) return fail(line, EINVAL);
   bool needsData = !(r.size == I2C_SMBUS_QUICK || (r.size == I2C_SMBUS_BYTE && !read));
@@ -138,7 +138,7 @@ int smbusXfer(SimState& s, const I2cHandle& h, struct i2c_smbus_ioctl_data* req)
     return fail(line, EINVAL);
   int rc = transfer(s, h, r);
   if (rc < 0) return fail(line, -rc);
-  traceLine(withAnswer(line, smbusAnswer(r)));
+  if (tracing()) traceLine(withAnswer(line, smbusAnswer(r)));
   return 0;
 }
 

@@ -41,7 +41,7 @@ constexpr int ADAPTER = 2;
 // front-panel switch's host channel meets whatever front-panel channel is
 // still open.
 
-void mainHost(const BoardConfig& cfg, std::vector<ChipSite>& v) {
+void mainHost(const BoardConfig& cfg, ChipSites& v) {
   bool sw = usesSwitches(cfg);
   I2cChipId host = sw ? CHIP_HOSTSW : CHIP_HOSTMUX;
   I2cChipId fp = sw ? CHIP_FPSW : CHIP_FPMUX;
@@ -61,7 +61,7 @@ void mainHost(const BoardConfig& cfg, std::vector<ChipSite>& v) {
   v.push_back({CHIP_FPRLY_EEPROM, ADAPTER, 0x57, fp, 3});
 }
 
-void signalHost(const BoardConfig& cfg, std::vector<ChipSite>& v) {
+void signalHost(const BoardConfig& cfg, ChipSites& v) {
   bool sw = usesSwitches(cfg);
   I2cChipId host = sw ? CHIP_SHOSTSW : CHIP_SHOSTMUX;
   v.push_back({host, ADAPTER, sw ? switchAddr(cfg, SW_SHOST) : 0x76, CHIP_NONE, 0});
@@ -73,7 +73,7 @@ void signalHost(const BoardConfig& cfg, std::vector<ChipSite>& v) {
   v.push_back({CHIP_MC2_EEPROM, ADAPTER, 0x51, host, 3});
 }
 
-const ChipSite* siteOf(const std::vector<ChipSite>& sites, I2cChipId id) {
+const ChipSite* siteOf(const ChipSites& sites, I2cChipId id) {
   for (const ChipSite& s : sites)
     if (s.id == id) return &s;
   return nullptr;
@@ -95,8 +95,8 @@ I2cChipId chipByName(const std::string& name) {
   return CHIP_NONE;
 }
 
-std::vector<ChipSite> topology(const BoardConfig& cfg) {
-  std::vector<ChipSite> v;
+ChipSites topology(const BoardConfig& cfg) {
+  ChipSites v;
   switch (cfg.board) {
     case BOARD_MAIN: mainHost(cfg, v); break;
     case BOARD_SIGNAL: signalHost(cfg, v); break;
@@ -106,7 +106,7 @@ std::vector<ChipSite> topology(const BoardConfig& cfg) {
   return v;
 }
 
-bool routed(const SimState& s, const std::vector<ChipSite>& sites, const ChipSite& site) {
+bool routed(const SimState& s, const ChipSites& sites, const ChipSite& site) {
   for (const ChipSite* cur = &site; cur->parent != CHIP_NONE;) {
     const ChipSite* up = siteOf(sites, cur->parent);
     if (!up || s.i2c.fault[up->id].absent || !selects(s, up->id, cur->channel)) return false;
@@ -115,7 +115,7 @@ bool routed(const SimState& s, const std::vector<ChipSite>& sites, const ChipSit
   return true;
 }
 
-std::string pathText(const std::vector<ChipSite>& sites, const ChipSite& site) {
+std::string pathText(const ChipSites& sites, const ChipSite& site) {
   std::string path;
   for (const ChipSite* cur = &site; cur && cur->parent != CHIP_NONE; cur = siteOf(sites, cur->parent))
     path = std::string(chipInfo(cur->parent).name) + "." + std::to_string(cur->channel) + (path.empty() ? "" : " ") + path;

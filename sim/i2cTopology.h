@@ -1,6 +1,8 @@
 #pragma once
+#include <algorithm>
+#include <array>
+#include <cstddef>
 #include <string>
-#include <vector>
 
 #include "boardConfig.h"
 #include "i2cState.h"
@@ -38,13 +40,39 @@ struct ChipSite {
   int channel;
 };
 
+// A list with at most one entry per chip, held without allocating: every
+// transfer on the simulated bus makes one of the fitted chips and one of those
+// that answer it.
+template <typename T>
+class PerChip {
+public:
+  void push_back(const T& v) {
+    if (n < at.size()) at[n++] = v;
+  }
+  // Applies pred to every entry once, in order, and drops those it is true for.
+  template <typename Pred>
+  void eraseIf(Pred pred) {
+    n = static_cast<size_t>(std::remove_if(begin(), end(), pred) - begin());
+  }
+  T* begin() { return at.data(); }
+  T* end() { return at.data() + n; }
+  const T* begin() const { return at.data(); }
+  const T* end() const { return at.data() + n; }
+  bool empty() const { return n == 0; }
+
+private:
+  std::array<T, I2C_CHIPS> at;  // only the first n are ever read
+  size_t n = 0;
+};
+using ChipSites = PerChip<ChipSite>;
+
 const ChipInfo& chipInfo(int id);
 I2cChipId chipByName(const std::string& name);
 // The chips fitted on the board the configuration describes.
-std::vector<ChipSite> topology(const BoardConfig& cfg);
+ChipSites topology(const BoardConfig& cfg);
 // True when every switch on the chip's path is fitted and selects it.
-bool routed(const SimState& s, const std::vector<ChipSite>& sites, const ChipSite& site);
+bool routed(const SimState& s, const ChipSites& sites, const ChipSite& site);
 // "hostsw.3 fpsw.1", or "direct".
-std::string pathText(const std::vector<ChipSite>& sites, const ChipSite& site);
+std::string pathText(const ChipSites& sites, const ChipSite& site);
 
 }  // namespace sim

@@ -113,7 +113,7 @@ std::string show(const SimState& s) {
   snprintf(buf, sizeof buf,
            "state %s\nboard %s\nrev %u\nswitch host %s 0x%02x\nswitch fp %s 0x%02x\nswitch shost %s 0x%02x\n"
            "mref-addr 0x%02x\ntemp %.1f\nadapter %s\naccesses %llu\n",
-           statePath().c_str(), boardName(s.cfg.board), s.cfg.rev, switchName(s.cfg, SW_HOST),
+           stateWhere().c_str(), boardName(s.cfg.board), s.cfg.rev, switchName(s.cfg, SW_HOST),
            switchAddr(s.cfg, SW_HOST), switchName(s.cfg, SW_FP), switchAddr(s.cfg, SW_FP),
            switchName(s.cfg, SW_SHOST), switchAddr(s.cfg, SW_SHOST), s.cfg.mrefSensorAddr,
            s.cfg.localTempMilliC / 1000.0, adapterName(s.cfg.adapter), static_cast<unsigned long long>(s.accesses));

@@ -12,7 +12,8 @@ constexpr uint32_t SIM_MAGIC = 0x5a395349;  // "Z9SI"
 constexpr uint32_t SIM_LAYOUT = 4;
 
 // The whole simulated instrument, in one file-backed shared mapping so that
-// every diag-sim process sees one instrument. Plain data only.
+// every diag-sim process sees one instrument (or in the memory of one process,
+// for tests and fuzzing). Plain data only.
 struct SimState {
   uint32_t magic;
   uint32_t layout;

@@ -7,6 +7,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <atomic>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -24,6 +25,10 @@ std::string statePath() {
 }
 
 namespace {
+bool memoryChosen = false;
+bool storeMade = false;
+std::atomic<uint64_t> skippedNs{0};
+
 const char* const ELSEWHERE = "remove it, or name another file with DIAG_SIM_STATE";
 const char* const AFRESH = "diag-simctl reset starts it afresh";
 
@@ -80,6 +85,14 @@ SimStore& SimStore::get() {
   return store;
 }
 
+bool useMemoryState() {
+  if (storeMade) return memoryChosen;
+  memoryChosen = true;
+  return true;
+}
+
+std::string stateWhere() { return SimStore::get().inMemory() ? "memory" : statePath(); }
+
 // A forked child opens the file again: a lock belongs to an open file, which
 // parent and child would otherwise share and so not exclude each other.
 // Only a regular file of this user's, reached without a symbolic link: the
@@ -109,8 +122,18 @@ void SimStore::check() {
 }
 
 SimStore::SimStore() {
+  storeMade = true;
   // Outside the state lock, which every other process waits for.
   traceOpen();
+  if (memoryChosen) {
+    st = new SimState();
+    resetState(*st);
+  } else {
+    mapFile();
+  }
+}
+
+void SimStore::mapFile() {
   openFile();
   if (flock(fd, LOCK_EX) != 0) fatal("cannot lock the simulator state");
   struct stat sb;
@@ -127,7 +150,7 @@ SimStore::SimStore() {
 
 void SimStore::lock() {
   threadMutex.lock();
-  if (depth++ == 0) {
+  if (depth++ == 0 && !inMemory()) {
     if (getpid() != ownerPid) openFile();
     while (flock(fd, LOCK_EX) != 0 && errno == EINTR) {
     }
@@ -137,14 +160,20 @@ void SimStore::lock() {
 
 void SimStore::unlock() {
   if (depth == 1 && cutUnderUs) check();
-  if (--depth == 0) flock(fd, LOCK_UN);
+  if (--depth == 0 && !inMemory()) flock(fd, LOCK_UN);
   threadMutex.unlock();
 }
 
 uint64_t nowNs() {
   struct timespec ts;
   clock_gettime(CLOCK_MONOTONIC, &ts);
-  return static_cast<uint64_t>(ts.tv_sec) * 1000000000ull + static_cast<uint64_t>(ts.tv_nsec);
+  return static_cast<uint64_t>(ts.tv_sec) * 1000000000ull + static_cast<uint64_t>(ts.tv_nsec) + skippedNs.load();
+}
+
+bool skipTime(uint64_t ns) {
+  if (!SimStore::get().inMemory()) return false;
+  skippedNs += ns;
+  return true;
 }
 
 }  // namespace sim

@@ -1,5 +1,6 @@
 #include "simTrace.h"
 
+#include <atomic>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -13,6 +14,7 @@ namespace {
 std::mutex traceMutex;
 bool opened = false;
 LineSink sink;
+std::atomic<bool> live{false};  // the sink is open: read without the mutex
 
 void put(const char* fmt, va_list ap) {
   char line[1024];
@@ -21,6 +23,7 @@ void put(const char* fmt, va_list ap) {
   if (n > static_cast<int>(sizeof line) - 2) n = sizeof line - 2;
   line[n++] = '\n';
   sink.put(line, static_cast<size_t>(n));
+  live = sink.isOpen();
 }
 }  // namespace
 
@@ -29,8 +32,10 @@ void traceOpen() {
   if (opened) return;
   opened = true;
   const char* p = getenv("DIAG_SIM_TRACE");
-  if (p && *p) sink.open(p, "diag-sim", "the trace", true);
+  if (p && *p) live = sink.open(p, "diag-sim", "the trace", true);
 }
+
+bool tracing() { return live; }
 
 void trace(const char* fmt, ...) {
   std::lock_guard<std::mutex> g(traceMutex);
@@ -44,6 +49,7 @@ void trace(const char* fmt, ...) {
 void traceLine(const std::string& line) {
   std::lock_guard<std::mutex> g(traceMutex);
   if (sink.isOpen()) sink.put(line + "\n");
+  live = sink.isOpen();
 }
 
 }  // namespace sim

@@ -11,4 +11,7 @@ void traceOpen();
 void trace(const char* fmt, ...) __attribute__((format(printf, 1, 2)));
 // A line of any length (a transfer's bytes), without its newline.
 void traceLine(const std::string& line);
+// True while the trace is written: a caller whose line costs work to decode
+// (bytes in hexadecimal, a request spelt out) builds it only then.
+bool tracing();
 }  // namespace sim

@@ -57,7 +57,7 @@ std::vector<uint8_t> controls(sim::ChipKind kind) {
 void checkSimulator(const std::string& where, const sim::BoardConfig& cfg) {
   auto s = std::make_unique<sim::SimState>();
   s->cfg = cfg;
-  std::vector<sim::ChipSite> sites = sim::topology(cfg);
+  sim::ChipSites sites = sim::topology(cfg);
   std::vector<const sim::ChipSite*> switches;
   for (const sim::ChipSite& site : sites)
     if (sim::chipInfo(site.id).kind == sim::KIND_SWITCH || sim::chipInfo(site.id).kind == sim::KIND_MUX)

@@ -2,14 +2,17 @@
 // user, and any program of the user's may cut it short. A file that is not a
 // regular file of this user's is refused and never written; one cut, grown or
 // overwritten under a running process ends that process with one line, never
-// a bus fault.
+// a bus fault. Tests and fuzz targets may keep the instrument in memory instead.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
+#include <linux/i2c-dev.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
 #include <string>
 
+#include "kernel.h"
 #include "programs.h"
 #include "ptySession.h"
 #include "simStore.h"
@@ -88,4 +91,45 @@ TEST(SimStore, CutInsideAnAccessEndsTheProcessNotByABusFault) {
       },
       testing::ExitedWithCode(1), "was cut or grown by another program while in use");
   writeFile(path, saved);
+}
+
+namespace {
+// In a process of its own: the instrument in memory, checked; exits 0 when all holds, else 1 saying what did not.
+[[noreturn]] void checkMemoryInstrument() {
+  std::string wrong;
+  auto expect = [&](bool ok, const char* what) { wrong += ok ? "" : std::string(what) + "; "; };
+  expect(sim::useMemoryState(), "memory refused before any access");
+  expect(contains(simctl({"show"}), "state memory\n"), "show names the memory");
+  int fd = kernel().open("/dev/i2c-2", O_RDWR);
+  unsigned char at[2] = {0, 0}, id[2] = {};
+  expect(fd >= 0 && kernel().ioctlVal(fd, I2C_SLAVE_FORCE, 0x56) == 0 && kernel().write(fd, at, 2) == 2 &&
+             kernel().read(fd, id, 2) == 2 && id[0] == 'Z' && id[1] == '9',
+         "the main host EEPROM reads its identification");
+  simctl({"i2c", "fan-settle", "60000"});
+  simctl({"i2c", "fan-fail", "1", "on"});
+  simctl({"i2c", "fan-fail", "1", "off"});  // fan 1 spins up from standstill over a minute
+  expect(contains(simctl({"i2c", "list"}), "rpm 0 3040"), "fan 1 stands at first");
+  expect(sim::skipTime(60000000000ull), "skipping refused");
+  expect(contains(simctl({"i2c", "list"}), "rpm 3040 3040"), "fan 1 at its speed a skipped minute later");
+  expect(access(sim::statePath().c_str(), F_OK) != 0, "a state file was made");
+  fputs(wrong.c_str(), stderr);
+  exit(wrong.empty() ? 0 : 1);
+}
+}  // namespace
+
+// The choice is made before the first access, so it is shown in a process of
+// its own: the same models answer, no state file is made, and the clock moves
+// on at once by what is skipped, as a fan spinning up shows. The file's clock
+// is every process's, so skipping is refused there. The child is the test
+// program run anew, since this process may already use the file; under an
+// emulator, which the kernel cannot start by itself, a forked child, which is
+// fresh where ctest runs each test in a process of its own.
+TEST(SimStore, TheInMemoryInstrumentRunsTheModelsWithoutTheFile) {
+  const std::string style = GTEST_FLAG_GET(death_test_style);
+  GTEST_FLAG_SET(death_test_style, std::string(DIAG_EMULATOR).empty() ? "threadsafe" : "fast");
+  EXPECT_EXIT(checkMemoryInstrument(), testing::ExitedWithCode(0), "");
+  GTEST_FLAG_SET(death_test_style, style);
+  EXPECT_TRUE(contains(simctl({"show"}), "state " + sim::statePath() + "\n"));
+  EXPECT_FALSE(sim::useMemoryState());
+  EXPECT_FALSE(sim::skipTime(1));
 }

@@ -69,7 +69,7 @@ void* GpmcDev::drvMap(size_t len) const {
 // Taken for a block of words rather than for each: errno EINTR when the
 // operator interrupted the wait, else ENOLCK.
 bool GpmcDev::lockBlock() const {
-  if (device.sem.take() == SUCCESS) return true;
+  if (device.sem.take(true) == SUCCESS) return true;
   if (errno != EINTR) errno = ENOLCK;
   return false;
 }
@@ -187,6 +187,7 @@ E_STATUS GpmcDev::regRd(unsigned short* val, unsigned long offset) {
 }
 
 E_STATUS GpmcDev::regWrWithRdBack(unsigned short val, unsigned long offset, bool rdBack) {
+  GpmcHold hold(device.sem);
   unsigned long n;
   E_STATUS status = write({&val, 1}, offset, 1, &n);
   if (status != SUCCESS || !rdBack) return status;
@@ -196,6 +197,7 @@ E_STATUS GpmcDev::regWrWithRdBack(unsigned short val, unsigned long offset, bool
   return back == val ? SUCCESS : FAILURE;
 }
 E_STATUS GpmcDev::setResetBits(unsigned long regOffset, unsigned long bits, bool set) {
+  GpmcHold hold(device.sem);
   unsigned short v;
   if (regRd(&v, regOffset) != SUCCESS) {
     LOGERR(errFlags(), "failed to read FPGA\n");
@@ -219,6 +221,7 @@ E_STATUS GpmcDev::setResetBits(unsigned long regOffset, unsigned long bits, bool
 }
 
 E_STATUS GpmcDev::setField(unsigned long offset, unsigned char mask, unsigned char value) {
+  GpmcHold hold(device.sem);
   unsigned short v;
   if (regRd(&v, offset) != SUCCESS) {
     LOGERR(errFlags(), "failed to read FPGA\n");
@@ -229,6 +232,7 @@ E_STATUS GpmcDev::setField(unsigned long offset, unsigned char mask, unsigned ch
 }
 
 E_STATUS GpmcDev::rdFPGARegs(S_GPMC_FPGA_REGS* regs) {
+  GpmcHold hold(device.sem);
   for (const ShRegAddr& r : shRegTable) {
     E_STATUS status = regRd(&(regs->*r.field), r.addr);
     if (status != SUCCESS) return status;
@@ -237,6 +241,7 @@ E_STATUS GpmcDev::rdFPGARegs(S_GPMC_FPGA_REGS* regs) {
 }
 
 E_STATUS GpmcDev::rdFPGARegs(S_GPMC_MH_FPGA_REGS* regs) {
+  GpmcHold hold(device.sem);
   unsigned long addr = 0;
   for (auto field : mhRegTable) {
     E_STATUS status = regRd(&(regs->*field), addr);

@@ -76,6 +76,24 @@ private:
   mutable std::optional<int> adapterFD;
 };
 
+// Holds the GPMC semaphore across a short run of words that belong together
+// (a register read, changed and read back; a snapshot of the registers): taken
+// once, each word inside taking it again without waiting or asking the kernel.
+// Never held across a pause. Where the take fails, each word tries for itself.
+class GpmcHold {
+public:
+  explicit GpmcHold(ProgramSem& sem) : sem(sem), taken(sem.take(true) == SUCCESS) {}
+  ~GpmcHold() {
+    if (taken) sem.give();
+  }
+  GpmcHold(const GpmcHold&) = delete;
+  GpmcHold& operator=(const GpmcHold&) = delete;
+
+private:
+  ProgramSem& sem;
+  bool taken;
+};
+
 // The word port of one access target of the board FPGA: every word of a
 // register or a buffer goes through one. A register-space word is one driver
 // request, made under the GPMC semaphore, which a block of words takes once

@@ -229,7 +229,7 @@ int main(int argc, char** argv) {
   Board board([](const std::string&) {});
   const std::string dir = argv[1];
   const std::string diagPage = header("diag", "board-level diagnostics shell of the instrument") + DIAG_TEXT +
-                               commands(board.commands) + selfTests(board.tests) + DIAG_TAIL;
+                               commands(board.commands) + selfTests(board.tests()) + DIAG_TAIL;
   bool ok = write(dir + "/diag.1", diagPage) &&
             write(dir + "/diag-sim.1", header("diag-sim", "the diagnostics shell on a simulated instrument") + SIM_TEXT) &&
             write(dir + "/diag-simctl.1", simctlPage()) &&

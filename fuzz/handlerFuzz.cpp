@@ -16,7 +16,7 @@
 
 namespace {
 const Test* testByIndex(uint8_t n) {
-  const TMap& tests = fuzzBoard().tests.map;
+  const TMap& tests = fuzzBoard().tests().map;
   auto it = tests.begin();
   std::advance(it, n % tests.size());
   return it->second;

@@ -28,8 +28,6 @@ void forgetInheritedSems() {
 }
 
 ProgramSem::ProgramSem(const char* name) : shared(name) {
-  static const bool hooked = (atProcessEnd(releaseAll), pthread_atfork(nullptr, nullptr, forgetInheritedSems), true);
-  (void)hooked;
   for (auto& s : live) {
     ProgramSem* none = nullptr;
     if (s.compare_exchange_strong(none, this)) break;
@@ -47,6 +45,10 @@ ProgramSem::~ProgramSem() {
 E_STATUS ProgramSem::take(bool reentrant) {
   {
     std::lock_guard<std::mutex> lock(openMutex);
+    // The process-end and fork hooks are set before the first take, not at start: a run that never takes a
+    // semaphore (version, help) spends no system calls on signal handlers it does not need.
+    static const bool hooked = (atProcessEnd(releaseAll), pthread_atfork(nullptr, nullptr, forgetInheritedSems), true);
+    (void)hooked;
     if (!opened && !shared.open()) return FAILURE;
     opened = true;
   }

@@ -1,4 +1,6 @@
 #pragma once
+#include <optional>
+
 #include "cmdLineObjectMap.h"
 #include "devices.h"
 #include "gpmcDevMap.h"
@@ -31,7 +33,14 @@ struct Board {
   I2cDevMap i2c{i2cSem};
   PscLink psc;
   Devices devices;
-  TestMap tests{devices};
+  // The self-tests, made on first use: most runs (a register read, version) never need them.
+  TestMap& tests() {
+    if (!testMap) testMap.emplace(devices);
+    return *testMap;
+  }
   CmdLineObjectMap commands;
   Log log{[this] { fpga.pulseTrigger(); }};
+
+private:
+  std::optional<TestMap> testMap;
 };

@@ -16,8 +16,8 @@ E_STATUS testExec(const Args& args, Board& board) {
     printUsage(args.declaration());
     return SUCCESS;
   }
-  auto it = board.tests.map.find(args.word(test));
-  if (it == board.tests.map.end()) {
+  auto it = board.tests().map.find(args.word(test));
+  if (it == board.tests().map.end()) {
     log(LOG_TERM, "command not found\r\n");
     return CMD_NOT_FOUND;
   }
@@ -25,7 +25,7 @@ E_STATUS testExec(const Args& args, Board& board) {
 }
 
 E_STATUS listTests(const Args&, Board& board) {
-  for (const auto& [name, t] : board.tests.map) printf("%s - %s\n", name.c_str(), t->helpString.c_str());
+  for (const auto& [name, t] : board.tests().map) printf("%s - %s\n", name.c_str(), t->helpString.c_str());
   fflush(stdout);
   return SUCCESS;
 }

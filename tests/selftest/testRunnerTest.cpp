@@ -26,7 +26,7 @@ struct SelfTest : testing::Test {
 }  // namespace
 
 TEST_F(SelfTest, RegistryListsAndRunsByName) {
-  EXPECT_EQ(testBoard().tests.map.size(), 25u);
+  EXPECT_EQ(testBoard().tests().map.size(), 25u);
   std::string out = runCmd("listtests").out;
   EXPECT_EQ(out.rfind("cableconn - Test cable connections.\n", 0), 0u);
   const std::string last = "\ntmp3reg - Test a register in the TEMP3 sensor.\n";

@@ -174,21 +174,21 @@ int revision(SimState& s, const std::string& file, std::string& out) {
 }
 
 std::string show(const SimState& s) {
-  char buf[640];
+  char buf[512];
   snprintf(buf, sizeof buf,
            "state %s\nboard %s\nrev %u\nswitch host %s 0x%02x\nswitch fp %s 0x%02x\nswitch shost %s 0x%02x\n"
-           "mref-addr 0x%02x\ntemp %.1f\nadapter %s\naccesses %llu\n",
+           "mref-addr 0x%02x\ntemp %.1f\nadapter %s\n",
            stateWhere().c_str(), boardName(s.cfg.board), s.cfg.rev, switchName(s.cfg, SW_HOST),
            switchAddr(s.cfg, SW_HOST), switchName(s.cfg, SW_FP), switchAddr(s.cfg, SW_FP),
            switchName(s.cfg, SW_SHOST), switchAddr(s.cfg, SW_SHOST), s.cfg.mrefSensorAddr,
-           s.cfg.localTempMilliC / 1000.0, adapterName(s.cfg.adapter), static_cast<unsigned long long>(s.accesses));
+           s.cfg.localTempMilliC / 1000.0, adapterName(s.cfg.adapter));
   std::string out = buf;
   for (int z = 0; z < THERMAL_ZONES; ++z) {
     if (!s.cfg.zonePresent[z]) continue;
     snprintf(buf, sizeof buf, "zone %d %s %.3f\n", z, zoneType(z), s.cfg.zoneMilliC[z] / 1000.0);
     out += buf;
   }
-  return out;
+  return out + "accesses " + std::to_string(s.accesses) + "\n";
 }
 }  // namespace
 

@@ -35,6 +35,7 @@ struct BoardConfig {
   int16_t sensorEighths[MREF_SENSORS][2];
   uint8_t remoteOpen[MREF_SENSORS];
   uint8_t zonePresent[THERMAL_ZONES];
+  uint8_t zoneFailed[THERMAL_ZONES];  // its temperature does not read
   int32_t zoneMilliC[THERMAL_ZONES];
 };
 

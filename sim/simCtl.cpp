@@ -37,8 +37,9 @@ std::string usage() {
          "                                -128 to 127.875, to the eighth of a degree\n"
          "  set sensor mrtmp1|mrtmp2 remote open|closed\n"
          "                                the sensor's remote diode is disconnected, or back\n"
-         "  set zone N DEGREES|absent     the processor's thermal zone N (0-3): its temperature, or\n"
-         "                                not there (-273 to 200 degrees, to the thousandth)\n"
+         "  set zone N DEGREES|absent|failed\n"
+         "                                the processor's thermal zone N (0-3): its temperature (-273 to\n"
+         "                                200, to the thousandth), not there, or its reading fails (EIO)\n"
          "  set adapter omap|full         I2C controller of adapter 2: the instrument's own (omap:\n"
          "                                no SMBus quick, no zero-length message, no block read)\n"
          "                                or a full-featured one\n"
@@ -98,15 +99,17 @@ int setZone(SimState& s, const std::vector<std::string>& a, std::string& out) {
     out = "set zone: " + a[2] + " is not a zone from 0 to " + std::to_string(THERMAL_ZONES - 1) + "\n";
     return 2;
   }
-  if (a[3] == "absent") {
-    s.cfg.zonePresent[z] = 0;
+  if (a[3] == "absent" || a[3] == "failed") {
+    s.cfg.zonePresent[z] = a[3] == "failed";
+    s.cfg.zoneFailed[z] = a[3] == "failed";
     return 0;
   }
   if (!parseTemp(a[3], ZONE_MIN_DEG, ZONE_MAX_DEG, 1000, &milli)) {
-    out = "set zone: " + a[3] + " is not a temperature from -273 to 200 degrees, nor absent\n";
+    out = "set zone: " + a[3] + " is not a temperature from -273 to 200 degrees, nor absent or failed\n";
     return 2;
   }
   s.cfg.zonePresent[z] = 1;
+  s.cfg.zoneFailed[z] = 0;
   s.cfg.zoneMilliC[z] = static_cast<int32_t>(milli);
   return 0;
 }
@@ -185,7 +188,10 @@ std::string show(const SimState& s) {
   std::string out = buf;
   for (int z = 0; z < THERMAL_ZONES; ++z) {
     if (!s.cfg.zonePresent[z]) continue;
-    snprintf(buf, sizeof buf, "zone %d %s %.3f\n", z, zoneType(z), s.cfg.zoneMilliC[z] / 1000.0);
+    if (s.cfg.zoneFailed[z])
+      snprintf(buf, sizeof buf, "zone %d %s failed\n", z, zoneType(z));
+    else
+      snprintf(buf, sizeof buf, "zone %d %s %.3f\n", z, zoneType(z), s.cfg.zoneMilliC[z] / 1000.0);
     out += buf;
   }
   return out + "accesses " + std::to_string(s.accesses) + "\n";

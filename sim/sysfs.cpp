@@ -1,5 +1,6 @@
 #include "sysfs.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <vector>
 
@@ -97,6 +98,12 @@ bool sysFileLookup(const SimState& s, const std::string& path, std::string* cont
     }
   }
   return false;
+}
+
+int sysFileReadError(const SimState& s, const std::string& path) {
+  for (int z = 0; z < THERMAL_ZONES; ++z)
+    if (s.cfg.zoneFailed[z] && path == THERMAL_DIR + "/thermal_zone" + std::to_string(z) + "/temp") return EIO;
+  return 0;
 }
 
 }  // namespace sim

@@ -16,9 +16,12 @@ const char THERMAL_DIR[] = "/sys/class/thermal";
 constexpr int MAX_ZONES = 64;
 constexpr size_t TEXT_LEN = 64;
 
-// A sysfs text without its line end; false when the file cannot be read.
-bool sysText(const std::string& path, char (&buf)[TEXT_LEN]) {
+// A sysfs text without its line end; false when the file cannot be read, with
+// the system's reason in err (0: the file was empty).
+bool sysText(const std::string& path, char (&buf)[TEXT_LEN], int* err = nullptr) {
+  errno = 0;
   ssize_t n = kernel().readFile(path.c_str(), buf, sizeof buf);
+  if (err) *err = n < 0 ? errno : 0;
   if (n <= 0) return false;
   while (n > 0 && (buf[n - 1] == '\n' || buf[n - 1] == '\r')) buf[--n] = '\0';
   return true;
@@ -49,8 +52,10 @@ E_STATUS z9CoreTempRegRd(const Args&, Board&) {
     char type[TEXT_LEN], temp[TEXT_LEN];
     if (!sysText(dir + "/type", type)) break;
     long milli = 0;
-    if (!sysText(dir + "/temp", temp)) {
+    int err = 0;
+    if (!sysText(dir + "/temp", temp, &err)) {
       LOGERR(LOG_TERM, "%s (%s): its temperature cannot be read\n", zone.c_str(), type);
+      if (err) logErrno(LOG_TERM, err);
       st = FAILURE;
     } else if (!milliDegrees(temp, &milli)) {
       LOGERR(LOG_TERM, "%s (%s): its temperature reads \"%s\", not thousandths of a degree\n", zone.c_str(), type,

@@ -21,12 +21,20 @@ enum : unsigned {
 constexpr unsigned char MFR_ID_SA56004X = 0xA1;
 constexpr unsigned char STATUS_OPEN = 0x04;  // the remote diode is open: the remote reading means nothing
 
-const std::vector<RegFld> fraction = {{"eighths", 7, 5, RO}};
+// The bit fields are made when a sensor is first described, not when the
+// program starts: a run that does not look at the sensors pays nothing for them.
+const std::vector<RegFld>& fraction() {
+  static const std::vector<RegFld> f = {{"eighths", 7, 5, RO}};
+  return f;
+}
 // Status bits, most significant first, as the display names them.
-const std::vector<RegFld> statusBits = {
-    {"busy", 7, 7, RO},           {"local high", 6, 6, RO},        {"local low", 5, 5, RO},
-    {"remote high", 4, 4, RO},    {"remote low", 3, 3, RO},        {"remote diode open", 2, 2, RO},
-    {"remote critical", 1, 1, RO}, {"local critical", 0, 0, RO}};
+const std::vector<RegFld>& statusBits() {
+  static const std::vector<RegFld> f = {
+      {"busy", 7, 7, RO},            {"local high", 6, 6, RO},       {"local low", 5, 5, RO},
+      {"remote high", 4, 4, RO},     {"remote low", 3, 3, RO},       {"remote diode open", 2, 2, RO},
+      {"remote critical", 1, 1, RO}, {"local critical", 0, 0, RO}};
+  return f;
+}
 
 TmpReg row(const char* name, unsigned rd, int wr, E_ACCESS access, std::vector<RegFld> fields = {}) {
   return TmpReg{Reg{name, rd, 8, 0, false, 0, access, std::move(fields)}, wr};
@@ -58,20 +66,20 @@ int tmpEighths(unsigned char high, unsigned char low) { return static_cast<signe
 MRefTempSensor::MRefTempSensor(I2cDevMap& devs, std::string name) : devs(devs), name(std::move(name)) {
   regVec = {
       row("LCL_TEMP", LCL_TEMP, NO_WR_OFFSET, RO),
-      row("LCL_TEMP_LB", LCL_TEMP_LB, NO_WR_OFFSET, RO, fraction),
+      row("LCL_TEMP_LB", LCL_TEMP_LB, NO_WR_OFFSET, RO, fraction()),
       row("RMT_TEMP", RMT_TEMP, NO_WR_OFFSET, RO),
-      row("RMT_TEMP_LB", RMT_TEMP_LB, NO_WR_OFFSET, RO, fraction),
-      row("STATUS", STATUS, NO_WR_OFFSET, BF, statusBits),
+      row("RMT_TEMP_LB", RMT_TEMP_LB, NO_WR_OFFSET, RO, fraction()),
+      row("STATUS", STATUS, NO_WR_OFFSET, BF, statusBits()),
       row("CONFIG", CONFIG, 0x09, RW),
       row("CONV_RATE", CONV_RATE, 0x0A, RW),
       row("LCL_HIGH", LCL_HIGH, 0x0B, RW),
       row("LCL_LOW", LCL_LOW, 0x0C, RW),
       row("RMT_HIGH", RMT_HIGH, 0x0D, RW),
-      row("RMT_HIGH_LB", RMT_HIGH_LB, RMT_HIGH_LB, RW, fraction),
+      row("RMT_HIGH_LB", RMT_HIGH_LB, RMT_HIGH_LB, RW, fraction()),
       row("RMT_LOW", RMT_LOW, 0x0E, RW),
-      row("RMT_LOW_LB", RMT_LOW_LB, RMT_LOW_LB, RW, fraction),
+      row("RMT_LOW_LB", RMT_LOW_LB, RMT_LOW_LB, RW, fraction()),
       row("RMT_OFFSET", RMT_OFFSET, RMT_OFFSET, RW),
-      row("RMT_OFFSET_LB", RMT_OFFSET_LB, RMT_OFFSET_LB, RW, fraction),
+      row("RMT_OFFSET_LB", RMT_OFFSET_LB, RMT_OFFSET_LB, RW, fraction()),
       row("ONE_SHOT", NO_RD_OFFSET, ONE_SHOT_WR, WO),
       row("RMT_CRIT", RMT_CRIT, RMT_CRIT, RW),
       row("LCL_CRIT", LCL_CRIT, LCL_CRIT, RW),
@@ -126,7 +134,7 @@ void MRefTempSensor::dispTemps() const {
   log(LOG_TERM, "  hysteresis %u C, configuration 0x%02x, conversion rate 0x%02x\n", value(HYSTERESIS),
       value(CONFIG), value(CONV_RATE));
   std::string bits;
-  for (const RegFld& f : statusBits)
+  for (const RegFld& f : statusBits())
     if (status & (1u << f.lsb)) bits += (bits.empty() ? "" : ", ") + f.name;
   log(LOG_TERM, "  status 0x%02x: %s\n", status, bits.empty() ? "no alarm" : bits.c_str());
 }

@@ -50,14 +50,9 @@ std::string usage() {
 }
 
 // The sensors' register holds whole degrees up to 127; the configuration keeps
-// thousandths of a degree, unsigned. A word that is not such a number (empty,
-// trailing text, nan, huge or negative) is refused rather than converted.
+// thousandths of a degree. A word that is not such a number (empty, trailing
+// text, nan, huge or negative) is refused rather than converted.
 constexpr int MAX_TEMP_DEG = 127;
-bool parseDegrees(const std::string& text, double* deg) {
-  char* end = nullptr;
-  *deg = strtod(text.c_str(), &end);
-  return !text.empty() && end && *end == '\0' && *deg >= 0.0 && *deg <= MAX_TEMP_DEG;
-}
 
 // A temperature word within [lo, hi] degrees, in steps of 1/per degree
 // (rounded to the nearest step).
@@ -144,12 +139,12 @@ int set(SimState& s, const std::vector<std::string>& a, std::string& out) {
     s.cfg.adapter = a[2] == "full" ? ADAPTER_FULL : ADAPTER_OMAP;
     return 0;
   } else if (a.size() == 3 && a[1] == "temp") {
-    double deg;
-    if (!parseDegrees(a[2], &deg)) {
+    long milli = 0;
+    if (!parseTemp(a[2], 0.0, MAX_TEMP_DEG, 1000, &milli)) {
       out = "set temp: " + a[2] + " is not a temperature from 0 to " + std::to_string(MAX_TEMP_DEG) + " degrees\n";
       return 2;
     }
-    setAllSensors(s.cfg, static_cast<int32_t>(deg * 1000.0));
+    setAllSensors(s.cfg, static_cast<int32_t>(milli));
     return 0;
   } else if (a.size() == 5 && a[1] == "sensor") {
     return setSensor(s, a, out);

@@ -126,13 +126,21 @@ bool read(SimState& s, int slot, const I2cChipFault&, uint8_t* b, size_t n, size
 }
 
 // A temperature read sets what the sensor measures on that channel (whole
-// degrees from the high byte, eighths from the low one); the status follows from it.
+// degrees from the high byte, eighths from the low one), and the temperature
+// the instrument's other sensors are taken to measure; the status follows from it.
 void learn(SimState& s, int slot, const uint8_t* b, size_t n, size_t) {
   TempSensorState& t = s.i2c.temp[slot];
   if (n == 0) return;
   int16_t* ch = s.cfg.sensorEighths[slot];
-  auto setHigh = [&](int16_t& v) { v = static_cast<int16_t>(static_cast<int8_t>(b[0]) * 8 + (v & 7)); };
-  auto setLow = [&](int16_t& v) { v = static_cast<int16_t>((v & ~7) | (b[0] >> 5)); };
+  auto ambient = [&](int16_t v) { s.cfg.localTempMilliC = v < 0 ? 0u : static_cast<uint32_t>(v) * 125u; };
+  auto setHigh = [&](int16_t& v) {
+    v = static_cast<int16_t>(static_cast<int8_t>(b[0]) * 8 + (v & 7));
+    ambient(v);
+  };
+  auto setLow = [&](int16_t& v) {
+    v = static_cast<int16_t>((v & ~7) | (b[0] >> 5));
+    ambient(v);
+  };
   switch (t.ptr) {
     case LTHB: setHigh(ch[CH_LOCAL]); return;
     case RTHB: setHigh(ch[CH_REMOTE]); return;

@@ -4,6 +4,18 @@ namespace sim {
 
 namespace {
 const int swAddrs[SW_COUNT][2] = {{0x71, 0x69}, {0x72, 0x6a}, {0x70, 0x68}};
+const char* const zoneTypes[THERMAL_ZONES] = {"cpu_thermal", "core_thermal", "gpu_thermal", "iva_thermal"};
+// At power-on the processor runs warmer than the boards; two of its zones are declared.
+const int32_t zoneDefaults[THERMAL_ZONES] = {48500, 46750, 45000, 44000};
+constexpr int DEFAULT_ZONES = 2;
+constexpr int16_t REMOTE_ABOVE_LOCAL = 20;  // eighths: the board's diode sits 2.5 degrees warmer
+}
+
+const char* zoneType(int zone) { return zone >= 0 && zone < THERMAL_ZONES ? zoneTypes[zone] : "?"; }
+
+void setAllSensors(BoardConfig& cfg, int32_t milliC) {
+  cfg.localTempMilliC = static_cast<uint32_t>(milliC < 0 ? 0 : milliC);
+  for (auto& ch : cfg.sensorEighths) ch[CH_LOCAL] = ch[CH_REMOTE] = static_cast<int16_t>(milliC / 125);
 }
 
 void defaultConfig(BoardConfig& cfg) {
@@ -13,6 +25,12 @@ void defaultConfig(BoardConfig& cfg) {
   cfg.mrefSensorAddr = 0x48;
   cfg.localTempMilliC = 31000;
   cfg.adapter = ADAPTER_OMAP;
+  setAllSensors(cfg, static_cast<int32_t>(cfg.localTempMilliC));
+  for (auto& ch : cfg.sensorEighths) ch[CH_REMOTE] = static_cast<int16_t>(ch[CH_LOCAL] + REMOTE_ABOVE_LOCAL);
+  for (int z = 0; z < THERMAL_ZONES; ++z) {
+    cfg.zonePresent[z] = z < DEFAULT_ZONES;
+    cfg.zoneMilliC[z] = zoneDefaults[z];
+  }
 }
 
 bool usesSwitches(const BoardConfig& cfg) { return cfg.rev >= 3; }

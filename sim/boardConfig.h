@@ -15,6 +15,11 @@ enum SwIndex { SW_HOST = 0, SW_FP = 1, SW_SHOST = 2, SW_COUNT = 3 };
 // message and no variable-length block read), or a full-featured one such as
 // the kernel's I2C stub.
 enum AdapterKind : uint32_t { ADAPTER_OMAP = 0, ADAPTER_FULL = 1 };
+// The main-reference sensors' channels: the die itself and the diode on the board.
+enum SensorChannel { CH_LOCAL = 0, CH_REMOTE = 1 };
+constexpr int MREF_SENSORS = 2;
+// The processor's thermal zones in sysfs, each with its fixed type.
+constexpr int THERMAL_ZONES = 4;
 
 struct BoardConfig {
   uint32_t board;
@@ -23,6 +28,15 @@ struct BoardConfig {
   uint8_t mrefSensorAddr;  // 0x48 or 0x4D
   uint32_t localTempMilliC;  // temperature the sensors report
   uint32_t adapter;          // AdapterKind
+  // What the instrument measures, kept by power-cycle like the rest: each
+  // main-reference sensor's local and remote temperature in eighths of a
+  // degree (its resolution), whether its remote diode is open, and the
+  // thermal zones that are there with their temperatures.
+  int16_t sensorEighths[MREF_SENSORS][2];
+  uint8_t remoteOpen[MREF_SENSORS];
+  uint8_t zonePresent[THERMAL_ZONES];
+  uint8_t zoneFailed[THERMAL_ZONES];  // its temperature does not read
+  int32_t zoneMilliC[THERMAL_ZONES];
 };
 
 void defaultConfig(BoardConfig& cfg);
@@ -32,5 +46,8 @@ int switchAddr(const BoardConfig& cfg, SwIndex sw);
 const char* switchName(const BoardConfig& cfg, SwIndex sw);
 const char* boardName(uint32_t board);
 const char* adapterName(uint32_t adapter);
+const char* zoneType(int zone);
+// Every sensor channel at one temperature (thousandths of a degree).
+void setAllSensors(BoardConfig& cfg, int32_t milliC);
 
 }  // namespace sim

@@ -1,5 +1,6 @@
 #include "simCtl.h"
 
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -30,7 +31,15 @@ std::string usage() {
          "  set switch host|fp|shost pca9545APW|pca9545\n"
          "                                name and address variant of a PCA9545\n"
          "  set mref-addr 0x48|0x4d       where the main-reference sensor answers\n"
-         "  set temp DEGREES              temperature the sensors measure, 0 to 127\n"
+         "  set temp DEGREES              temperature every sensor measures, 0 to 127\n"
+         "  set sensor mrtmp1|mrtmp2 local|remote DEGREES\n"
+         "                                what one channel of a main-reference sensor measures,\n"
+         "                                -128 to 127.875, to the eighth of a degree\n"
+         "  set sensor mrtmp1|mrtmp2 remote open|closed\n"
+         "                                the sensor's remote diode is disconnected, or back\n"
+         "  set zone N DEGREES|absent|failed\n"
+         "                                the processor's thermal zone N (0-3): its temperature (-273 to\n"
+         "                                200, to the thousandth), not there, or its reading fails (EIO)\n"
          "  set adapter omap|full         I2C controller of adapter 2: the instrument's own (omap:\n"
          "                                no SMBus quick, no zero-length message, no block read)\n"
          "                                or a full-featured one\n"
@@ -41,13 +50,63 @@ std::string usage() {
 }
 
 // The sensors' register holds whole degrees up to 127; the configuration keeps
-// thousandths of a degree, unsigned. A word that is not such a number (empty,
-// trailing text, nan, huge or negative) is refused rather than converted.
+// thousandths of a degree. A word that is not such a number (empty, trailing
+// text, nan, huge or negative) is refused rather than converted.
 constexpr int MAX_TEMP_DEG = 127;
-bool parseDegrees(const std::string& text, double* deg) {
+
+// A temperature word within [lo, hi] degrees, in steps of 1/per degree
+// (rounded to the nearest step).
+bool parseTemp(const std::string& text, double lo, double hi, int per, long* steps) {
   char* end = nullptr;
-  *deg = strtod(text.c_str(), &end);
-  return !text.empty() && end && *end == '\0' && *deg >= 0.0 && *deg <= MAX_TEMP_DEG;
+  double deg = strtod(text.c_str(), &end);
+  if (text.empty() || !end || *end != '\0' || !(deg >= lo && deg <= hi)) return false;
+  *steps = std::lround(deg * per);
+  return true;
+}
+
+constexpr int EIGHTHS = 8;
+int setSensor(SimState& s, const std::vector<std::string>& a, std::string& out) {
+  int slot = a[2] == "mrtmp1" ? 0 : a[2] == "mrtmp2" ? 1 : -1;
+  int ch = a[3] == "local" ? CH_LOCAL : a[3] == "remote" ? CH_REMOTE : -1;
+  long eighths = 0;
+  if (slot < 0 || ch < 0) {
+    out = "set sensor: mrtmp1 or mrtmp2, then local or remote\n";
+    return 2;
+  }
+  if (ch == CH_REMOTE && (a[4] == "open" || a[4] == "closed")) {
+    s.cfg.remoteOpen[slot] = a[4] == "open";
+    return 0;
+  }
+  if (!parseTemp(a[4], -128.0, 127.875, EIGHTHS, &eighths)) {
+    out = "set sensor: " + a[4] + " is not a temperature from -128 to 127.875 degrees" +
+          (ch == CH_REMOTE ? " (nor open or closed)\n" : "\n");
+    return 2;
+  }
+  s.cfg.sensorEighths[slot][ch] = static_cast<int16_t>(eighths);
+  return 0;
+}
+
+constexpr double ZONE_MIN_DEG = -273, ZONE_MAX_DEG = 200;
+int setZone(SimState& s, const std::vector<std::string>& a, std::string& out) {
+  unsigned long z;
+  long milli = 0;
+  if (!parseNum(a[2], &z) || z >= THERMAL_ZONES) {
+    out = "set zone: " + a[2] + " is not a zone from 0 to " + std::to_string(THERMAL_ZONES - 1) + "\n";
+    return 2;
+  }
+  if (a[3] == "absent" || a[3] == "failed") {
+    s.cfg.zonePresent[z] = a[3] == "failed";
+    s.cfg.zoneFailed[z] = a[3] == "failed";
+    return 0;
+  }
+  if (!parseTemp(a[3], ZONE_MIN_DEG, ZONE_MAX_DEG, 1000, &milli)) {
+    out = "set zone: " + a[3] + " is not a temperature from -273 to 200 degrees, nor absent or failed\n";
+    return 2;
+  }
+  s.cfg.zonePresent[z] = 1;
+  s.cfg.zoneFailed[z] = 0;
+  s.cfg.zoneMilliC[z] = static_cast<int32_t>(milli);
+  return 0;
 }
 
 int setSwitch(SimState& s, const std::string& which, const std::string& variant, std::string& out) {
@@ -80,13 +139,17 @@ int set(SimState& s, const std::vector<std::string>& a, std::string& out) {
     s.cfg.adapter = a[2] == "full" ? ADAPTER_FULL : ADAPTER_OMAP;
     return 0;
   } else if (a.size() == 3 && a[1] == "temp") {
-    double deg;
-    if (!parseDegrees(a[2], &deg)) {
+    long milli = 0;
+    if (!parseTemp(a[2], 0.0, MAX_TEMP_DEG, 1000, &milli)) {
       out = "set temp: " + a[2] + " is not a temperature from 0 to " + std::to_string(MAX_TEMP_DEG) + " degrees\n";
       return 2;
     }
-    s.cfg.localTempMilliC = static_cast<uint32_t>(deg * 1000.0);
+    setAllSensors(s.cfg, static_cast<int32_t>(milli));
     return 0;
+  } else if (a.size() == 5 && a[1] == "sensor") {
+    return setSensor(s, a, out);
+  } else if (a.size() == 4 && a[1] == "zone") {
+    return setZone(s, a, out);
   }
   out = "bad set command\n" + usage();
   return 2;
@@ -112,12 +175,21 @@ std::string show(const SimState& s) {
   char buf[512];
   snprintf(buf, sizeof buf,
            "state %s\nboard %s\nrev %u\nswitch host %s 0x%02x\nswitch fp %s 0x%02x\nswitch shost %s 0x%02x\n"
-           "mref-addr 0x%02x\ntemp %.1f\nadapter %s\naccesses %llu\n",
+           "mref-addr 0x%02x\ntemp %.1f\nadapter %s\n",
            stateWhere().c_str(), boardName(s.cfg.board), s.cfg.rev, switchName(s.cfg, SW_HOST),
            switchAddr(s.cfg, SW_HOST), switchName(s.cfg, SW_FP), switchAddr(s.cfg, SW_FP),
            switchName(s.cfg, SW_SHOST), switchAddr(s.cfg, SW_SHOST), s.cfg.mrefSensorAddr,
-           s.cfg.localTempMilliC / 1000.0, adapterName(s.cfg.adapter), static_cast<unsigned long long>(s.accesses));
-  return buf;
+           s.cfg.localTempMilliC / 1000.0, adapterName(s.cfg.adapter));
+  std::string out = buf;
+  for (int z = 0; z < THERMAL_ZONES; ++z) {
+    if (!s.cfg.zonePresent[z]) continue;
+    if (s.cfg.zoneFailed[z])
+      snprintf(buf, sizeof buf, "zone %d %s failed\n", z, zoneType(z));
+    else
+      snprintf(buf, sizeof buf, "zone %d %s %.3f\n", z, zoneType(z), s.cfg.zoneMilliC[z] / 1000.0);
+    out += buf;
+  }
+  return out + "accesses " + std::to_string(s.accesses) + "\n";
 }
 }  // namespace
 

@@ -101,6 +101,10 @@ ssize_t SimKernel::doRead(int fd, void* buf, size_t n) {
     case FPGA: r = fpgaRead(lk.state(), buf, n); break;
     case SYSDIR: r = -EISDIR; break;
     default: {
+      if (int e = sysFileReadError(lk.state(), f->path)) {
+        r = -e;
+        break;
+      }
       size_t left = f->content.size() - f->pos;
       size_t k = n < left ? n : left;
       memcpy(buf, f->content.data() + f->pos, k);

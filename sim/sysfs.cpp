@@ -1,5 +1,6 @@
 #include "sysfs.h"
 
+#include <cerrno>
 #include <cstdio>
 #include <vector>
 
@@ -41,6 +42,26 @@ std::vector<Client> clientsOnAdapter2(const SimState& s) {
   return c;
 }
 
+// The processor's thermal zones: /sys/class/thermal/thermal_zoneN with its
+// type and its temperature in thousandths of a degree.
+const std::string THERMAL_DIR = "/sys/class/thermal";
+bool zoneLookup(const SimState& s, const std::string& path, std::string* content, bool* isDir) {
+  if (path == THERMAL_DIR) {
+    *isDir = true;
+    return true;
+  }
+  for (int z = 0; z < THERMAL_ZONES; ++z) {
+    if (!s.cfg.zonePresent[z]) continue;
+    std::string dir = THERMAL_DIR + "/thermal_zone" + std::to_string(z);
+    if (path == dir) *isDir = true;
+    else if (path == dir + "/type") *content = std::string(zoneType(z)) + "\n";
+    else if (path == dir + "/temp") *content = std::to_string(s.cfg.zoneMilliC[z]) + "\n";
+    else continue;
+    return true;
+  }
+  return false;
+}
+
 std::string clientDir(int addr) {
   char buf[16];
   snprintf(buf, sizeof buf, "2-%04x", addr);
@@ -60,6 +81,7 @@ bool sysFileLookup(const SimState& s, const std::string& path, std::string* cont
     *content = std::to_string(s.cfg.rev) + "\n";
     return true;
   }
+  if (path.rfind(THERMAL_DIR, 0) == 0) return zoneLookup(s, path, content, isDir);
   if (path == ADAPTER2_DIR || path == BUS_DEVICES) {
     *isDir = true;
     return true;
@@ -76,6 +98,12 @@ bool sysFileLookup(const SimState& s, const std::string& path, std::string* cont
     }
   }
   return false;
+}
+
+int sysFileReadError(const SimState& s, const std::string& path) {
+  for (int z = 0; z < THERMAL_ZONES; ++z)
+    if (s.cfg.zoneFailed[z] && path == THERMAL_DIR + "/thermal_zone" + std::to_string(z) + "/temp") return EIO;
+  return 0;
 }
 
 }  // namespace sim

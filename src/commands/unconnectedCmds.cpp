@@ -4,8 +4,6 @@
 
 constinit const CmdDecl pingCmd = {.help = "Linux ping", .args = {.name = "ping"}};
 DIAG_COMMAND(pingCmd);
-constinit const CmdDecl tmpCmd = {.help = "Show Z9 core temperatures", .args = {.name = "tmp"}};
-DIAG_COMMAND(tmpCmd);
 constinit const CmdDecl tmpwrCmd = {.help = "Write Z9 core temp sensor regs", .args = {.name = "tmpwr"}};
 DIAG_COMMAND(tmpwrCmd);
 constinit const CmdDecl ledCmd = {.help = "Display LED driver regs", .args = {.name = "led"}};
@@ -60,10 +58,6 @@ constinit const CmdDecl lineCmd = {.help = "Lines sync utility", .args = {.name 
 DIAG_COMMAND(lineCmd);
 constinit const CmdDecl calcCmd = {.help = "Calculator", .args = {.name = "calc"}};
 DIAG_COMMAND(calcCmd);
-constinit const CmdDecl mrtmpCmd = {.help = "Show Z9 Main Reference temperatures", .args = {.name = "mrtmp"}};
-DIAG_COMMAND(mrtmpCmd);
-constinit const CmdDecl mrtmpwrCmd = {.help = "Write Z9 Main Reference temp sensor regs", .args = {.name = "mrtmpwr"}};
-DIAG_COMMAND(mrtmpwrCmd);
 constinit const CmdDecl mrefCmd = {.help = "Z9 Main Reference access", .args = {.name = "mref"}};
 DIAG_COMMAND(mrefCmd);
 constinit const CmdDecl msdatCmd = {.help = "Z9 measurement data access", .args = {.name = "msdat"}};

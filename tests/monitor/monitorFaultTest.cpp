@@ -60,7 +60,8 @@ TEST_F(MonitorFaultTest, ReadBackMismatchesStopTheSourceAtTheFirstAttempt) {
   EXPECT_TRUE(t.grep("cmd 0x0b").empty()) << "no set-point written after the failed check";
 
   simctl({"i2c", "unstuck", "mrtmp1"});
-  simctl({"i2c", "stuck", "mrtmp1", "0x05", "7", "1"});
+  // Bit 0: the set-point stays above the temperature (bit 7 would make it negative).
+  simctl({"i2c", "stuck", "mrtmp1", "0x05", "0", "1"});
   setOkay("mref", true, FAILURE, {"from local high setpoint register\n"});
   EXPECT_TRUE(contains(runCmd("allok -scn M").out, "mref       true")) << "the line stays okay";
 }

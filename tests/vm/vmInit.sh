@@ -18,6 +18,7 @@ ADAPTER2=/sys/devices/platform/omap/omap_i2c.2/i2c-2
 FCTL=0x52
 HOSTSW=0x71
 MHEEPROM=0x56
+MRTMP1=0x48
 
 say() { echo "@@vm $*"; }
 
@@ -38,9 +39,10 @@ adapterAs2() {
 
 # The fan controller pages its registers like PMBus: only an SMBus byte write of
 # register 0 (PAGE) switches the bank that registers 1..0xff reach. The main
-# host's memory only answers. SMBus block transfers are switched on as well.
+# host's memory only answers; the main-reference sensor holds the registers
+# planted in it. SMBus block transfers are switched on as well.
 loadStub() {
-  insmod /lib/modules/i2c-stub.ko chip_addr=$FCTL,$HOSTSW,$MHEEPROM bank_reg=0x00 bank_mask=0x1f bank_start=0x01 \
+  insmod /lib/modules/i2c-stub.ko chip_addr=$FCTL,$HOSTSW,$MHEEPROM,$MRTMP1 bank_reg=0x00 bank_mask=0x1f bank_start=0x01 \
     bank_end=0xff functionality=0x0f7f0000 || return 1
   local d nr=
   for d in /sys/class/i2c-dev/i2c-*; do
@@ -164,6 +166,25 @@ fanSteps() {
   step fanDump diag fan -r
 }
 
+# A main-reference sensor as the stub holds it: 45.375 degrees on the die,
+# -9.125 on the board's diode, the local high limit below the one and the
+# remote low limit above the other, their alarms in the status. Register 0
+# goes first: were the stub to bank this chip's registers as the fan
+# controller's, that write would choose the bank the others then share.
+plantSensor() {
+  local r
+  for r in 0x00:0x2d 0x22:0x60 0x01:0xf6 0x10:0xe0 0x02:0x48 0x04:0x08 0x05:0x28 0x07:0x46 0x19:0x55 0x20:0x55 \
+    0x21:0x0a 0xfe:0xa1; do
+    i2cset -y 2 $MRTMP1 "${r%:*}" "${r#*:}" b || return 1
+  done
+}
+
+sensorSteps() {
+  [ "$BOARD" = stub ] || return 0
+  step sensorPlant plantSensor
+  step mrtmp diag mrtmp -s 1
+}
+
 testSteps() {
   step testPasses diag runtest fcreg
   step testAbsentChip diag runtest mrtmp2reg
@@ -191,6 +212,7 @@ if loadBus; then
   step list diag i2c -l
   registerSteps
   fanSteps
+  sensorSteps
   testSteps
   errorSteps
   pathSteps

@@ -9,7 +9,7 @@
 namespace sim {
 
 constexpr uint32_t SIM_MAGIC = 0x5a395349;  // "Z9SI"
-constexpr uint32_t SIM_LAYOUT = 4;
+constexpr uint32_t SIM_LAYOUT = 5;
 
 // The whole simulated instrument, in one file-backed shared mapping so that
 // every diag-sim process sees one instrument (or in the memory of one process,

@@ -36,7 +36,7 @@ E_STATUS listEeproms(Board& board) {
   E_STATUS st = SUCCESS;
   for (const std::string& n : I2cEeprom::names(board.i2c)) {
     unsigned char label[boardId::LABEL_BYTES + 1] = {};
-    if (I2cEeprom(board.i2c, n).rd(boardId::LABEL_OFF, label, boardId::LABEL_BYTES) != SUCCESS) {
+    if (I2cEeprom(board.i2c, n).rd(boardId::LABEL_OFF, label, boardId::LABEL_BYTES, true) != SUCCESS) {
       log(LOG_TERM, "%-12s (does not answer)\n", n.c_str());
       st = FAILURE;
       continue;
@@ -122,8 +122,12 @@ E_STATUS loadFile(const char* path, Image& img) {
   size_t got = static_cast<size_t>(in.gcount());
   bool more = in.peek() != std::char_traits<char>::eof();
   if (got == img.size() && !more) return SUCCESS;
-  LOGERR_FN(LOG_TERM, "eeprom", "%s is %s %zu bytes: an image is exactly %zu; nothing was written\n", path,
-            more ? "more than" : "", got, img.size());
+  if (more)
+    LOGERR_FN(LOG_TERM, "eeprom", "%s is longer than %zu bytes: an image is exactly that; nothing was written\n", path,
+              img.size());
+  else
+    LOGERR_FN(LOG_TERM, "eeprom", "%s is %zu bytes: an image is exactly %zu; nothing was written\n", path, got,
+              img.size());
   return BAD_PARAMETER;
 }
 

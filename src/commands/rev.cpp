@@ -31,7 +31,7 @@ void showFpga(Board& board) {
 bool showIdentity(Board& board, const S_XML_MODULE* m, const std::string& name) {
   unsigned char img[boardId::IMAGE_BYTES];
   LineSink line;
-  bool ok = I2cEeprom(board.i2c, name).rdIdentity(img) == SUCCESS;
+  bool ok = I2cEeprom(board.i2c, name).rdIdentity(img, true) == SUCCESS;
   if (!ok)
     line.text = "does not answer";
   else if (!m)

@@ -20,24 +20,24 @@ std::vector<std::string> I2cEeprom::names(I2cDevMap& devs) {
   return out;
 }
 
-E_STATUS I2cEeprom::rd(unsigned offset, unsigned char* buf, size_t n) {
+E_STATUS I2cEeprom::rd(unsigned offset, unsigned char* buf, size_t n, bool quiet) {
   I2cDevUtil util(devs, name, true);
   if (util.stat() != SUCCESS) return util.stat();
   const char addr[2] = {static_cast<char>(offset >> 8), static_cast<char>(offset & 0xFF)};
   int done = 0;
-  E_STATUS st = util.dev()->wrBytes(addr, 2, &done, 0);
+  E_STATUS st = util.dev()->wrBytes(addr, 2, &done, quiet);
   if (st != SUCCESS) return st;
-  return util.dev()->rdBytes(reinterpret_cast<char*>(buf), n, &done, 1, true, true) == SUCCESS
-             ? SUCCESS
-             : (LOGERR(LOG_TERM, "unable to read %zu bytes of %s at 0x%03x\n", n, name.c_str(), offset), FAILURE);
+  if (util.dev()->rdBytes(reinterpret_cast<char*>(buf), n, &done, 1, true, true) == SUCCESS) return SUCCESS;
+  if (!quiet) LOGERR(LOG_TERM, "unable to read %zu bytes of %s at 0x%03x\n", n, name.c_str(), offset);
+  return FAILURE;
 }
 
-E_STATUS I2cEeprom::rdIdentity(unsigned char* img) {
+E_STATUS I2cEeprom::rdIdentity(unsigned char* img, bool quiet) {
   memset(img, 0xFF, boardId::IMAGE_BYTES);
-  if (E_STATUS st = rd(0, img, boardId::STREAM_OFF); st != SUCCESS) return st;
+  if (E_STATUS st = rd(0, img, boardId::STREAM_OFF, quiet); st != SUCCESS) return st;
   unsigned len = (img[boardId::LENGTH_OFF] << 8) | img[boardId::LENGTH_OFF + 1];
   if (len == 0 || len > boardId::MAX_STREAM) return SUCCESS;  // the decoder says what is wrong
-  return rd(boardId::STREAM_OFF, img + boardId::STREAM_OFF, len);
+  return rd(boardId::STREAM_OFF, img + boardId::STREAM_OFF, len, quiet);
 }
 
 E_STATUS I2cEeprom::wrPage(unsigned offset, const unsigned char* buf, size_t n) {

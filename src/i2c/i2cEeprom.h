@@ -22,12 +22,14 @@ public:
   // The board EEPROMs of the registry, by name.
   static std::vector<std::string> names(I2cDevMap& devs);
 
-  E_STATUS rd(unsigned offset, unsigned char* buf, size_t n);
+  // quiet: a part that does not answer fails without a line of its own (the
+  // caller says so in its own words).
+  E_STATUS rd(unsigned offset, unsigned char* buf, size_t n, bool quiet = false);
   // What a board identity's decoder looks at, into an image of
   // boardId::IMAGE_BYTES: the label and header, then only as many stream
   // bytes as the header says (where that is in range); the rest is 0xFF.
   // Reading the whole part at the bus's 100 kHz would take 0.4 s.
-  E_STATUS rdIdentity(unsigned char* img);
+  E_STATUS rdIdentity(unsigned char* img, bool quiet = false);
   // Bytes within one page (offset to offset + n - 1 on one page), written
   // and waited out.
   E_STATUS wrPage(unsigned offset, const unsigned char* buf, size_t n);

@@ -115,7 +115,7 @@ bool takeElement(xmlNodePtr n, BoardIdentity* id, std::string* err) {
       *err = strf("identity field <option> at line %d has no name or no value", xmlGetLineNo(n));
       return false;
     }
-    id->more.emplace_back("option " + k, v);
+    id->more.emplace_back("option", k + " = " + v);
     return true;
   }
   for (const Required& r : REQUIRED) {

@@ -110,7 +110,7 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
   r = run({"eeprom", "-load", "bpEeprom", "-f", file("id.bin")});
   EXPECT_EQ(r.exitCode, 0) << r.out;
   r = run({"eeprom", "-id", "bpEeprom"});
-  EXPECT_TRUE(contains(r.out, "serial    0970-25-000777\nrevision  4\nmade      2025-02-28\noption fans 6\n")) << r.out;
+  EXPECT_TRUE(contains(r.out, "serial    0970-25-000777\nrevision  4\nmade      2025-02-28\noption    fans = 6\n")) << r.out;
   EXPECT_EQ(run({"xml", "-d", "bpEeprom", "-x", "/board/option[@name='fans']/@value"}).out, "6\n");
   r = run({"eeprom", "-save", "bpEeprom", "-f", file("back.bin")});
   std::ifstream a(file("id.bin"), std::ios::binary), b(file("back.bin"), std::ios::binary);
@@ -123,7 +123,7 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
   write("short.bin", std::string(4095, '\xff'));
   std::vector<uint8_t> before = memOf("bp-eeprom");
   r = run({"eeprom", "-load", "bpEeprom", "-f", file("short.bin")});
-  EXPECT_TRUE(contains(r.out, "is  4095 bytes: an image is exactly 4096; nothing was written")) << r.out;
+  EXPECT_TRUE(contains(r.out, "short.bin is 4095 bytes: an image is exactly 4096; nothing was written")) << r.out;
   EXPECT_EQ(memOf("bp-eeprom"), before);
 }
 

@@ -65,7 +65,7 @@ TEST(BoardIdCodec, AGoodImageShowsEveryFieldInOrder) {
   EXPECT_EQ(idDecode(img.data(), img.size(), ID_FIELDS, &l), SUCCESS);
   EXPECT_EQ(l.out, (std::vector<std::string>{"label     Z9 0970 back plane", "type      0970", "name      back plane",
                                              "part      Z9-0970-03", "serial    0970-24-000123", "revision  3",
-                                             "made      2024-06-14", "option fans 6", "note      spare"}));
+                                             "made      2024-06-14", "option    fans = 6", "note      spare"}));
   Lines q;
   EXPECT_EQ(idQuery(img.data(), img.size(), "/board/serial", &q), SUCCESS);
   EXPECT_EQ(q.out, std::vector<std::string>{"0970-24-000123"});

@@ -2,8 +2,8 @@
 # configuration), in a module that diag opens on first use, so that a run that needs none of them loads none of
 # them (docs/xml-module.md). The libraries are Debian's, of the target architecture (multiarch when cross
 # building: the -dev:armhf packages). Without them the module is not built and those commands say so when run.
-execute_process(COMMAND ${CMAKE_CXX_COMPILER} -dumpmachine OUTPUT_VARIABLE DIAG_TRIPLET
-  OUTPUT_STRIP_TRAILING_WHITESPACE)
+# The multiarch triplet (x86_64-linux-gnu, arm-linux-gnueabihf), as CMake learns it from the compiler.
+set(DIAG_TRIPLET ${CMAKE_LIBRARY_ARCHITECTURE})
 set(DIAG_MULTIARCH_LIBDIR /usr/lib/${DIAG_TRIPLET})
 set(DIAG_XMLMOD_LIBS)
 foreach(lib z xml2 config++)

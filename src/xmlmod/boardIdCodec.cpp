@@ -112,7 +112,8 @@ bool takeElement(xmlNodePtr n, BoardIdentity* id, std::string* err) {
     bool hasName, hasValue;
     std::string k = attr(n, "name", &hasName), v = attr(n, "value", &hasValue);
     if (!hasName || !hasValue || k.empty()) {
-      *err = strf("identity field <option> at line %d has no name or no value", xmlGetLineNo(n));
+      long line = xmlGetLineNo(n);
+      *err = strf("identity field <option> at line %ld has no name or no value", line);
       return false;
     }
     id->more.emplace_back("option", k + " = " + v);

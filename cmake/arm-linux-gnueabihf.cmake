@@ -12,4 +12,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 # The cross libraries first: on a machine that also has armhf packages installed
 # (libc6:armhf), the loader from the prefix would otherwise pick up the system's
 # armhf libc of another version, and programs crash as soon as they fork.
-set(CMAKE_CROSSCOMPILING_EMULATOR /usr/bin/qemu-arm;-L;/usr/arm-linux-gnueabihf;-E;LD_LIBRARY_PATH=/usr/arm-linux-gnueabihf/lib)
+# After them, the armhf packages' own folder: the libraries diag-xml.so needs (zlib, libxml2, libconfig++).
+set(CMAKE_CROSSCOMPILING_EMULATOR
+  /usr/bin/qemu-arm;-L;/usr/arm-linux-gnueabihf;-E;LD_LIBRARY_PATH=/usr/arm-linux-gnueabihf/lib:/usr/lib/arm-linux-gnueabihf)

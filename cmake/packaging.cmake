@@ -41,8 +41,14 @@ install(FILES ${DIAG_DOC_DIR}/diag.bash-completion DESTINATION share/bash-comple
   COMPONENT diag)
 install(FILES cmake/debian/copyright ${DIAG_DOC_DIR}/diag/changelog.Debian.gz DESTINATION share/doc/diag
   COMPONENT diag)
-# The sample production script the README walks through.
-install(FILES examples/production.txt DESTINATION share/doc/diag/examples COMPONENT diag)
+# The sample production script the README walks through, and the sample configuration.
+install(FILES examples/production.txt examples/diag.cfg examples/identity.xml DESTINATION share/doc/diag/examples
+  COMPONENT diag)
+# The commands that need zlib, libxml2 or libconfig++ open their module from the package's library folder.
+if(DIAG_XML_MODULE)
+  install(TARGETS diag-xml LIBRARY DESTINATION lib/diag COMPONENT diag)
+  install(TARGETS diag-xml LIBRARY DESTINATION lib/diag-sim COMPONENT diag-sim)
+endif()
 
 install(TARGETS diag-sim diag-simctl diag-replay RUNTIME DESTINATION bin COMPONENT diag-sim)
 install(FILES ${DIAG_DOC_DIR}/diag-sim.1.gz ${DIAG_DOC_DIR}/diag-simctl.1.gz ${DIAG_DOC_DIR}/diag-replay.1.gz
@@ -51,7 +57,8 @@ install(FILES ${DIAG_DOC_DIR}/diag-sim.bash-completion DESTINATION share/bash-co
   COMPONENT diag-sim)
 install(FILES cmake/debian/copyright ${DIAG_DOC_DIR}/diag-sim/changelog.Debian.gz docs/simulator.md docs/sim-fpga.md
   docs/sim-i2c.md docs/record-replay.md DESTINATION share/doc/diag-sim COMPONENT diag-sim)
-install(FILES examples/production.txt DESTINATION share/doc/diag-sim/examples COMPONENT diag-sim)
+install(FILES examples/production.txt examples/diag.cfg examples/identity.xml
+  DESTINATION share/doc/diag-sim/examples COMPONENT diag-sim)
 
 set(CPACK_GENERATOR DEB)
 set(CPACK_PACKAGE_NAME diag)

@@ -8,7 +8,9 @@
 set -euo pipefail
 cd "$(dirname "$0")/.."
 mode=${1:-test}
-want=(cmake make g++ libgtest-dev libgmock-dev googletest)
+want=(cmake make g++ libgtest-dev libgmock-dev googletest zlib1g-dev libxml2-dev libconfig++-dev)
+# The same libraries for the instrument's architecture (multiarch), for the cross build of diag-xml.so.
+armLibs=(zlib1g-dev:armhf libxml2-dev:armhf libconfig++-dev:armhf)
 # The VM test's machine and tools; their recommends (a GUI, firmware for other
 # machines) are not needed.
 vm=()
@@ -16,12 +18,12 @@ case "$mode" in
   test)
     # The fuzz targets: clang 16 is Debian 12's first whose C++20 library support
     # covers std::source_location with g++'s library; libFuzzer is in its runtime package.
-    want+=(g++-arm-linux-gnueabihf qemu-user libbenchmark-dev util-linux clang-16 libclang-rt-16-dev)
+    want+=(g++-arm-linux-gnueabihf qemu-user libbenchmark-dev util-linux clang-16 libclang-rt-16-dev "${armLibs[@]}")
     [ "$(dpkg --print-architecture)" = amd64 ] && vm+=(qemu-system-x86 qemu-system-arm busybox-static)
     ;;
   coverage) want+=(gcovr python3 util-linux) ;;
   # dpkg-shlibdeps finds an armhf binary's libraries only among packages dpkg knows for armhf.
-  package) want+=(g++-arm-linux-gnueabihf qemu-user dpkg-dev lintian libc6:armhf libstdc++6:armhf) ;;
+  package) want+=(g++-arm-linux-gnueabihf qemu-user dpkg-dev lintian libc6:armhf libstdc++6:armhf "${armLibs[@]}") ;;
 esac
 
 needRoot() {
@@ -30,7 +32,7 @@ needRoot() {
   exit 1
 }
 
-if [ "$mode" = package ] && ! dpkg --print-foreign-architectures | grep -qx armhf; then
+if { [ "$mode" = package ] || [ "$mode" = test ]; } && ! dpkg --print-foreign-architectures | grep -qx armhf; then
   needRoot "the armhf architecture is not known to dpkg"
   dpkg --add-architecture armhf
 fi

@@ -15,7 +15,7 @@ if [ "${1:-}" = --smoke ]; then smoke=1; shift; fi
 secs=${1:?usage: scripts/fuzz.sh [--smoke] SECONDS [TARGET...]}
 shift
 targets=("$@")
-[ ${#targets[@]} -eq 0 ] && targets=(lineFuzz handlerFuzz scriptFuzz keyFuzz simStateFuzz simCtlFuzz recordingFuzz)
+[ ${#targets[@]} -eq 0 ] && targets=(lineFuzz handlerFuzz scriptFuzz keyFuzz simStateFuzz simCtlFuzz recordingFuzz boardIdFuzz)
 
 cmake --preset fuzz >/dev/null
 cmake --build --preset fuzz -j2 >/dev/null

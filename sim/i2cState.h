@@ -35,6 +35,7 @@ struct SwitchState {
 struct EepromState {
   uint16_t ptr;
   uint8_t mem[EEPROM_BYTES];
+  uint64_t busyUntilNs;  // storing a written page until then: no acknowledge
 };
 
 // Byte registers behind a register pointer that advances with each byte.

@@ -77,6 +77,10 @@ bool sysFileLookup(const SimState& s, const std::string& path, std::string* cont
     *content = s.revisionText;
     return true;
   }
+  if (path == "/vesta/diags/diag.cfg") {
+    *content = SAMPLE_CFG;
+    return true;
+  }
   if (path == "/vesta/diags/boardrev.txt") {
     *content = std::to_string(s.cfg.rev) + "\n";
     return true;

@@ -5,6 +5,7 @@
 
 #include "board.h"
 #include "i2cDevUtil.h"
+#include "i2cEeprom.h"
 #include "log.h"
 #include "numArg.h"
 
@@ -93,8 +94,16 @@ E_STATUS plainWrite(I2cDev& dev, const Request& rq, bool withData) {
   if (withData)
     for (unsigned long b : rq.data) buf.push_back(static_cast<char>(b));
   if (buf.empty()) return SUCCESS;
-  int written = 0;
-  return dev.wrBytes(buf, buf.size(), &written, 0);
+  int written = 0, polls = 0;
+  E_STATUS st = dev.wrBytes(buf, buf.size(), &written, 0);
+  // A memory stores what was written before it answers again, so that the
+  // next access finds it stored; the polls leave its address pointer where
+  // the write left it (after the last byte, within the page).
+  if (st == SUCCESS && rq.hasOffset && !rq.data.empty() && dev.boardIdMem) {
+    unsigned next = (rq.offset & ~31u) | ((rq.offset + rq.data.size()) & 31u);
+    st = I2cEeprom::waitWritten(dev, next, &polls);
+  }
+  return st;
 }
 
 E_STATUS smbusWrite(I2cDev& dev, const Request& rq) {

@@ -28,6 +28,7 @@ struct I2cDevDesc {
   bool notOnLaterRevs = false;  // a 4-channel mux: boards from revision 3 have a switch instead
   bool notOnEarlyRevs = false;  // a PCA9545 switch: boards below revision 3 have a mux instead
   bool scanTstIgnore = false;  // the bus scan passes the chip over
+  bool boardIdMem = false;     // a board EEPROM (24LC32A) that holds its board's identity
 };
 
 // One named chip on an I2C adapter, reached through the i2c-dev device file.

@@ -1,5 +1,7 @@
 #include "i2cDevMap.h"
 
+#include <string_view>
+
 #include <fcntl.h>
 #include <linux/i2c-dev.h>
 
@@ -134,6 +136,8 @@ void I2cDevMap::add(const I2cBoardTable& t, const I2cBoardEntry& e, unsigned add
   desc.adapter = SWITCH_BUS;
   desc.address = address;
   desc.description = describe(t, e);
+  // Every 24LC32A of a board carries that board's identity.
+  desc.boardIdMem = std::string_view(e.part) == "24LC32A";
   owned.push_back(std::make_unique<I2cDev>(std::move(desc)));
   owned.back()->caps = adapterCaps[SWITCH_BUS];
   map.emplace(e.dev.name, owned.back().get());

@@ -9,8 +9,10 @@ public:
   static constexpr int DEFAULT_REV = 3;
   // The first revision with PCA9545 switches in place of the 4-channel muxes.
   static constexpr int FIRST_SWITCH_REV = 3;
-  // Always SUCCESS; *pRev is the revision from the file, or DEFAULT_REV.
-  E_STATUS getRev(int* pRev);
+  // Always SUCCESS; *pRev is the revision from the file, or DEFAULT_REV
+  // (*fromFile, where asked, says which).
+  E_STATUS getRev(int* pRev, bool* fromFile = nullptr);
+  static constexpr const char* FILE_NAME = "/vesta/diags/boardrev.txt";
 };
 
 // The board revision as one command sees it: read from the file the first

@@ -25,7 +25,8 @@ std::string folderOf(const fs::path& p) { return p.parent_path().filename().stri
 
 int layerOf(const fs::path& p) {
   static const std::map<std::string, int> byDir = {{"kernel", 0}, {"base", 1},     {"fpga", 2},     {"i2c", 2},
-                                                   {"monitor", 3}, {"selftest", 3}, {"commands", 4}, {"shell", 5}};
+                                                   {"monitor", 3}, {"selftest", 3}, {"commands", 4}, {"xmlmod", 4},
+                                                   {"shell", 5}};
   auto it = byDir.find(folderOf(p));
   return it == byDir.end() ? -1 : it->second;
 }

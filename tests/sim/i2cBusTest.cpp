@@ -1,8 +1,10 @@
 // The simulated buses: switch routing, faults and EEPROM paging. The SMBus
 // transfers the program makes are checked in i2cDevTest.cpp.
 #include <gtest/gtest.h>
+#include <unistd.h>
 
 #include <cerrno>
+#include <chrono>
 
 #include "i2cTestUtil.h"
 
@@ -62,9 +64,18 @@ TEST_F(SimI2cBus, StuckRegisterBitShowsInReadBackUntilRewritten) {
 
 TEST_F(SimI2cBus, EepromWritesWrapInTheirPageAndReadsRunOn) {
   ASSERT_TRUE(bus.to(0x56));  // the main host's own EEPROM, directly on the adapter
+  auto t0 = std::chrono::steady_clock::now();
   ASSERT_TRUE(bus.put({0x00, 0x3E, 1, 2, 3}));  // 0x3e, 0x3f, then back to 0x20
-  ASSERT_TRUE(bus.put({0x00, 0x3E}));
-  EXPECT_EQ(bus.get(3), (std::vector<unsigned char>{1, 2, 0xFF}));
+  // Storing the page, the part does not acknowledge its address (checked only
+  // where the next attempt came soon enough to fall in the write cycle).
+  bool answered = bus.put({0x00, 0x3E});
+  if (std::chrono::steady_clock::now() - t0 < std::chrono::milliseconds(2)) EXPECT_FALSE(answered);
+  for (int polls = 0; !answered && polls < 100; ++polls) {
+    usleep(1000);
+    answered = bus.put({0x00, 0x3E});
+  }
+  ASSERT_TRUE(answered);
+  EXPECT_EQ(bus.get(2), (std::vector<unsigned char>{1, 2}));
   ASSERT_TRUE(bus.put({0x00, 0x20}));
   EXPECT_EQ(bus.get(1), std::vector<unsigned char>{3});
   ASSERT_TRUE(bus.put({0x0F, 0xFF}));  // the last byte, then round to the start

@@ -1,0 +1,165 @@
+// Board identities in the built diag-sim: rev, eeprom, xml and cfg as an
+// operator runs them, against the simulator's own identity images.
+#include <gtest/gtest.h>
+
+#include <cstring>
+#include <filesystem>
+#include <fstream>
+
+#include "cmdRun.h"
+#include "i2cTestUtil.h"
+#include "i2cTopology.h"
+#include "programs.h"
+#include "simState.h"
+#include "textUtil.h"
+
+namespace {
+class BoardId : public I2cTest {
+protected:
+  // One-shot run with the command's own status as the exit status.
+  RunResult run(const std::vector<std::string>& args) {
+    std::vector<std::string> a = {"--exit-status"};
+    a.insert(a.end(), args.begin(), args.end());
+    return runSim(a);
+  }
+  std::string file(const std::string& name) { return testDir() + "/" + name; }
+  void write(const std::string& name, const std::string& text) { std::ofstream(file(name), std::ios::binary) << text; }
+  // The part's bytes as the simulator holds them, read beside the bus.
+  std::vector<uint8_t> memOf(const char* chip) {
+    sim::SimLock lk;
+    const uint8_t* m = lk.state().i2c.eeprom[sim::chipInfo(sim::chipByName(chip)).slot].mem;
+    return {m, m + sim::EEPROM_BYTES};
+  }
+};
+
+const char* const DOC =
+    "<?xml version=\"1.0\" encoding=\"UTF-8\"?>\n<board type=\"0970\">\n  <name>back plane</name>\n"
+    "  <part>Z9-0970-04</part>\n  <serial>0970-25-000777</serial>\n  <revision>4</revision>\n"
+    "  <made>2025-02-28</made>\n  <option name=\"fans\" value=\"6\"/>\n</board>\n";
+}  // namespace
+
+TEST_F(BoardId, RevShowsEveryBoardEepromOfTheHostWithItsIdentity) {
+  RunResult r = run({"rev"});
+  EXPECT_EQ(r.exitCode, 0) << r.out;
+  EXPECT_TRUE(contains(r.out, "host             Main Host\n")) << r.out;
+  EXPECT_TRUE(contains(r.out, "FPGA             device id 0x")) << r.out;
+  for (const char* n : {"mhEeprom", "commEeprom", "fcEeprom", "mrEeprom", "bpEeprom", "smcEeprom", "fpioEeprom",
+                        "fprlyEeprom"})
+    EXPECT_TRUE(contains(r.out, std::string("  ") + n)) << n;
+  EXPECT_TRUE(contains(r.out, "bpEeprom     type 0970, name back plane, part Z9-0970-03, serial 0970-24-")) << r.out;
+  // A part that does not answer and one with no identity keep their rows.
+  simctl({"i2c", "absent", "fcEeprom", "on"});
+  simctl({"i2c", "identity", "mrEeprom", "blank"});
+  r = run({"rev"});
+  EXPECT_NE(r.exitCode, 0);
+  EXPECT_TRUE(contains(r.out, "  fcEeprom     does not answer\n")) << r.out;
+  EXPECT_TRUE(contains(r.out, "  mrEeprom     no identity programmed (blank)\n")) << r.out;
+  EXPECT_TRUE(contains(r.out, "  bpEeprom     type 0970")) << r.out;
+  simctl({"set", "board", "signal"});
+  r = run({"rev"});
+  EXPECT_TRUE(contains(r.out, "mc2Eeprom    type 0985, name measurement channel 2")) << r.out;
+}
+
+TEST_F(BoardId, EachDamageHasItsOwnLineAndFails) {
+  RunResult good = run({"eeprom", "-id", "commEeprom"});
+  EXPECT_EQ(good.exitCode, 0) << good.out;
+  EXPECT_TRUE(contains(good.out, "label     Z9 0996 communications\ntype      0996\nname      communications\n"))
+      << good.out;
+  const struct {
+    const char* damage;
+    const char* line;
+  } cases[] = {
+      {"blank", "commEeprom: no identity programmed (blank)\n"},
+      {"crc", "commEeprom: identity CRC mismatch: stored 0x"},
+      {"stream", "commEeprom: identity stream does not inflate: zlib error -3 (invalid stored block lengths)\n"},
+      {"version", "commEeprom: unknown identity layout version 7 (this program reads 1)\n"},
+  };
+  for (const auto& c : cases) {
+    simctl({"i2c", "identity", "commEeprom", "reset"});
+    simctl({"i2c", "identity", "commEeprom", c.damage});
+    RunResult r = run({"eeprom", "-id", "commEeprom"});
+    EXPECT_NE(r.exitCode, 0) << c.damage;
+    EXPECT_TRUE(contains(r.out, c.line)) << c.damage << ": " << r.out;
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 1) << r.out;
+  }
+}
+
+TEST_F(BoardId, TestPassesLeavingEveryByteAndFailsOnAStuckBit) {
+  std::vector<uint8_t> before = memOf("bp-eeprom");
+  Trace t;
+  RunResult r = run({"eeprom", "-t", "bpEeprom"});
+  EXPECT_EQ(r.exitCode, 0) << r.out;
+  EXPECT_TRUE(contains(r.out, "eeprom test bpEeprom PASSED\n")) << r.out;
+  EXPECT_EQ(memOf("bp-eeprom"), before);
+  // Every page write was waited out: the part refused its address at least once after each.
+  EXPECT_GE(t.grep("i2c-2 0x50 write 0f e0 -> E").size(), 1u);
+  simctl({"i2c", "stuck", "bpEeprom", "0xfe5", "3", "1"});
+  r = run({"eeprom", "-t", "bpEeprom"});
+  EXPECT_NE(r.exitCode, 0);
+  EXPECT_TRUE(contains(r.out, "bpEeprom byte 0xfe5: wrote 0x55, read back 0x5d\n")) << r.out;
+  EXPECT_TRUE(contains(r.out, "eeprom test bpEeprom FAILED\n")) << r.out;
+  std::vector<uint8_t> after = memOf("bp-eeprom");
+  EXPECT_TRUE(std::equal(before.begin(), before.begin() + 0xFE0, after.begin()));  // nothing outside the test page
+}
+
+TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
+  write("id.xml", DOC);
+  RunResult r = run({"eeprom", "-mk", "-x", file("id.xml"), "-f", file("id.bin")});
+  ASSERT_EQ(r.exitCode, 0) << r.out;
+  EXPECT_EQ(std::filesystem::file_size(file("id.bin")), 4096u);
+  r = run({"eeprom", "-load", "bpEeprom", "-f", file("id.bin")});
+  EXPECT_EQ(r.exitCode, 0) << r.out;
+  r = run({"eeprom", "-id", "bpEeprom"});
+  EXPECT_TRUE(contains(r.out, "serial    0970-25-000777\nrevision  4\nmade      2025-02-28\noption    fans = 6\n")) << r.out;
+  EXPECT_EQ(run({"xml", "-d", "bpEeprom", "-x", "/board/option[@name='fans']/@value"}).out, "6\n");
+  r = run({"eeprom", "-save", "bpEeprom", "-f", file("back.bin")});
+  std::ifstream a(file("id.bin"), std::ios::binary), b(file("back.bin"), std::ios::binary);
+  EXPECT_TRUE(std::equal(std::istreambuf_iterator<char>(a), {}, std::istreambuf_iterator<char>(b)));
+  // A document without a required field builds nothing; a file of another size is not loaded.
+  write("bad.xml", "<board type=\"0970\"><name>x</name><part>p</part><revision>1</revision></board>");
+  r = run({"eeprom", "-mk", "-x", file("bad.xml"), "-f", file("bad.bin")});
+  EXPECT_TRUE(contains(r.out, "identity field <serial> is missing or empty\n")) << r.out;
+  EXPECT_FALSE(std::filesystem::exists(file("bad.bin")));
+  write("short.bin", std::string(4095, '\xff'));
+  std::vector<uint8_t> before = memOf("bp-eeprom");
+  r = run({"eeprom", "-load", "bpEeprom", "-f", file("short.bin")});
+  EXPECT_TRUE(contains(r.out, "short.bin is 4095 bytes: an image is exactly 4096; nothing was written")) << r.out;
+  EXPECT_EQ(memOf("bp-eeprom"), before);
+}
+
+TEST_F(BoardId, XmlFilesAndConfiguration) {
+  write("a.xml", "<a>\n  <b k=\"v\">text</b>\n  <c/>\n</a>\n");
+  EXPECT_EQ(run({"xml", "-f", file("a.xml")}).out, "a\n  b k=\"v\": text\n  c\n");
+  EXPECT_EQ(run({"xml", "-f", file("a.xml"), "-x", "//b/@k"}).out, "v\n");
+  write("bad.xml", "<a>\n  <b>\n</a>\n");
+  RunResult r = run({"xml", "-f", file("bad.xml")});
+  EXPECT_NE(r.exitCode, 0);
+  EXPECT_TRUE(contains(r.out, "line 3, column 5: Opening and ending tag mismatch")) << r.out;
+  EXPECT_EQ(run({"cfg", "-g", "production.station"}).out, "bench-1\n");
+  EXPECT_TRUE(contains(run({"cfg", "-l"}).out, "limits.fanTestSpeed = 60\n"));
+  r = run({"cfg", "-g", "limits.nosuch"});
+  EXPECT_NE(r.exitCode, 0);
+  EXPECT_TRUE(contains(r.out, "no setting limits.nosuch in /vesta/diags/diag.cfg\n")) << r.out;
+  write("bad.cfg", "a = 1;\nb = ;\n");
+  r = run({"cfg", "-l", "-f", file("bad.cfg")});
+  EXPECT_TRUE(contains(r.out, "configuration file " + file("bad.cfg") + ", line 2: syntax error\n")) << r.out;
+}
+
+// The libraries are loaded by the commands that need them, and only then.
+TEST_F(BoardId, OnlyTheCommandsThatNeedTheLibrariesLoadThem) {
+  auto loaded = [](const std::vector<std::string>& args) {
+    std::vector<std::string> argv = programArgv(diagSimBin(), args);
+    argv.insert(argv.begin(), {"/usr/bin/env", "LD_DEBUG=libs"});
+    return contains(runProgram(argv).out, "libxml2.so");
+  };
+  EXPECT_FALSE(loaded({"version"}));
+  EXPECT_FALSE(loaded({"i2c", "-d", "mhEeprom", "-o", "0", "-r", "4"}));
+  EXPECT_TRUE(loaded({"eeprom", "-id", "mhEeprom"}));
+  // A program that cannot find the module says so in one line and fails.
+  std::string lone = file("diag-sim");
+  std::filesystem::copy_file(diagSimBin(), lone);
+  std::vector<std::string> argv = programArgv(lone, {"--exit-status", "cfg", "-l"});
+  RunResult r = runProgram(argv);
+  EXPECT_NE(r.exitCode, 0);
+  EXPECT_TRUE(contains(r.out, "cannot open diag-xml.so, which this command needs")) << r.out;
+}

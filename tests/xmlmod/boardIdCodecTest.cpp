@@ -1,0 +1,129 @@
+// The identity decoder against damaged images: each damage gives its own
+// single line, and a good image gives every field.
+#include <gtest/gtest.h>
+
+#include <zlib.h>
+
+#include <cstring>
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "boardIdCodec.h"
+#include "boardIdLayout.h"
+#include "diagStatus.h"
+
+namespace {
+struct Lines : S_TEXT_SINK {
+  std::vector<std::string> out, err;
+  Lines() : S_TEXT_SINK{this, [](void* c, bool e, const char* t) {
+                          auto* l = static_cast<Lines*>(c);
+                          (e ? l->err : l->out).push_back(t);
+                        }} {}
+};
+
+using Image = std::vector<unsigned char>;
+
+const std::string DOC =
+    "<?xml version=\"1.0\"?>\n<board type=\"0970\">\n  <name>back plane</name>\n  <part>Z9-0970-03</part>\n"
+    "  <serial>0970-24-000123</serial>\n  <revision>3</revision>\n  <made>2024-06-14</made>\n"
+    "  <option name=\"fans\" value=\"6\"/>\n  <note>spare</note>\n</board>\n";
+
+Image imageOf(const std::string& doc) {
+  Image img(boardId::IMAGE_BYTES);
+  std::string err;
+  EXPECT_TRUE(idImage(doc, img.data(), img.size(), &err)) << err;
+  return img;
+}
+
+void setLen(Image& img, unsigned len) {
+  img[boardId::LENGTH_OFF] = static_cast<unsigned char>(len >> 8);
+  img[boardId::LENGTH_OFF + 1] = static_cast<unsigned char>(len);
+}
+
+// The stream replaced by these bytes, with length and CRC made to match.
+void setStream(Image& img, const std::string& bytes) {
+  memcpy(img.data() + boardId::STREAM_OFF, bytes.data(), bytes.size());
+  setLen(img, static_cast<unsigned>(bytes.size()));
+  unsigned long c = crc32(0L, img.data() + boardId::STREAM_OFF, static_cast<uInt>(bytes.size()));
+  for (int i = 0; i < 4; ++i) img[boardId::CRC_OFF + i] = static_cast<unsigned char>(c >> (24 - 8 * i));
+}
+
+std::string compressed(const std::string& doc) {
+  std::string out(compressBound(doc.size()), '\0');
+  uLongf n = out.size();
+  compress(reinterpret_cast<Bytef*>(out.data()), &n, reinterpret_cast<const Bytef*>(doc.data()), doc.size());
+  return out.substr(0, n);
+}
+}  // namespace
+
+TEST(BoardIdCodec, AGoodImageShowsEveryFieldInOrder) {
+  Image img = imageOf(DOC);
+  EXPECT_EQ(std::string(reinterpret_cast<char*>(img.data())), "Z9 0970 back plane");
+  EXPECT_EQ(img[boardId::TEST_PAGE_OFF], 0xFF);
+  Lines l;
+  EXPECT_EQ(idDecode(img.data(), img.size(), ID_FIELDS, &l), SUCCESS);
+  EXPECT_EQ(l.out, (std::vector<std::string>{"label     Z9 0970 back plane", "type      0970", "name      back plane",
+                                             "part      Z9-0970-03", "serial    0970-24-000123", "revision  3",
+                                             "made      2024-06-14", "option    fans = 6", "note      spare"}));
+  Lines q;
+  EXPECT_EQ(idQuery(img.data(), img.size(), "/board/serial", &q), SUCCESS);
+  EXPECT_EQ(q.out, std::vector<std::string>{"0970-24-000123"});
+}
+
+TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
+  const struct {
+    const char* what;
+    std::function<void(Image&)> damage;
+    const char* line;
+  } cases[] = {
+      {"blank", [](Image& i) { memset(i.data() + 0x20, 0xFF, 8); }, "no identity programmed (blank)"},
+      {"version", [](Image& i) { i[0x21] = 2; }, "unknown identity layout version 2 (this program reads 1)"},
+      {"length 0", [](Image& i) { setLen(i, 0); }, "identity length 0 out of range (1 to 4024)"},
+      {"length over", [](Image& i) { setLen(i, 0xFB9); }, "identity length 4025 out of range (1 to 4024)"},
+      {"crc", [](Image& i) { i[0x27] ^= 1; }, "identity CRC mismatch: stored 0x"},
+      {"zlib", [](Image& i) { setStream(i, "\x78\x9c\xff\xff\xff"); },
+       "identity stream does not inflate: zlib error -3 (invalid block type)"},
+      {"cut", [](Image& i) { setStream(i, compressed(DOC).substr(0, 20)); }, "identity stream is cut short"},
+      {"trailing", [](Image& i) { setStream(i, compressed(DOC) + "xy"); },
+       "identity stream ends 2 bytes before its length says"},
+      {"xml", [](Image& i) { setStream(i, compressed("<board type=\"0970\">\n<name>x</board>")); },
+       "identity XML error at line 2, column"},
+      {"root", [](Image& i) { setStream(i, compressed("<card/>")); }, "identity document's root is not <board>"},
+      {"missing", [](Image& i) { setStream(i, compressed("<board type=\"0970\"><name>n</name></board>")); },
+       "identity field <part> is missing or empty"},
+      {"type", [](Image& i) { setStream(i, compressed("<board type=\"97\"/>")); },
+       "identity field type \"97\" is malformed: four digits expected"},
+      {"label", [](Image& i) { i[4] = '8'; }, "identity type 0970 differs from the label's 0870"},
+      {"date",
+       [](Image& i) {
+         std::string d = DOC;
+         setStream(i, compressed(d.replace(d.find("06-14"), 5, "13-01")));
+       },
+       "identity field <made> \"2024-13-01\" is malformed: a date YYYY-MM-DD expected"},
+  };
+  for (const auto& c : cases) {
+    Image img = imageOf(DOC);
+    c.damage(img);
+    Lines l;
+    EXPECT_EQ(idDecode(img.data(), img.size(), ID_LINE, &l), FAILURE) << c.what;
+    EXPECT_TRUE(l.out.empty()) << c.what;
+    ASSERT_EQ(l.err.size(), 1u) << c.what;
+    EXPECT_EQ(l.err[0].rfind(c.line, 0), 0u) << c.what << ": " << l.err[0];
+  }
+}
+
+TEST(BoardIdCodec, ADocumentThatCannotBeAnIdentityBuildsNoImage) {
+  Image img(boardId::IMAGE_BYTES);
+  std::string err;
+  std::string longName = DOC;
+  longName.replace(longName.find("back plane"), 10, "a name far too long for the label");
+  EXPECT_FALSE(idImage(longName, img.data(), img.size(), &err));
+  EXPECT_EQ(err, "name \"a name far too long for the label\" is too long for the label (at most 24 characters)");
+  std::string big = DOC;
+  std::string noise;
+  for (unsigned i = 0; noise.size() < 9000; ++i) noise += std::to_string(i * 2654435761u);
+  big.insert(big.find("</board>"), "<pad>" + noise + "</pad>");
+  EXPECT_FALSE(idImage(big, img.data(), img.size(), &err));
+  EXPECT_EQ(err, "the compressed identity is longer than 4024 bytes");
+}

@@ -14,7 +14,7 @@ passed), unreached (no test runs the line: nothing to run), not compiled.
 Results go to WORK/results-SEED.jsonl (one fault a line) and the diff of every fault that was not caught to
 WORK/passed-SEED.txt. See docs/testing.md.
 """
-import argparse, hashlib, json, os, random, re, shutil, subprocess, sys, time
+import argparse, hashlib, json, os, random, re, shutil, signal, subprocess, sys, time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
@@ -113,13 +113,17 @@ def sites(tree):
 
 
 def sh(cmd, cwd=None, timeout=None, env=None):
-    """Runs a command; its status, 'timeout' when it ran past its bound, and its output."""
+    """Runs a command; its status, 'timeout' when it ran past its bound (then it and every process it
+    started are killed), and its output."""
+    p = subprocess.Popen(cmd, cwd=cwd, shell=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, env=env,
+                         start_new_session=True)
     try:
-        r = subprocess.run(cmd, cwd=cwd, shell=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT,
-                           timeout=timeout, env=env, start_new_session=True)
-        return r.returncode, r.stdout.decode(errors='replace')
-    except subprocess.TimeoutExpired as e:
-        return 'timeout', (e.stdout or b'').decode(errors='replace')
+        out, _ = p.communicate(timeout=timeout)
+        return p.returncode, out.decode(errors='replace')
+    except subprocess.TimeoutExpired:
+        os.killpg(p.pid, signal.SIGKILL)
+        out, _ = p.communicate()
+        return 'timeout', out.decode(errors='replace')
 
 
 class Tests:
@@ -128,45 +132,43 @@ class Tests:
         self.build, self.bound = build, bound
         self.bin = os.path.join(build, 'tests', 'diag_tests')
 
-    def suites(self):
-        rc, out = sh(f'{self.bin} --gtest_list_tests', timeout=120)
+    def suiteFiles(self):
+        """{suite: its test file, relative to the tree}."""
+        listing = os.path.join(self.build, 'tests.json')
+        rc, out = sh(f'{self.bin} --gtest_list_tests --gtest_output=json:{listing}', timeout=120)
         if rc != 0: sys.exit(f'cannot list the tests of {self.bin}:\n{out}')
-        names = [l.strip() for l in out.split('\n') if l and not l.startswith(' ')]
-        return [n.split('#')[0].strip().rstrip('.') for n in names]
+        out = {}
+        for suite in json.load(open(listing))['testsuites']:
+            f = suite['testsuite'][0]['file']
+            out[suite['name']] = os.path.relpath(f, os.path.join(self.build, '..', 'tree')) if os.path.isabs(f) else f
+        return out
 
     def run(self, suites, bound):
-        """'pass', 'fail' or 'timeout' for the tests of these suites (None: every test but the VM's)."""
-        filt = ':'.join(s + '.*' for s in suites) if suites is not None else '*'
-        filt += ':-Vm*.*:*Vm.*'
-        procs = []
-        for shard in range(2):
-            env = dict(os.environ, GTEST_TOTAL_SHARDS='2', GTEST_SHARD_INDEX=str(shard))
-            procs.append(subprocess.Popen([self.bin, f'--gtest_filter={filt}', '--gtest_fail_fast',
-                                           '--gtest_brief=1'], cwd=os.path.dirname(self.bin), env=env,
-                                          stdout=subprocess.PIPE, stderr=subprocess.STDOUT, start_new_session=True))
-        verdict, end, out = 'pass', time.time() + bound, ''
-        for p in procs:
-            try:
-                o, _ = p.communicate(timeout=max(1, end - time.time()))
-                out += o.decode(errors='replace')
-                if p.returncode != 0: verdict = 'fail' if verdict == 'pass' else verdict
-            except subprocess.TimeoutExpired:
-                os.killpg(p.pid, 9); p.communicate(); verdict = 'timeout'
-        return verdict, out
+        """'pass', 'fail' or 'timeout' for the tests of these suites (None: every test but the VM's), and the
+        output. Each test runs in a process of its own, as ctest runs them (tests of one process share its
+        directory), two at once, stopping at the first failure."""
+        names = '' if suites is None else "-R '^(" + '|'.join(re.escape(x) for x in suites) + r")\.' "
+        rc, out = sh(f"ctest --test-dir {self.build} -j2 --stop-on-failure --timeout {int(bound)} "
+                     f"{names}-E '^(Vm|vm)' -LE vm", timeout=bound + 60)
+        if rc == 'timeout' or re.search(r'\((Timeout)\)', out): return 'timeout', out
+        return ('pass' if rc == 0 else 'fail'), out
 
 
 def gcov_lines(objdir_root, srcroot):
     """{file: ({executed lines}, {instrumented lines})} from the .gcda files under objdir_root."""
     gcdas = []
     for d, _, files in os.walk(objdir_root):
-        gcdas += [os.path.join(d, f) for f in files if f.endswith('.gcda')]
+        # Only the program's own objects: the simulator's and the tests' lines are never faulted.
+        if '/src/' in d + '/': gcdas += [os.path.join(d, f) for f in files if f.endswith('.gcda')]
     res = {}
     for i in range(0, len(gcdas), 40):
-        rc, out = sh('gcov --stdout --json-format ' + ' '.join(gcdas[i:i + 40]), cwd='/tmp', timeout=600)
-        for doc in out.split('\n'):
-            doc = doc.strip()
-            if not doc.startswith('{'): continue
-            for f in json.loads(doc).get('files', []):
+        rc, out = sh('gcov --stdout --json-format ' + ' '.join(gcdas[i:i + 40]) + ' 2>/dev/null', cwd='/tmp',
+                     timeout=600)
+        dec, at = json.JSONDecoder(), out.find('{')
+        while at >= 0:  # one document per object file, not always a line each
+            doc, at = dec.raw_decode(out, at)
+            at = out.find('{', at)
+            for f in doc.get('files', []):
                 name = os.path.normpath(os.path.join(srcroot, f['file']))
                 if not name.startswith(os.path.join(srcroot, 'src') + '/'): continue
                 rel = os.path.relpath(name, srcroot)
@@ -177,33 +179,60 @@ def gcov_lines(objdir_root, srcroot):
     return res
 
 
-def coverage_map(work, tree, head):
-    """{file: {line: [suites]}} and {file: {instrumented lines}}, made once per commit from the gcov build:
-    each suite runs alone with zeroed counts (its child programs write theirs too), then gcov reads them."""
+def tree_key(tree, parts):
+    """A digest of the files under these parts of the tree."""
+    h = hashlib.sha1()
+    for part in parts:
+        top = os.path.join(tree, part)
+        walk = [(top, [], [''])] if os.path.isfile(top) else os.walk(top)
+        for d, dirs, files in walk:
+            dirs.sort()
+            for f in sorted(files):
+                p = os.path.join(d, f)
+                h.update(p.encode()); h.update(open(p, 'rb').read())
+    return h.hexdigest()
+
+
+def coverage_map(work, tree):
+    """{file: {line: [suites]}}, {file: {instrumented lines}} and each suite's time, from the gcov build: each
+    suite runs alone with zeroed counts (the programs it starts write theirs too), then gcov reads them. A suite
+    is mapped again only when the program's code changed, or its own test file or the tests' support did."""
     path = os.path.join(work, 'map.json')
-    if os.path.exists(path):
-        m = json.load(open(path))
-        if m['commit'] == head: return m
+    code = tree_key(tree, ['src', 'sim', 'CMakeLists.txt', 'cmake', 'docgen', 'examples'])
+    support = tree_key(tree, ['tests/support', 'tests/CMakeLists.txt'])
+    pages = tree_key(tree, ['README.md', 'docs', 'bench/README.md'])  # what the examples' suites run
+    m = json.load(open(path)) if os.path.exists(path) else {}
+    if m.get('code') != code: m = {'code': code, 'suites': {}, 'inst': {}}
     cov = os.path.join(work, 'cov')
     if not os.path.exists(os.path.join(cov, 'CMakeCache.txt')):
         sh(f'cmake -S {tree} -B {cov} -G Ninja -DCMAKE_BUILD_TYPE=Debug -DDIAG_COVERAGE=ON -DDIAG_TESTS=ON', timeout=600)
     rc, out = sh(f'cmake --build {cov} -j2', timeout=7200)
     if rc != 0: sys.exit('the coverage build failed:\n' + out[-3000:])
     t = Tests(cov, 0)
-    lines, inst, secs = {}, {}, {}
-    for s in t.suites():
+    files = t.suiteFiles()
+    for s in list(m['suites']):
+        if s not in files: del m['suites'][s]
+    for s, f in sorted(files.items()):
         if s.startswith('Vm') or s.endswith('Vm'): continue
+        mine = support + (pages if f.startswith('tests/docs/') else '') + open(os.path.join(tree, f), 'rb').read().hex()
+        key = hashlib.sha1(mine.encode()).hexdigest()
+        if m['suites'].get(s, {}).get('key') == key: continue
         sh(f'find {cov} -name "*.gcda" -delete')
         t0 = time.time()
-        rc, _ = sh(f'{t.bin} --gtest_filter="{s}.*"', cwd=os.path.dirname(t.bin), timeout=900)
-        secs[s] = time.time() - t0
-        for f, (run, ins) in gcov_lines(cov, tree).items():
-            inst.setdefault(f, set()).update(ins)
-            for l in run: lines.setdefault(f, {}).setdefault(str(l), []).append(s)
-        print(f'map: {s} {secs[s]:.0f} s{"" if rc == 0 else " (failed in the coverage build)"}', flush=True)
-    m = {'commit': head, 'lines': lines, 'inst': {f: sorted(v) for f, v in inst.items()}, 'secs': secs}
-    json.dump(m, open(path, 'w'))
-    return m
+        rc, _ = t.run([s], 900)
+        secs = time.time() - t0
+        ran = {}
+        for f_, (run, ins) in gcov_lines(cov, tree).items():
+            m['inst'][f_] = sorted(set(m['inst'].get(f_, [])) | ins)
+            if run: ran[f_] = sorted(run)
+        m['suites'][s] = {'key': key, 'secs': secs, 'lines': ran}
+        json.dump(m, open(path, 'w'))
+        print(f'map: {s} {secs:.0f} s{"" if rc == "pass" else " (" + rc + " in the coverage build)"}', flush=True)
+    lines = {}
+    for s, v in m['suites'].items():
+        for f_, ls in v['lines'].items():
+            for l in ls: lines.setdefault(f_, {}).setdefault(str(l), []).append(s)
+    return {'lines': lines, 'inst': m['inst'], 'secs': {s: v['secs'] for s, v in m['suites'].items()}}
 
 
 def includers(tree, rel):
@@ -221,16 +250,64 @@ def includers(tree, rel):
 def chosen_suites(m, tree, rel, line):
     """The suites to run for a fault on this line, or None for every suite; [] when no test runs it."""
     per = m['lines'].get(rel, {})
-    if line in set(m['inst'].get(rel, [])):
+    # A header's inline code also runs from the tests' own objects, whose counts the map leaves out (they cost
+    # five times the program's to read): a header's line is tried against every suite that reaches its file.
+    if not rel.endswith('.h') and line in set(m['inst'].get(rel, [])):
         got = per.get(str(line), [])
         if not got and rel in SIGNAL_ENDED: return None
         return sorted(set(got))
-    # No code of its own on this line (a constant, a table row, a declaration): the suites that run any
-    # line of this file or of a file that includes it.
+    # No code of its own on this line (a constant, a table row, a declaration), or a header: the suites that
+    # run any line of this file or of a file that includes it.
     got = set()
     for f in [rel] + includers(tree, rel):
         for v in m['lines'].get(f, {}).values(): got.update(v)
     return sorted(got)
+
+
+def copy_head(work, tree):
+    """The committed tree in WORK/tree. Only files that differ from the last copy are written, so that the
+    builds in WORK redo only what changed."""
+    new = os.path.join(work, 'new'); shutil.rmtree(new, ignore_errors=True); os.makedirs(new)
+    rc, out = sh(f'git -C {ROOT} archive HEAD | tar -x -C {new}', timeout=300)
+    if rc != 0: sys.exit('cannot copy the committed tree:\n' + out)
+    for d, _, files in os.walk(new):
+        for f in files:
+            p = os.path.join(d, f); q = os.path.join(tree, os.path.relpath(p, new))
+            if not os.path.exists(q) or open(p, 'rb').read() != open(q, 'rb').read():
+                os.makedirs(os.path.dirname(q), exist_ok=True); shutil.copyfile(p, q); shutil.copymode(p, q)
+    for d, _, files in os.walk(tree):
+        for f in files:
+            q = os.path.join(d, f)
+            if not os.path.exists(os.path.join(new, os.path.relpath(q, tree))): os.remove(q)
+    shutil.rmtree(new)
+
+
+def try_fault(fault, a, m, tree, tests, target, base):
+    """Plants one fault, builds, runs the chosen suites, and puts the line back."""
+    rel, n, s0, e0, kind, rep = fault
+    p = os.path.join(tree, rel)
+    text = open(p, encoding='utf-8').read()
+    lines = text.split('\n'); old = lines[n]
+    lines[n] = old[:s0] + rep + old[e0:]
+    chosen = None if a.whole else chosen_suites(m, tree, rel, n + 1)
+    t0 = time.time(); by = []
+    try:
+        open(p, 'w').write('\n'.join(lines))
+        rc, out = sh(target, timeout=1800)
+        if rc != 0:
+            verdict = 'uncompiled'
+        elif chosen == []:
+            verdict = 'unreached'
+        else:
+            bound = 120 + 3 * (sum(m['secs'].get(s, 30) for s in chosen) if chosen is not None else base)
+            v, out = tests.run(chosen, bound)
+            verdict = 'passed' if v == 'pass' else 'caught'
+            by = sorted(set(re.findall(r'^\s*\d+ - (\S+\.\S+) \(', out, re.M))) or [v]
+    finally:
+        open(p, 'w').write(text)
+    rec = dict(verdict=verdict, file=rel, line=n + 1, col=s0, kind=kind, old=old[s0:e0], new=rep,
+               suites=('all' if chosen is None else len(chosen)), by=by, secs=round(time.time() - t0))
+    return verdict, rec, (old, lines[n])
 
 
 def main():
@@ -240,19 +317,12 @@ def main():
     ap.add_argument('--work', default=os.path.join(ROOT, 'build', 'mutate'))
     ap.add_argument('--again', help='try again the faults of a results file that were not caught')
     ap.add_argument('--whole', action='store_true', help='run every test for each fault, not the map\'s choice')
+    ap.add_argument('--minutes', type=float, help='stop planting after this many minutes (the figures so far stand)')
     a = ap.parse_args()
     work = os.path.abspath(a.work); tree = os.path.join(work, 'tree'); build = os.path.join(work, 'build')
     os.makedirs(work, exist_ok=True)
-    rc, head = sh(f'git -C {ROOT} rev-parse HEAD')
-    head = head.strip()
-    stamp = os.path.join(work, 'commit')
-    if not os.path.exists(stamp) or open(stamp).read().strip() != head:
-        # A changed file of the old copy would keep its old build: copy only what differs, keeping times.
-        new = os.path.join(work, 'new'); shutil.rmtree(new, ignore_errors=True); os.makedirs(new)
-        sh(f'git -C {ROOT} archive HEAD | tar -x -C {new}', timeout=300)
-        sh(f'rsync -a --checksum --delete {new}/ {tree}/', timeout=300)
-        shutil.rmtree(new); open(stamp, 'w').write(head + '\n')
-    m = coverage_map(work, tree, head)
+    copy_head(work, tree)
+    m = coverage_map(work, tree)
     if not os.path.exists(os.path.join(build, 'CMakeCache.txt')):
         sh(f'cmake -S {tree} -B {build} -G Ninja -DCMAKE_BUILD_TYPE=None -DDIAG_TESTS=ON -DDIAG_BENCH=OFF', timeout=600)
     target = 'cmake --build ' + build + ' -j2'
@@ -276,36 +346,25 @@ def main():
     res = open(os.path.join(work, f'results-{tag}.jsonl'), 'w')
     passed = open(os.path.join(work, f'passed-{tag}.txt'), 'w')
     counts = dict(caught=0, passed=0, unreached=0, uncompiled=0)
-    for rel, n, s0, e0, kind, rep in todo:
-        if counts['caught'] + counts['passed'] + counts['unreached'] >= a.n: break
-        p = os.path.join(tree, rel)
-        text = open(p, encoding='utf-8').read()
-        lines = text.split('\n'); old = lines[n]
-        lines[n] = old[:s0] + rep + old[e0:]
-        chosen = None if a.whole else chosen_suites(m, tree, rel, n + 1)
-        t0 = time.time(); by = []
-        try:
-            open(p, 'w').write('\n'.join(lines))
-            rc, out = sh(target, timeout=1800)
-            if rc != 0:
-                verdict = 'uncompiled'
-            elif chosen == []:
-                verdict = 'unreached'
-            else:
-                bound = 120 + 3 * (sum(m['secs'].get(s, 30) for s in chosen) if chosen is not None else base)
-                v, out = tests.run(chosen, bound)
-                verdict = 'passed' if v == 'pass' else 'caught'
-                by = sorted(set(re.findall(r'^\[  FAILED  \] (\S+\.\S+)', out, re.M))) or [v]
-        finally:
-            open(p, 'w').write(text)
-        counts[verdict] += 1
-        rec = dict(verdict=verdict, file=rel, line=n + 1, col=s0, kind=kind, old=old[s0:e0], new=rep,
-                   suites=('all' if chosen is None else len(chosen)), by=by, secs=round(time.time() - t0))
-        res.write(json.dumps(rec) + '\n'); res.flush()
-        if verdict in ('passed', 'unreached'):
-            passed.write(f'--- {rel}:{n + 1} ({kind}, {verdict})\n-{old}\n+{lines[n]}\n\n'); passed.flush()
-        print(f'{verdict:10} {rel}:{n + 1} {kind}: {old.strip()[:60]!r} -> {lines[n].strip()[:60]!r} '
-              f'[{rec["suites"]} suites, {rec["secs"]} s]', flush=True)
+    end = time.time() + 60 * a.minutes if a.minutes else None
+    taken = 0
+    while taken < len(todo) and counts['caught'] + counts['passed'] + counts['unreached'] < a.n:
+        # The next faults of the sample, in file order: putting a file back and faulting it again is one rebuild.
+        need = a.n - (counts['caught'] + counts['passed'] + counts['unreached'])
+        batch = sorted(todo[taken:taken + need], key=lambda t: (t[0], t[1], t[2]))
+        taken += need
+        for fault in batch:
+            if end and time.time() > end: break
+            verdict, rec, line = try_fault(fault, a, m, tree, tests, target, base)
+            counts[verdict] += 1
+            res.write(json.dumps(rec) + '\n'); res.flush()
+            if verdict in ('passed', 'unreached'):
+                passed.write(f'--- {rec["file"]}:{rec["line"]} ({rec["kind"]}, {verdict})\n-{line[0]}\n+{line[1]}\n\n')
+                passed.flush()
+            print(f'{verdict:10} {rec["file"]}:{rec["line"]} {rec["kind"]}: {line[0].strip()[:60]!r} -> '
+                  f'{line[1].strip()[:60]!r} [{rec["suites"]} suites, {rec["secs"]} s]', flush=True)
+        if end and time.time() > end:
+            print('stopped at the time limit', flush=True); break
     sh(target, timeout=7200)
     tried = counts['caught'] + counts['passed'] + counts['unreached']
     print(f'{tag}: {tried} faults that compile, {counts["caught"]} caught '

@@ -73,6 +73,7 @@ TEST_F(AllokTest, SetActsOnTheHostsSourcesInNameOrder) {
     prev = at;
   }
   EXPECT_NE(r.out.find("setOkayOut - done\nsetOkayOut - done\n"), std::string::npos);  // fp, then mnhost
+  EXPECT_EQ(r.out.find("retries required"), std::string::npos) << r.out;  // each took at its first attempt
 }
 
 TEST_F(AllokTest, MainReferenceAndFrontPanelFollowTheirOutputs) {

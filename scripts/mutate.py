@@ -1,14 +1,15 @@
 #!/usr/bin/env python3
 """Plants one small fault at a time in src/ and asks whether the tests catch it.
 
-Usage: scripts/mutate.py [-n FAULTS] [--seed S] [--work DIR] [--again RESULTS.jsonl] [--whole]
+Usage: scripts/mutate.py [-n FAULTS] [--seed S] [--work DIR] [--again RESULTS.jsonl] [--whole] [--minutes M]
 
-The committed tree (HEAD) is copied to WORK/tree. Two builds of it are made: WORK/cov (gcov) once per
-commit, from which each test suite's own coverage gives the map "which suites run this line", and WORK/build
+The committed tree (HEAD) is copied to WORK/tree. Two builds of it are made: WORK/cov (gcov), from which
+each test suite's own coverage gives the map "which suites run this line" (kept while the code is), and WORK/build
 (unoptimised, no sanitizers, no debug information: the quickest to rebuild), in which the faults are built.
 For each fault of a seeded sample of the fault sites of src/ (comments, string literals and preprocessor
 lines left alone) the tool rebuilds what the fault touches, runs only the suites that run the faulted line
-(two shards at once, each with a time bound, stopping at the first failure) and puts the line back.
+(each test in its own process, two at once, with a time bound, stopping at the first failure) and puts the
+line back.
 Verdicts: caught (a test failed, crashed or ran past its bound), passed (every test that runs the line
 passed), unreached (no test runs the line: nothing to run), not compiled.
 Results go to WORK/results-SEED.jsonl (one fault a line) and the diff of every fault that was not caught to
@@ -127,7 +128,7 @@ def sh(cmd, cwd=None, timeout=None, env=None):
 
 
 class Tests:
-    """The suites of the test program, and running a set of them in two shards."""
+    """The suites of the test program, and running the tests of some of them."""
     def __init__(self, build, bound):
         self.build, self.bound = build, bound
         self.bin = os.path.join(build, 'tests', 'diag_tests')

@@ -65,17 +65,6 @@ TEST(LogPlace, FunctionNameIsThePlainName) {
   EXPECT_EQ(fnName(nullptr), "");
 }
 
-TEST(LogTimeStamp, KeepsSecondsAndMicroseconds) {
-  char buf[300] = "hello";
-  int n = insertTS(buf);
-  // "SS.<usec> " : two digits, a point, 1 to 6 digits, a blank.
-  ASSERT_TRUE(n >= 5 && n <= 10) << n;
-  EXPECT_TRUE(isdigit(buf[0]) && isdigit(buf[1]));
-  EXPECT_EQ(buf[2], '.');
-  EXPECT_EQ(buf[n - 1], ' ');
-  EXPECT_STREQ(buf + n, "hello");
-}
-
 TEST(LogFlags, FlagWordOnlyKeepsTheSystemLogBit) {
   for (auto [flags, on, left] : {std::tuple{LOG_SYS | LOG_TERM, true, LOG_SYS | LOG_TERM}, {LOG_TERM, false, LOG_SYS},
                                  {LOG_SYS, false, 0u}}) {

@@ -73,6 +73,12 @@ TEST_F(AllokTest, SetActsOnTheHostsSourcesInNameOrder) {
     prev = at;
   }
   EXPECT_NE(r.out.find("setOkayOut - done\nsetOkayOut - done\n"), std::string::npos);  // fp, then mnhost
+  EXPECT_EQ(r.out.find("retries required"), std::string::npos) << r.out;  // each took at its first attempt
+  // A source that fails makes the command fail, and the sources after it are still set.
+  simctl({"i2c", "absent", "fpfpga", "on"});
+  t.mark();
+  EXPECT_EQ((r = runCmd("allok -set M")).status, FAILURE) << r.out;
+  EXPECT_GE(firstLine(t.lines(), "i2c-2 0x48 smbus"), 0);
 }
 
 TEST_F(AllokTest, MainReferenceAndFrontPanelFollowTheirOutputs) {

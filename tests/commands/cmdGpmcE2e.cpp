@@ -69,6 +69,14 @@ TEST_F(GpmcCmd, InputFileWritesOneWordPerLine) {
   std::string out = run({"-m", "reg", "-w", "-o", "0x20", "-fi", in});
   EXPECT_TRUE(contains(out, "line 2 of the input file is not a number"));
   EXPECT_EQ(peek("reg", "0x20"), 7);
+  // At most 8192 lines are written: the last one that is fills the buffer's last word, the next is left.
+  std::string lines;
+  for (int i = 0; i < 8191; ++i) lines += "1\n";
+  writeFile(in, lines + "2\n3\n");
+  trace.mark();
+  EXPECT_FALSE(contains(run({"-m", "obuf", "-w", "-fi", in}), "fail"));
+  EXPECT_EQ(peek("obuf", "0x3ffe"), 2);
+  EXPECT_TRUE(trace.grep("fpga wr obuf 0x4000").empty());
 }
 
 TEST_F(GpmcCmd, ReadDataDumpsToFilesInEachFormat) {

@@ -73,3 +73,21 @@ TEST_F(I2cCommand, RefusesBadInputBeforeTouchingTheBus) {
   EXPECT_TRUE(contains(run({"-h", "-d", "fctl"}), " -l - list the devices with their descriptions\n"));
   EXPECT_TRUE(t.grep("smbus").empty());
 }
+
+// The last value of each limit is taken and the next one refused (in the shell's own process).
+TEST_F(I2cCommand, EachLimitTakesItsLastValue) {
+  simctl({"set", "adapter", "full"});
+  simctl({"i2c", "poke", "fpfpga", "0x20", "32"});  // a block of 32 bytes starts there
+  struct Case { const char* line; E_STATUS status; const char* out; } cases[] = {
+      {"i2c -d fpfpga -o 0xff -r 1", SUCCESS, "0x"},
+      {"i2c -d fpfpga -o 0x100 -r 1", BAD_PARAMETER, "i2c -o: 256 is out of range, 0 to 255"},
+      {"i2c -d fpfpga -o 0x20 -r 32", SUCCESS, ""},
+      {"i2c -d fpfpga -o 0x20 -r 33", BAD_PARAMETER, "too many bytes to read, 33, at most 32"},
+      {"i2c -d fpfpga -o 0x11 -w 1 2", SUCCESS, ""},
+      {"i2c -d mhEeprom -o 0xffff -r 1", SUCCESS, ""}};
+  for (const Case& c : cases) {
+    CmdResult r = runCmd(c.line);
+    EXPECT_EQ(r.status, c.status) << c.line << "\n" << r.out;
+    EXPECT_TRUE(contains(r.out, c.out)) << c.line << "\n" << r.out;
+  }
+}

@@ -134,3 +134,19 @@ TEST_F(GpmcFaultTest, DriverBufferAndSampleFileStopAtTheRefusedCall) {
   EXPECT_TRUE(trace.grep("fpga rd ibuf").empty());
   EXPECT_EQ(readFile(path), "");
 }
+
+// Every ramp write that is read back shows a bit that does not take: the manual
+// set value (a sequence stops there; a manual step reads it back but goes on, as
+// it always does), and the direction bit of the control register.
+TEST_F(GpmcFaultTest, RampWritesThatAreReadBackShowAStuckBit) {
+  simctl({"fpga", "fault", "stuck", "0x26", "0", "0"});
+  expectPrints([&] { EXPECT_EQ(ramp.GPMCSetOutput(0x7001), FAILURE); },
+               {"failed to write amplitude manual set value reg."});
+  EXPECT_EQ(captured([&] { EXPECT_EQ(ramp.GPMCSetOutput(0x7000), SUCCESS); }), "");
+  trace.mark();
+  EXPECT_EQ(captured([&] { EXPECT_EQ(ramp.GPMCStepUp(1), SUCCESS); }), "");
+  EXPECT_EQ(trace.grep("fpga rd reg 0x0026").size(), 1u);
+  simctl({"fpga", "clear"});
+  simctl({"fpga", "fault", "stuck", "0x30", "2", "0"});
+  expectPrints([&] { EXPECT_EQ(ramp.GPMCSetOutput(5), FAILURE); }, {"failed to write ramp control reg."});
+}

@@ -181,17 +181,3 @@ TEST_F(FanCtlrTest, ADumpGivesTheSemaphoreBackBetweenRegisters) {
   EXPECT_EQ(fctlTraffic(t).size(), 2u * 93u);
   EXPECT_GT(samplesFree, 0) << "the dump held diagSem from its first register to its last";
 }
-
-// Two one-shot runs see one instrument: the speed set by the first shows in the second.
-TEST(FanOneShot, SpeedsFollowWhatWasSet) {
-  simctl({"reset"});
-  simctl({"i2c", "fan-settle", "100"});
-  ASSERT_EQ(runSim({"fan", "-ss", "30"}).exitCode, 0);
-  std::string out;
-  for (int i = 0; i < 100; ++i) {
-    out = runSim({"fan", "-ds"}).out;
-    if (out.rfind("1824(0x0720) rpm\n", 0) == 0) break;
-  }
-  EXPECT_EQ(out, "1824(0x0720) rpm\n3040(0x0be0) rpm\n3040(0x0be0) rpm\n"
-                 "3040(0x0be0) rpm\n3040(0x0be0) rpm\n3040(0x0be0) rpm\n");
-}

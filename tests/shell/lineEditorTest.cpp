@@ -154,4 +154,13 @@ TEST(CmdHistory, RingSuppressesConsecutiveDuplicatesAndWraps) {
   EXPECT_STREQ(h.slot(19), "16");
   h.put(std::string(300, 'z').c_str());
   EXPECT_EQ(std::string(h.slot(0)).size(), 199u);
+
+  // Once the ring is full, ESC p steps back through all 20 lines, newest first, across slot 0, and round again.
+  h.clear();
+  for (int i = 0; i < 23; ++i) h.put(("l" + std::to_string(i)).c_str());
+  Editor e(h);
+  for (int back = 1; back <= 21; ++back) {
+    e.keys("\x1bp");
+    EXPECT_EQ(std::string(e.buf), "l" + std::to_string(back <= 20 ? 23 - back : 22)) << back;
+  }
 }

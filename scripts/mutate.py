@@ -1,0 +1,386 @@
+#!/usr/bin/env python3
+"""Plants one small fault at a time in src/ and asks whether the tests catch it.
+
+Usage: scripts/mutate.py [-n FAULTS] [--seed S] [--work DIR] [--again RESULTS.jsonl] [--whole] [--minutes M]
+
+The committed tree (HEAD) is copied to WORK/tree. Two builds of it are made: WORK/cov (gcov), from which
+each test suite's own coverage gives the map "which suites run this line" (kept while the code is), and WORK/build
+(unoptimised, no sanitizers, no debug information: the quickest to rebuild), in which the faults are built.
+For each fault of a seeded sample of the fault sites of src/ (comments, string literals and preprocessor
+lines left alone) the tool rebuilds what the fault touches, runs only the suites that run the faulted line
+(each test in its own process, two at once, with a time bound, stopping at the first failure) and puts the
+line back.
+Verdicts: caught (a test failed, crashed or ran past its bound), passed (every test that runs the line
+passed), unreached (no test runs the line: nothing to run), not compiled.
+Results go to WORK/results-SEED.jsonl (one fault a line) and the diff of every fault that was not caught to
+WORK/passed-SEED.txt. See docs/testing.md.
+"""
+import argparse, hashlib, json, os, random, re, shutil, signal, subprocess, sys, time
+
+ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
+
+# Code in these files also runs in processes that end by a signal (kill -9 of a semaphore holder, a fatal
+# signal's clean-up), which write no coverage counts: a line of theirs that the map shows unreached is tried
+# against every test instead.
+SIGNAL_ENDED = ('src/base/sharedSem.cpp', 'src/base/programSem.cpp', 'src/base/lockFile.cpp',
+                'src/base/processEnd.cpp', 'src/base/termState.cpp')
+
+# (kind, pattern on the code with literals and comments blanked, replacement or None for a computed one)
+OPS = [
+    ('cmp', r'(?<![<>=!])==(?!=)', '!='), ('cmp', r'!=', '=='),
+    ('cmp', r'(?<![<>=!-])<=(?!=)', '<'), ('cmp', r'(?<![<>=!-])>=(?!=)', '>'),
+    ('cmp', r'(?<![<>=!-])<(?![<=])', '<='), ('cmp', r'(?<![<>=!-])>(?![>=])', '>='),
+    ('logic', r'&&', '||'), ('logic', r'\|\|', '&&'),
+    ('bool', r'\btrue\b', 'false'), ('bool', r'\bfalse\b', 'true'),
+    ('status', r'\bSUCCESS\b', 'FAILURE'), ('status', r'\bFAILURE\b', 'SUCCESS'),
+    ('const', r'(?<![\w.])(0[xX][0-9a-fA-F]+|\d+)[uUlL]*(?![\w.])', None),
+    ('not', r'!(?!=)(?=[\w(])', ''),
+    ('call', r'^\s*[A-Za-z_][\w:.>\-]*\s*\(.*\)\s*;\s*$', None),
+]
+CALL_SKIP = re.compile(r'^\s*(return|if|for|while|switch|case|static_assert|assert|else|delete|throw)\b')
+
+
+def blank_literals(line, in_comment):
+    """The line with string and character literals and comments turned to blanks, and whether a /* */
+    comment is still open at its end."""
+    out, i, q = [], 0, None
+    while i < len(line):
+        c = line[i]
+        if in_comment:
+            if line.startswith('*/', i):
+                in_comment = False; out.append('  '); i += 2; continue
+            out.append(' '); i += 1; continue
+        if q:
+            if c == '\\':
+                out.append('  '); i += 2; continue
+            if c == q: q = None
+            out.append(' '); i += 1; continue
+        if c in '"\'' and not (c == "'" and i and line[i - 1].isalnum() and i + 1 < len(line) and line[i + 1].isdigit()):
+            q = c; out.append(' ')
+        elif line.startswith('//', i):
+            out.append(' ' * (len(line) - i)); break
+        elif line.startswith('/*', i):
+            in_comment = True; out.append('  '); i += 2; continue
+        else:
+            out.append(c)
+        i += 1
+    return ''.join(out)[:len(line)], in_comment
+
+
+def angle_bracket(code, s, e):
+    """A < or > that is part of a template argument list, an include or an arrow, not a comparison."""
+    if code[max(0, s - 1):e + 1].find('->') >= 0: return True
+    return bool(re.search(r'template|std::|static_cast|reinterpret_cast|const_cast|dynamic_cast|array<|'
+                          r'vector<|optional<|span<|function<|map<|pair<|ptr<|_t<|numeric_limits<', code))
+
+
+def sites(tree):
+    """Every fault site of src/: (path, line index, start, end, kind, replacement)."""
+    out = []
+    for d, _, files in sorted(os.walk(os.path.join(tree, 'src'))):
+        for f in sorted(files):
+            if not f.endswith(('.cpp', '.h')): continue
+            p = os.path.join(d, f); rel = os.path.relpath(p, tree)
+            in_comment = False
+            for n, line in enumerate(open(p, encoding='utf-8', errors='replace').read().split('\n')):
+                code, in_comment = blank_literals(line, in_comment)
+                s = code.strip()
+                if not s or s.startswith('#') or 'static_assert' in s: continue
+                for kind, pat, rep in OPS:
+                    for m in re.finditer(pat, code):
+                        a, b = m.start(), m.end()
+                        if kind == 'cmp' and code[a] in '<>' and angle_bracket(code, a, b): continue
+                        if kind == 'const':
+                            if '[' in code[:a] and ']' in code[b:] and re.search(r'\w+\s*\[[^\]]*$', code[:a]) \
+                               and re.match(r'^\s*(static\s+)?(const\w*\s+)?[\w:<>]+\s+\w+\s*\[', code):
+                                continue  # an array's size: a fault there changes no behaviour a test can see
+                            lit = line[a:b]
+                            digits = lit.rstrip('uUlL'); suffix = lit[len(digits):]
+                            octal = len(digits) > 1 and digits[0] == '0' and digits[1].isdigit()
+                            v = int(digits, 8 if octal else 0)
+                            new = v + 1 if (n + a) % 2 == 0 or v == 0 else v - 1
+                            rep_ = (hex(new) if digits[:2].lower() == '0x' else oct(new).replace('0o', '0')
+                                    if octal else str(new)) + suffix
+                            out.append((rel, n, a, b, kind, rep_))
+                        elif kind == 'call':
+                            if CALL_SKIP.match(code) or '=' in code.replace('==', '').replace('!=', '') \
+                               or code.rstrip().endswith(') const;') or re.match(r'^\s*[\w:<>]+\s+[\w:]+\s*\(', code):
+                                continue
+                            if code.count('(') != code.count(')'): continue
+                            out.append((rel, n, len(line) - len(line.lstrip()), len(line), kind, ';'))
+                        else:
+                            out.append((rel, n, a, b, kind, rep))
+    return out
+
+
+def sh(cmd, cwd=None, timeout=None, env=None):
+    """Runs a command; its status, 'timeout' when it ran past its bound (then it and every process it
+    started are killed), and its output."""
+    p = subprocess.Popen(cmd, cwd=cwd, shell=True, stdout=subprocess.PIPE, stderr=subprocess.STDOUT, env=env,
+                         start_new_session=True)
+    try:
+        out, _ = p.communicate(timeout=timeout)
+        return p.returncode, out.decode(errors='replace')
+    except subprocess.TimeoutExpired:
+        os.killpg(p.pid, signal.SIGKILL)
+        out, _ = p.communicate()
+        return 'timeout', out.decode(errors='replace')
+
+
+class Tests:
+    """The suites of the test program, and running the tests of some of them."""
+    def __init__(self, build, bound):
+        self.build, self.bound = build, bound
+        self.bin = os.path.join(build, 'tests', 'diag_tests')
+
+    def suiteFiles(self):
+        """{suite: its test file, relative to the tree}."""
+        listing = os.path.join(self.build, 'tests.json')
+        rc, out = sh(f'{self.bin} --gtest_list_tests --gtest_output=json:{listing}', timeout=120)
+        if rc != 0: sys.exit(f'cannot list the tests of {self.bin}:\n{out}')
+        out = {}
+        for suite in json.load(open(listing))['testsuites']:
+            f = suite['testsuite'][0]['file']
+            out[suite['name']] = os.path.relpath(f, os.path.join(self.build, '..', 'tree')) if os.path.isabs(f) else f
+        return out
+
+    def run(self, suites, bound):
+        """'pass', 'fail' or 'timeout' for the tests of these suites (None: every test but the VM's), and the
+        output. Each test runs in a process of its own, as ctest runs them (tests of one process share its
+        directory), two at once, stopping at the first failure."""
+        names = '' if suites is None else "-R '^(" + '|'.join(re.escape(x) for x in suites) + r")\.' "
+        rc, out = sh(f"ctest --test-dir {self.build} -j2 --stop-on-failure --timeout {int(bound)} "
+                     f"{names}-E '^(Vm|vm)' -LE vm", timeout=bound + 60)
+        if rc == 'timeout' or re.search(r'\((Timeout)\)', out): return 'timeout', out
+        return ('pass' if rc == 0 else 'fail'), out
+
+
+def gcov_lines(objdir_root, srcroot):
+    """{file: ({executed lines}, {instrumented lines})} from the .gcda files under objdir_root."""
+    gcdas = []
+    for d, _, files in os.walk(objdir_root):
+        # Only the program's own objects: the simulator's and the tests' lines are never faulted.
+        if '/src/' in d + '/': gcdas += [os.path.join(d, f) for f in files if f.endswith('.gcda')]
+    res = {}
+    for i in range(0, len(gcdas), 40):
+        rc, out = sh('gcov --stdout --json-format ' + ' '.join(gcdas[i:i + 40]) + ' 2>/dev/null', cwd='/tmp',
+                     timeout=600)
+        dec, at = json.JSONDecoder(), out.find('{')
+        while at >= 0:  # one document per object file, not always a line each
+            doc, at = dec.raw_decode(out, at)
+            at = out.find('{', at)
+            for f in doc.get('files', []):
+                name = os.path.normpath(os.path.join(srcroot, f['file']))
+                if not name.startswith(os.path.join(srcroot, 'src') + '/'): continue
+                rel = os.path.relpath(name, srcroot)
+                run, inst = res.setdefault(rel, (set(), set()))
+                for l in f['lines']:
+                    inst.add(l['line_number'])
+                    if l['count'] > 0: run.add(l['line_number'])
+    return res
+
+
+def tree_key(tree, parts):
+    """A digest of the files under these parts of the tree."""
+    h = hashlib.sha1()
+    for part in parts:
+        top = os.path.join(tree, part)
+        walk = [(os.path.dirname(top), [], [os.path.basename(top)])] if os.path.isfile(top) else os.walk(top)
+        for d, dirs, files in walk:
+            dirs.sort()
+            for f in sorted(files):
+                p = os.path.join(d, f)
+                h.update(p.encode()); h.update(open(p, 'rb').read())
+    return h.hexdigest()
+
+
+def coverage_map(work, tree):
+    """{file: {line: [suites]}}, {file: {instrumented lines}} and each suite's time, from the gcov build: each
+    suite runs alone with zeroed counts (the programs it starts write theirs too), then gcov reads them. A suite
+    is mapped again only when the program's code changed, or its own test file or the tests' support did."""
+    path = os.path.join(work, 'map.json')
+    code = tree_key(tree, ['src', 'sim', 'CMakeLists.txt', 'cmake', 'docgen', 'examples'])
+    support = tree_key(tree, ['tests/support', 'tests/CMakeLists.txt'])
+    pages = tree_key(tree, ['README.md', 'docs', 'bench/README.md'])  # what the examples' suites run
+    m = json.load(open(path)) if os.path.exists(path) else {}
+    if m.get('code') != code: m = {'code': code, 'suites': {}, 'inst': {}}
+    cov = os.path.join(work, 'cov')
+    if not os.path.exists(os.path.join(cov, 'CMakeCache.txt')):
+        sh(f'cmake -S {tree} -B {cov} -G Ninja -DCMAKE_BUILD_TYPE=Debug -DDIAG_COVERAGE=ON -DDIAG_TESTS=ON', timeout=600)
+    rc, out = sh(f'cmake --build {cov} -j2', timeout=7200)
+    if rc != 0: sys.exit('the coverage build failed:\n' + out[-3000:])
+    t = Tests(cov, 0)
+    files = t.suiteFiles()
+    for s in list(m['suites']):
+        if s not in files: del m['suites'][s]
+    for s, f in sorted(files.items()):
+        if s.startswith('Vm') or s.endswith('Vm'): continue
+        mine = support + (pages if f.startswith('tests/docs/') else '') + open(os.path.join(tree, f), 'rb').read().hex()
+        key = hashlib.sha1(mine.encode()).hexdigest()
+        if m['suites'].get(s, {}).get('key') == key: continue
+        sh(f'find {cov} -name "*.gcda" -delete')
+        t0 = time.time()
+        rc, _ = t.run([s], 900)
+        secs = time.time() - t0
+        ran = {}
+        for f_, (run, ins) in gcov_lines(cov, tree).items():
+            m['inst'][f_] = sorted(set(m['inst'].get(f_, [])) | ins)
+            if run: ran[f_] = sorted(run)
+        m['suites'][s] = {'key': key, 'secs': secs, 'lines': ran}
+        json.dump(m, open(path, 'w'))
+        print(f'map: {s} {secs:.0f} s{"" if rc == "pass" else " (" + rc + " in the coverage build)"}', flush=True)
+    lines = {}
+    for s, v in m['suites'].items():
+        for f_, ls in v['lines'].items():
+            for l in ls: lines.setdefault(f_, {}).setdefault(str(l), []).append(s)
+    return {'lines': lines, 'inst': m['inst'], 'secs': {s: v['secs'] for s, v in m['suites'].items()}}
+
+
+def includers(tree, rel):
+    """Files of src/ that include rel's header by name (a table's or constant's users)."""
+    hdr = os.path.basename(rel).rsplit('.', 1)[0] + '.h'
+    out = []
+    for d, _, files in os.walk(os.path.join(tree, 'src')):
+        for f in files:
+            p = os.path.join(d, f)
+            if f.endswith(('.cpp', '.h')) and f'"{hdr}"' in open(p, errors='replace').read():
+                out.append(os.path.relpath(p, tree))
+    return out
+
+
+def chosen_suites(m, tree, rel, line):
+    """The suites to run for a fault on this line, or None for every suite; [] when no test runs it."""
+    per = m['lines'].get(rel, {})
+    # A header's inline code also runs from the tests' own objects, whose counts the map leaves out (they cost
+    # five times the program's to read): a header's line is tried against every suite that reaches its file.
+    if not rel.endswith('.h') and line in set(m['inst'].get(rel, [])):
+        got = per.get(str(line), [])
+        if not got and rel in SIGNAL_ENDED: return None
+        return sorted(set(got))
+    # No code of its own on this line (a constant, a table row, a declaration), or a header: the suites that
+    # run any line of this file or of a file that includes it.
+    got = set()
+    for f in [rel] + includers(tree, rel):
+        for v in m['lines'].get(f, {}).values(): got.update(v)
+    return sorted(got)
+
+
+def copy_head(work, tree):
+    """The committed tree in WORK/tree. Only files that differ from the last copy are written, so that the
+    builds in WORK redo only what changed."""
+    new = os.path.join(work, 'new'); shutil.rmtree(new, ignore_errors=True); os.makedirs(new)
+    rc, out = sh(f'git -C {ROOT} archive HEAD | tar -x -C {new}', timeout=300)
+    if rc != 0: sys.exit('cannot copy the committed tree:\n' + out)
+    for d, _, files in os.walk(new):
+        for f in files:
+            p = os.path.join(d, f); q = os.path.join(tree, os.path.relpath(p, new))
+            if not os.path.exists(q) or open(p, 'rb').read() != open(q, 'rb').read():
+                os.makedirs(os.path.dirname(q), exist_ok=True); shutil.copyfile(p, q); shutil.copymode(p, q)
+    for d, _, files in os.walk(tree):
+        for f in files:
+            q = os.path.join(d, f)
+            if not os.path.exists(os.path.join(new, os.path.relpath(q, tree))): os.remove(q)
+    shutil.rmtree(new)
+
+
+def try_fault(fault, a, m, tree, tests, target, base):
+    """Plants one fault, builds, runs the chosen suites, and puts the line back."""
+    rel, n, s0, e0, kind, rep = fault
+    p = os.path.join(tree, rel)
+    text = open(p, encoding='utf-8').read()
+    lines = text.split('\n'); old = lines[n]
+    lines[n] = old[:s0] + rep + old[e0:]
+    chosen = None if a.whole else chosen_suites(m, tree, rel, n + 1)
+    t0 = time.time(); by = []
+    try:
+        open(p, 'w').write('\n'.join(lines))
+        rc, out = sh(target, timeout=1800)
+        if rc != 0:
+            verdict = 'uncompiled'
+        elif chosen == []:
+            verdict = 'unreached'
+        else:
+            bound = 120 + 3 * (sum(m['secs'].get(s, 30) for s in chosen) if chosen is not None else base)
+            v, out = tests.run(chosen, bound)
+            verdict = 'passed' if v == 'pass' else 'caught'
+            by = sorted(set(re.findall(r'^\s*\d+ - (\S+\.\S+) \(', out, re.M))) or [v]
+    finally:
+        open(p, 'w').write(text)
+    rec = dict(verdict=verdict, file=rel, line=n + 1, col=s0, kind=kind, old=old[s0:e0], new=rep,
+               suites=('all' if chosen is None else len(chosen)), by=by, secs=round(time.time() - t0))
+    return verdict, rec, (old, lines[n])
+
+
+def main():
+    ap = argparse.ArgumentParser(description=__doc__.split('\n')[0])
+    ap.add_argument('-n', type=int, default=300, help='faults that compile to try (default 300)')
+    ap.add_argument('--seed', type=int, default=1)
+    ap.add_argument('--work', default=os.path.join(ROOT, 'build', 'mutate'))
+    ap.add_argument('--again', help='try again the faults of a results file that were not caught')
+    ap.add_argument('--whole', action='store_true', help='run every test for each fault, not the map\'s choice')
+    ap.add_argument('--minutes', type=float, help='stop planting after this many minutes (the figures so far stand)')
+    a = ap.parse_args()
+    work = os.path.abspath(a.work); tree = os.path.join(work, 'tree'); build = os.path.join(work, 'build')
+    os.makedirs(work, exist_ok=True)
+    copy_head(work, tree)
+    m = coverage_map(work, tree)
+    if not os.path.exists(os.path.join(build, 'CMakeCache.txt')):
+        sh(f'cmake -S {tree} -B {build} -G Ninja -DCMAKE_BUILD_TYPE=None -DDIAG_TESTS=ON -DDIAG_BENCH=OFF', timeout=600)
+    target = 'cmake --build ' + build + ' -j2'
+    rc, out = sh(target, timeout=7200)
+    if rc != 0: sys.exit('the build of the unchanged tree failed:\n' + out[-3000:])
+    tests = Tests(build, 0)
+    # The unchanged tree must pass every test, once per content of the tree.
+    stamp = os.path.join(work, 'passes-' + tree_key(tree, ['src', 'sim', 'tests', 'CMakeLists.txt', 'cmake', 'docgen',
+                                                           'examples', 'docs', 'README.md', 'bench/README.md']))
+    if os.path.exists(stamp):
+        base = float(open(stamp).read())
+    else:
+        t0 = time.time(); verdict, out = tests.run(None, 3600)
+        base = time.time() - t0
+        print(f'unchanged tree: every test {verdict}, {base:.0f} s', flush=True)
+        if verdict != 'pass':
+            sys.exit('the unchanged tree fails its tests: a fault\'s verdict would mean nothing\n' + out[-3000:])
+        open(stamp, 'w').write(str(base))
+
+    if a.again:
+        todo = [json.loads(l) for l in open(a.again) if l.strip()]
+        todo = [(t['file'], t['line'] - 1, t['col'], t['col'] + len(t['old']), t['kind'], t['new'])
+                for t in todo if t['verdict'] in ('passed', 'unreached')]
+        tag = os.path.basename(a.again).replace('results-', 'again-').replace('.jsonl', '')
+    else:
+        todo = sites(tree)
+        random.Random(a.seed).shuffle(todo)
+        tag = f'seed{a.seed}'
+    res = open(os.path.join(work, f'results-{tag}.jsonl'), 'w')
+    passed = open(os.path.join(work, f'passed-{tag}.txt'), 'w')
+    counts = dict(caught=0, passed=0, unreached=0, uncompiled=0)
+    end = time.time() + 60 * a.minutes if a.minutes else None
+    taken = 0
+    while taken < len(todo) and counts['caught'] + counts['passed'] + counts['unreached'] < a.n:
+        # The next faults of the sample, in file order: putting a file back and faulting it again is one rebuild.
+        # (In batches of 25, so that a session cut short by --minutes is still a sample of all of src/.)
+        need = min(25, a.n - (counts['caught'] + counts['passed'] + counts['unreached']))
+        batch = sorted(todo[taken:taken + need], key=lambda t: (t[0], t[1], t[2]))
+        taken += need
+        for fault in batch:
+            if end and time.time() > end: break
+            verdict, rec, line = try_fault(fault, a, m, tree, tests, target, base)
+            counts[verdict] += 1
+            res.write(json.dumps(rec) + '\n'); res.flush()
+            if verdict in ('passed', 'unreached'):
+                passed.write(f'--- {rec["file"]}:{rec["line"]} ({rec["kind"]}, {verdict})\n-{line[0]}\n+{line[1]}\n\n')
+                passed.flush()
+            print(f'{verdict:10} {rec["file"]}:{rec["line"]} {rec["kind"]}: {line[0].strip()[:60]!r} -> '
+                  f'{line[1].strip()[:60]!r} [{rec["suites"]} suites, {rec["secs"]} s]', flush=True)
+        if end and time.time() > end:
+            print('stopped at the time limit', flush=True); break
+    sh(target, timeout=7200)
+    tried = counts['caught'] + counts['passed'] + counts['unreached']
+    print(f'{tag}: {tried} faults that compile, {counts["caught"]} caught '
+          f'({100 * counts["caught"] / max(tried, 1):.1f} %), {counts["passed"]} passed, '
+          f'{counts["unreached"]} unreached, {counts["uncompiled"]} not compiled; {len(todo)} sites', flush=True)
+
+
+if __name__ == '__main__':
+    main()

@@ -69,7 +69,9 @@ TEST_F(SimI2cBus, EepromWritesWrapInTheirPageAndReadsRunOn) {
   // Storing the page, the part does not acknowledge its address (checked only
   // where the next attempt came soon enough to fall in the write cycle).
   bool answered = bus.put({0x00, 0x3E});
-  if (std::chrono::steady_clock::now() - t0 < std::chrono::milliseconds(2)) EXPECT_FALSE(answered);
+  if (std::chrono::steady_clock::now() - t0 < std::chrono::milliseconds(2)) {
+    EXPECT_FALSE(answered);
+  }
   for (int polls = 0; !answered && polls < 100; ++polls) {
     usleep(1000);
     answered = bus.put({0x00, 0x3E});

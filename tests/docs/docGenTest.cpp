@@ -65,6 +65,8 @@ TEST(Documentation, ManPageAndCompletionSayWhatTheProgramSays) {
     ASSERT_NE(at, std::string::npos) << entry;
     EXPECT_NE(words.find(" " + name + " "), std::string::npos) << name;
     if (!usage.count(name)) continue;
+    // A command without options answers -h with its help line, which the page already gives under its name.
+    if (usage[name] == entry + "\n") continue;
     const std::string section = page.substr(at, page.find(".TP\n", at) - at);
     if (usage[name].find("command not connected") != std::string::npos) {
       EXPECT_NE(section.find("Not connected in this build"), std::string::npos) << name;

@@ -3,7 +3,7 @@
 #include <array>
 #include <cerrno>
 #include <cstring>
-#include <fstream>
+#include <cstdio>
 
 #include "board.h"
 #include "boardIdLayout.h"
@@ -112,15 +112,18 @@ E_STATUS saveImage(Board& board, const char* name, const char* path) {
   return out.close();
 }
 
+// stdio rather than iostreams: the program carries its C++ library in itself,
+// and the streams would bring their locales with them (half a megabyte).
 E_STATUS loadFile(const char* path, Image& img) {
-  std::ifstream in(path, std::ios::binary);
-  if (!in) {
-    LOGERR_FN(LOG_TERM, "eeprom", "unable to open file %s: %s (%d)\n", path, strerror(errno), errno);
+  FILE* f = fopen(path, "rb");
+  if (!f) {
+    int err = errno;
+    LOGERR_FN(LOG_TERM, "eeprom", "unable to open file %s: %s (%d)\n", path, strerror(err), err);
     return FAILURE;
   }
-  in.read(reinterpret_cast<char*>(img.data()), img.size());
-  size_t got = static_cast<size_t>(in.gcount());
-  bool more = in.peek() != std::char_traits<char>::eof();
+  size_t got = fread(img.data(), 1, img.size(), f);
+  bool more = fgetc(f) != EOF;
+  fclose(f);
   if (got == img.size() && !more) return SUCCESS;
   if (more)
     LOGERR_FN(LOG_TERM, "eeprom", "%s is longer than %zu bytes: an image is exactly that; nothing was written\n", path,

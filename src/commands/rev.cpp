@@ -11,6 +11,9 @@
 #include "xmlModuleLoad.h"
 
 namespace {
+const char* const head[] = {
+    "rev - what this instrument is: host, board revision, FPGA words, diagnostics and every board identity"};
+
 // The module's one line for an identity, kept for the EEPROM's row.
 struct LineSink : S_TEXT_SINK {
   std::string text;
@@ -65,5 +68,5 @@ E_STATUS rev(const Args&, Board& board) {
 }
 }  // namespace
 
-constinit const CmdDecl revCmd = {.help = "Print system revision", .args = {.name = "rev"}, .handler = rev};
+constinit const CmdDecl revCmd = {.help = "Print system revision", .args = {.name = "rev", .head = head}, .handler = rev};
 DIAG_COMMAND(revCmd);

@@ -24,7 +24,7 @@ read -ra replay <<<"${DIAG_VM_REPLAY:?names the diag-replay command of the desk}
 # instruction by instruction and bit-bangs its bus.
 BOOT_BOUND=40
 RUN_BOUND=40
-[ "$arch" = armhf ] && BOOT_BOUND=60 RUN_BOUND=120
+[ "$arch" = armhf ] && BOOT_BOUND=60 RUN_BOUND=240
 OFF_BOUND=10
 
 source "$here/vmImage.sh"

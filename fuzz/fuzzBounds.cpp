@@ -21,7 +21,8 @@ const char* const TEXT =
     "  runtest TEST -l N          run only with N from 1 to 3 (0 or no value runs until a key)\n"
     "  gpmc -t                    skipped: it counts waveform cycles over a second\n"
     "  gpmc -r/-ctf N, -col N     run only with N at most 4096 words, -col at most 1024 samples\n"
-    "  gpmc, utp file names       run only without '/': files stay in the target's own directory\n"
+    "  gpmc, utp, eeprom, xml,    run only without '/' in any word: files stay in the target's own directory\n"
+    "  cfg file names             (and no device file is read as XML or settings)\n"
     "  log on, log -ts            skipped: the system log would get every later message; -ts starts a program\n"
     "stdin is /dev/null (a key wait or an operator's answer ends at once), stdout is thrown away;\n"
     "a pause of the program (usleep: PMBus gaps, polls, settling) moves the simulated clock on instead\n";
@@ -78,7 +79,8 @@ const char* whyNotRun(int argc, char argv[][ARG_LEN]) {
         return "too many samples";
     }
   }
-  if (named(cmd, {"gpmc", "utp"}) && anyRowHas(argc, argv, '/')) return "file outside the target's directory";
+  if (named(cmd, {"gpmc", "utp", "eeprom", "xml", "cfg"}) && anyRowHas(argc, argv, '/'))
+    return "file outside the target's directory";
   if (named(cmd, {"log"}) && hasWord(argc, argv, 1, {"on", "-ts"})) return "system log";
   return nullptr;
 }

@@ -8,12 +8,23 @@ namespace sim {
 namespace {
 constexpr unsigned HDR = 0x20, STREAM = 0x28, TEST_PAGE = 0xFE0;
 
+// zlib's CRC-32 (reflected, polynomial 0xEDB88320), a byte at a time: every
+// reset of the instrument writes the identities afresh.
+struct CrcTable {
+  uint32_t t[256];
+  constexpr CrcTable() : t() {
+    for (uint32_t b = 0; b < 256; ++b) {
+      uint32_t c = b;
+      for (int k = 0; k < 8; ++k) c = (c >> 1) ^ (0xEDB88320u & (0u - (c & 1u)));
+      t[b] = c;
+    }
+  }
+};
+constexpr CrcTable CRC;
+
 uint32_t crc32(const uint8_t* p, size_t n) {
   uint32_t c = 0xFFFFFFFFu;
-  for (size_t i = 0; i < n; ++i) {
-    c ^= p[i];
-    for (int k = 0; k < 8; ++k) c = (c >> 1) ^ (0xEDB88320u & (0u - (c & 1u)));
-  }
+  for (size_t i = 0; i < n; ++i) c = (c >> 8) ^ CRC.t[(c ^ p[i]) & 0xFFu];
   return ~c;
 }
 

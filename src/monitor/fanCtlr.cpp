@@ -68,29 +68,41 @@ const RegRow rows[] = {
     {"FANCTLR_MFR_VOUT_MIN", 0xD7, 16, 20},
 };
 const unsigned char ALL_PAGES[] = {0, 1, 2, 3, 4, 5, 6, 20};
+
+// The table as registers and as pages of commands, built on first use: each
+// operation starts from a copy of the registers, none of them read.
+struct FanCtlrLayout {
+  std::vector<Reg> regs;
+  FanCtlrPageMap pages;
+  FanCtlrLayout() {
+    regs.reserve(100);
+    for (unsigned char p : ALL_PAGES) pages[p];
+    auto add = [&](const RegRow& r, unsigned char page) {
+      pages[page][r.cmd] = static_cast<int>(regs.size());
+      regs.push_back(Reg{r.name, r.cmd, r.width, 0, false, page, BF, {}});
+    };
+    for (const RegRow& r : rows) {
+      if (r.pages < 0)
+        for (unsigned char p : FAN_PAGES) add(r, p);
+      else
+        add(r, static_cast<unsigned char>(r.pages));
+    }
+  }
+};
+
+const FanCtlrLayout& layout() {
+  static const FanCtlrLayout l;
+  return l;
+}
 }  // namespace
 
-FanCtlr::FanCtlr(I2cDevMap& devs) : devs(devs) {
-  for (unsigned char p : ALL_PAGES) pageMap[p] = std::make_unique<FanCtlrCmdMap>();
-  regVec.reserve(100);
-  int ndx = 0;
-  auto add = [&](const RegRow& r, unsigned char page) {
-    (*pageMap[page])[r.cmd] = S_FANCTLR_MAP_ELEMENT{0, ndx++};
-    regVec.push_back(Reg{r.name, r.cmd, r.width, 0, false, page, BF, {}});
-  };
-  for (const RegRow& r : rows) {
-    if (r.pages < 0)
-      for (unsigned char p : FAN_PAGES) add(r, p);
-    else
-      add(r, static_cast<unsigned char>(r.pages));
-  }
-}
+FanCtlr::FanCtlr(I2cDevMap& devs) : regVec(layout().regs), pageMap(layout().pages), devs(devs) {}
 
 const Reg* FanCtlr::find(unsigned char page, unsigned char offset) const {
   auto pg = pageMap.find(page);
   if (pg == pageMap.end()) return nullptr;
-  auto cmd = pg->second->find(offset);
-  return cmd == pg->second->end() ? nullptr : &regVec[cmd->second.regVecNdx];
+  auto cmd = pg->second.find(offset);
+  return cmd == pg->second.end() ? nullptr : &regVec[cmd->second];
 }
 
 E_STATUS FanCtlr::selectPage(I2cDevItr itr, unsigned char page, bool prefixed) {
@@ -179,9 +191,9 @@ E_STATUS FanCtlr::wrFanCtlrReg(unsigned char page, unsigned long numBytes, unsig
 // that another process waits one register's access, not the whole walk.
 E_STATUS FanCtlr::rdFanCtlrRegs() {
   regRead.assign(regVec.size(), false);
-  for (auto& [page, cmds] : pageMap) {
-    for (auto& [cmd, elem] : *cmds) {
-      Reg& reg = regVec[elem.regVecNdx];
+  for (const auto& [page, cmds] : pageMap) {
+    for (const auto& [cmd, ndx] : cmds) {
+      Reg& reg = regVec[ndx];
       unsigned short datum = 0;
       E_STATUS st;
       {
@@ -192,7 +204,7 @@ E_STATUS FanCtlr::rdFanCtlrRegs() {
       if (st != SUCCESS) return st;
       kernel().sleepUs(PMBUS_GAP_US);
       reg.regContents = (reg.regContents & 0xFFFF0000u) | datum;
-      regRead[elem.regVecNdx] = true;
+      regRead[ndx] = true;
     }
   }
   return SUCCESS;

@@ -9,15 +9,14 @@
 
 typedef I2cDevNameMap::const_iterator I2cDevItr;
 
-struct S_FANCTLR_MAP_ELEMENT {
-  unsigned short datum;
-  int regVecNdx;
-};
-typedef std::map<unsigned char, S_FANCTLR_MAP_ELEMENT> FanCtlrCmdMap;
+// A page's commands in command order, each with its register's index in regVec.
+typedef std::map<unsigned char, int> FanCtlrCmdMap;
+typedef std::map<unsigned char, FanCtlrCmdMap> FanCtlrPageMap;
 
 // The MAX31785 fan controller "fctl": its PMBus commands as a table of
 // registers grouped by page, paged reads and writes, the table's dump.
-// Built afresh for every operation; nothing persists between operations.
+// Each operation has registers of its own, none read at its start: no value
+// persists between operations (the table's layout is built once).
 // The table enters the page-0 manufacturer fan registers twice; the page map
 // reaches the later entry, and the dump shows each register once, from that
 // entry. A register the walk did not read is shown as not read, never as a
@@ -40,7 +39,7 @@ public:
   void fanCtlrLogging(bool on) { sysLoggingOn = on; }
 
   std::vector<Reg> regVec;
-  std::map<unsigned char, std::unique_ptr<FanCtlrCmdMap>> pageMap;
+  const FanCtlrPageMap& pageMap;  // the same for every operation: built once
   bool sysLoggingOn = false;
 
 private:

@@ -100,6 +100,13 @@ TEST_F(BoardId, TestPassesLeavingEveryByteAndFailsOnAStuckBit) {
   EXPECT_TRUE(contains(r.out, "eeprom test bpEeprom FAILED\n")) << r.out;
   std::vector<uint8_t> after = memOf("bp-eeprom");
   EXPECT_TRUE(std::equal(before.begin(), before.begin() + 0xFE0, after.begin()));  // nothing outside the test page
+  // A part that stops answering after its first page write: the write cycle is waited out 20 times, then given up.
+  simctl({"i2c", "vanish", "bpEeprom", "3"});
+  t.mark();
+  r = run({"eeprom", "-t", "bpEeprom"});
+  EXPECT_TRUE(contains(r.out, "bpEeprom did not acknowledge within 20 ms of a page write\n")) << r.out;
+  EXPECT_TRUE(contains(r.out, "eeprom test bpEeprom FAILED\n")) << r.out;
+  EXPECT_EQ(t.grep("i2c-2 0x50 write 0f e0 -> E").size(), 20u);
 }
 
 TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {

@@ -126,6 +126,12 @@ TEST_F(GpmcCmd, CollectionsAndMeasurementResets) {
   std::string ctf = testPath("ctf.txt");
   run({"-ctf", ctf, "3"});
   EXPECT_EQ(splitLines(readFile(ctf)).size(), 12u);
+  // A collection the driver refuses part-way fails the command, though its file was written without fault.
+  simctl({"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc1", "after", "4"});
+  RunResult failed = runSim({"--exit-status", "gpmc", "-ctf", ctf, "3"});
+  simctl({"kernel", "clear"});
+  EXPECT_NE(failed.exitCode, 0) << failed.out;
+  EXPECT_TRUE(contains(failed.out, "function rdOBufToFile - failed to read device")) << failed.out;
   trace.mark();
   run({"-caon"});
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "a2d: continuous"));

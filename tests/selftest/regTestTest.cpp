@@ -86,3 +86,28 @@ TEST(MemTest, DataLinesThroughOneWord) {
   EXPECT_NE(out.find("runTest - looping 5 times\r\nPASSED\r\n"), std::string::npos);
   EXPECT_EQ(arbitraryMemLocation, 0x7FFFFFFFu);  // the last pattern of the walking zero
 }
+
+namespace {
+// A word whose data line 4 reads as 0, as a broken line on the memory bus would.
+class StuckLineWord : public DDR3DataLineMemTest {
+public:
+  using DDR3DataLineMemTest::DDR3DataLineMemTest;
+
+protected:
+  void wrrd() override {
+    DDR3DataLineMemTest::wrrd();
+    rdDatum &= ~0x10u;
+  }
+};
+}  // namespace
+
+TEST(MemTest, AStuckDataLineFailsAtItsFirstPattern) {
+  StuckLineWord t("ddr3dl", "Test the DDR3 Main Memory data lines", &arbitraryMemLocation, 0, true, false);
+  char argv[MAX_ARGS][ARG_LEN] = {"runtest", "ddr3dl", "-l", "3"};
+  CaptureStdout();
+  EXPECT_EQ(t.runTest(4, argv), FAILURE);
+  std::string out = GetCapturedStdout();
+  // The walking one finds it at 0x10, and the walk stops there: one mismatch, no later loop.
+  EXPECT_NE(out.find("(loop 0):  exp= 0x00000010, act= 0x00000000\r\nFAILED\r\n"), std::string::npos) << out;
+  EXPECT_EQ(out.find("exp=", out.find("exp=") + 1), std::string::npos) << out;
+}

@@ -41,7 +41,9 @@ const char* switchName(const BoardConfig& cfg, SwIndex sw) {
   return cfg.swVariant[sw] == SW_PLAIN ? "pca9545" : "pca9545APW";
 }
 
-const char* adapterName(uint32_t adapter) { return adapter == ADAPTER_FULL ? "full" : "omap"; }
+const char* adapterName(uint32_t adapter) {
+  return adapter == ADAPTER_FULL ? "full" : adapter == ADAPTER_SMBUS ? "smbus" : "omap";
+}
 
 const char* boardName(uint32_t board) {
   switch (board) {

@@ -14,7 +14,7 @@ enum SwIndex { SW_HOST = 0, SW_FP = 1, SW_SHOST = 2, SW_COUNT = 3 };
 // OMAP-family controller, which carries no SMBus quick command, no zero-length
 // message and no variable-length block read), or a full-featured one such as
 // the kernel's I2C stub.
-enum AdapterKind : uint32_t { ADAPTER_OMAP = 0, ADAPTER_FULL = 1 };
+enum AdapterKind : uint32_t { ADAPTER_OMAP = 0, ADAPTER_FULL = 1, ADAPTER_SMBUS = 2 };
 // The main-reference sensors' channels: the die itself and the diode on the board.
 enum SensorChannel { CH_LOCAL = 0, CH_REMOTE = 1 };
 constexpr int MREF_SENSORS = 2;

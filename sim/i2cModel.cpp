@@ -38,8 +38,11 @@ int setAddress(I2cHandle& h, unsigned long request, unsigned long addr) {
 // offers plain transfers and the SMBus the kernel emulates on them, but for
 // the quick command (a zero-length message) and the block read (a message
 // whose first byte sets its length).
+// An SMBus-only controller (a PC's, or the kernel's stub) carries no plain
+// transfer at all.
 unsigned long adapterFuncs(const SimState& s) {
   if (s.cfg.adapter == ADAPTER_FULL) return I2C_FUNC_I2C | I2C_FUNC_SMBUS_EMUL_ALL;
+  if (s.cfg.adapter == ADAPTER_SMBUS) return I2C_FUNC_SMBUS_EMUL_ALL;
   return I2C_FUNC_I2C | (I2C_FUNC_SMBUS_EMUL & ~I2C_FUNC_SMBUS_QUICK) | I2C_FUNC_PROTOCOL_MANGLING;
 }
 
@@ -60,6 +63,10 @@ constexpr __u32 RDWR_MAX_MSGS = I2C_RDWR_IOCTL_MAX_MSGS;
 // whose first byte sets its length.
 int rdwr(SimState& s, const I2cHandle& h, i2c_rdwr_ioctl_data* d) {
   if (!d) return -EFAULT;
+  if (s.cfg.adapter == ADAPTER_SMBUS) {
+    traceLine(withAnswer(i2cRdwrText(h.adapter, *d), "EOPNOTSUPP"));
+    return -EOPNOTSUPP;
+  }
   if (!d->msgs || d->nmsgs == 0 || d->nmsgs > RDWR_MAX_MSGS) {
     traceLine(withAnswer(i2cRdwrText(h.adapter, *d), "EINVAL"));
     return -EINVAL;
@@ -96,6 +103,10 @@ ssize_t plain(SimState& s, I2cHandle& h, uint8_t* buf, size_t n, bool read) {
   if (n > MAX_PLAIN) n = MAX_PLAIN;
   I2cMsg m{read, buf, n};
   std::string line = tracing() ? i2cXferText(h.adapter, h.addr, read, buf, n) : "";
+  if (s.cfg.adapter == ADAPTER_SMBUS) {
+    traceLine(withAnswer(line, "EOPNOTSUPP"));
+    return -EOPNOTSUPP;
+  }
   int rc = i2cTransfer(s, h.adapter, h.addr, &m, 1);
   if (tracing()) traceLine(withAnswer(line, rc < 0 ? errName(-rc) : read ? hexBytes(buf, n) : ""));
   return rc < 0 ? rc : static_cast<ssize_t>(n);

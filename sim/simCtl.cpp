@@ -40,9 +40,9 @@ std::string usage() {
          "  set zone N DEGREES|absent|failed\n"
          "                                the processor's thermal zone N (0-3): its temperature (-273 to\n"
          "                                200, to the thousandth), not there, or its reading fails (EIO)\n"
-         "  set adapter omap|full         I2C controller of adapter 2: the instrument's own (omap:\n"
-         "                                no SMBus quick, no zero-length message, no block read)\n"
-         "                                or a full-featured one\n"
+         "  set adapter omap|full|smbus   I2C controller of adapter 2: the instrument's own (omap:\n"
+         "                                no SMBus quick, no zero-length message, no block read),\n"
+         "                                a full-featured one, or one that carries SMBus only\n"
          "  revision FILE|none            revision file of the installed diagnostics\n"
          "  load-recording FILE           chips and FPGA words as a recording of diag (DIAG_RECORD) read\n"
          "                                them, on the board whose system files answer as recorded\n" +
@@ -135,8 +135,8 @@ int set(SimState& s, const std::vector<std::string>& a, std::string& out) {
   } else if (a.size() == 3 && a[1] == "mref-addr" && parseNum(a[2], &v) && (v == 0x48 || v == 0x4d)) {
     s.cfg.mrefSensorAddr = static_cast<uint8_t>(v);
     return 0;
-  } else if (a.size() == 3 && a[1] == "adapter" && (a[2] == "omap" || a[2] == "full")) {
-    s.cfg.adapter = a[2] == "full" ? ADAPTER_FULL : ADAPTER_OMAP;
+  } else if (a.size() == 3 && a[1] == "adapter" && (a[2] == "omap" || a[2] == "full" || a[2] == "smbus")) {
+    s.cfg.adapter = a[2] == "full" ? ADAPTER_FULL : a[2] == "smbus" ? ADAPTER_SMBUS : ADAPTER_OMAP;
     return 0;
   } else if (a.size() == 3 && a[1] == "temp") {
     long milli = 0;

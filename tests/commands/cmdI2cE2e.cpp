@@ -44,6 +44,16 @@ TEST_F(I2cCommand, WritesAndReadsARegisterBehindTwoLevelsOfSwitches) {
   EXPECT_EQ(run({"-d", "fpfpga", "-o", "17", "-r", "1"}), "0x05\n");
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus read byte_data cmd 0x11 -> 05").size(), 1u);
   EXPECT_EQ(run({"-d", "fctl", "-o", "0x3b", "-r", "2"}), "0x0be0\n");
+  // On an adapter that carries SMBus only, each control byte is a send byte read back as a receive byte, and a
+  // memory that needs plain transfers is refused before anything is sent to it.
+  simctl({"set", "adapter", "smbus"});
+  t.mark();
+  EXPECT_EQ(run({"-d", "fpfpga", "-o", "0x11", "-r", "1"}), "0x05\n");
+  EXPECT_EQ(t.grep("i2c-2 0x71 smbus ").size(), 2u);
+  EXPECT_EQ(t.grep("i2c-2 0x71 smbus read byte -> 08").size(), 1u);
+  EXPECT_EQ(t.grep("i2c-2 0x72 smbus read byte -> 02").size(), 1u);
+  EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-o", "0", "-r", "4"}), "cannot carry plain I2C transfers"));
+  EXPECT_TRUE(t.grep("i2c-2 0x56 ").empty());
 }
 
 TEST_F(I2cCommand, DumpsAnEepromAndWritesItsMemory) {

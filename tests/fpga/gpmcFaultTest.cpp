@@ -149,4 +149,10 @@ TEST_F(GpmcFaultTest, RampWritesThatAreReadBackShowAStuckBit) {
   simctl({"fpga", "clear"});
   simctl({"fpga", "fault", "stuck", "0x30", "2", "0"});
   expectPrints([&] { EXPECT_EQ(ramp.GPMCSetOutput(5), FAILURE); }, {"failed to write ramp control reg."});
+  // A ramp that cannot be switched off: the read-back of that first write stops the set there.
+  simctl({"fpga", "clear"});
+  simctl({"fpga", "fault", "stuck", "0x30", "3", "1"});
+  trace.mark();
+  expectPrints([&] { EXPECT_EQ(ramp.GPMCSetOutput(5), FAILURE); }, {"failed to write ramp control reg."});
+  EXPECT_EQ(trace.grep("fpga wr reg 0x0030").size(), 1u);
 }

@@ -30,8 +30,7 @@ bool headLine(const std::string& key, const std::string& rest, Recording* rec) {
   std::vector<std::string> w;
   if (key == "version") rec->version = rest;
   else if (key == "start") rec->start = rest;
-  else if (key == "end") rec->ended = true;
-  else if (key == "pid" || key == "parent") return true;
+  else if (key == "pid" || key == "parent" || key == "end") return true;  // for the reader of the file, not the replay
   else if (key == "args") return splitWords(rest, &rec->args);
   else if (key == "env" && splitWords(rest, &w) && w.size() == 2) rec->env.emplace_back(w[0], w[1]);
   else return false;

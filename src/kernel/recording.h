@@ -17,7 +17,6 @@ struct Recording {
   std::vector<std::pair<std::string, std::string>> env;  // the environment the program reads
   std::string start;                                     // "2026-11-25 18:40:12.123456 +0100"
   std::vector<RecLine> lines;
-  bool ended = false;  // the process ended normally (not killed)
 
   // The zone of the start time, "+0100"; "" when the head has none.
   std::string zone() const;

@@ -59,6 +59,19 @@ TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {
 
   EXPECT_TRUE(contains(runSim({"file", testPath("missing")}).out,
                        "function runScriptFile - unable to open file " + testPath("missing")));
+
+  // At the prompt a script's file is closed when it ends: a day of scripts does not run out of descriptors.
+  writeFile(testPath("s2.txt"), "ec -cd SD\n");
+  const std::string count = "system ls /proc/$PPID/fd | wc -l\n";
+  std::vector<std::string> n = splitLines(
+      runSim({}, count + "file " + testPath("s2.txt") + "\nfile " + testPath("s2.txt") + "\n" + count + "q\n").out);
+  std::vector<std::string> counts;
+  for (std::string l : n) {
+    if (l.rfind("diag> ", 0) == 0) l.erase(0, 6);  // the prompt before the command's output
+    if (!l.empty() && l.find_first_not_of("0123456789 ") == std::string::npos) counts.push_back(l);
+  }
+  ASSERT_EQ(counts.size(), 2u);
+  EXPECT_EQ(counts[0], counts[1]);
 }
 
 // Tab completion at the prompt is typed in terminalE2e.cpp.

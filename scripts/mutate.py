@@ -15,7 +15,7 @@ passed), unreached (no test runs the line: nothing to run), not compiled.
 Results go to WORK/results-SEED.jsonl (one fault a line) and the diff of every fault that was not caught to
 WORK/passed-SEED.txt. See docs/testing.md.
 """
-import argparse, hashlib, json, os, random, re, shutil, signal, subprocess, sys, time
+import argparse, hashlib, json, os, random, re, shutil, signal, subprocess, sys, tempfile, time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
@@ -128,10 +128,19 @@ def sh(cmd, cwd=None, timeout=None, env=None):
 
 
 class Tests:
-    """The suites of the test program, and running the tests of some of them."""
-    def __init__(self, build, bound):
-        self.build, self.bound = build, bound
+    """The tests of the test program as ctest would run them (each in a process of its own: tests of one process
+    share its directory), and running some of them."""
+    def __init__(self, build):
+        self.build = build
         self.bin = os.path.join(build, 'tests', 'diag_tests')
+        rc, out = sh(f'ctest --test-dir {build} --show-only=json-v1 2>/dev/null', timeout=120)
+        if rc != 0: sys.exit(f'cannot list the tests of {build}:\n{out}')
+        self.cmds = {}
+        for t in json.loads(out)['tests']:
+            props = {p['name']: p['value'] for p in t.get('properties', [])}
+            if 'vm' in props.get('LABELS', []) or t['name'].startswith(('Vm', 'vm')): continue
+            env = dict(os.environ, **dict(e.split('=', 1) for e in props.get('ENVIRONMENT', [])))
+            self.cmds[t['name']] = (t['command'], props.get('WORKING_DIRECTORY', build), env)
 
     def suiteFiles(self):
         """{suite: its test file, relative to the tree}."""
@@ -144,15 +153,44 @@ class Tests:
             out[suite['name']] = os.path.relpath(f, os.path.join(self.build, '..', 'tree')) if os.path.isabs(f) else f
         return out
 
-    def run(self, suites, bound):
-        """'pass', 'fail' or 'timeout' for the tests of these suites (None: every test but the VM's), and the
-        output. Each test runs in a process of its own, as ctest runs them (tests of one process share its
-        directory), two at once, stopping at the first failure."""
-        names = '' if suites is None else "-R '^(" + '|'.join(re.escape(x) for x in suites) + r")\.' "
-        rc, out = sh(f"ctest --test-dir {self.build} -j2 --stop-on-failure --timeout {int(bound)} "
-                     f"{names}-E '^(Vm|vm)' -LE vm", timeout=bound + 60)
-        if rc == 'timeout' or re.search(r'\((Timeout)\)', out): return 'timeout', out
-        return ('pass' if rc == 0 else 'fail'), out
+    def of(self, suites):
+        """The tests of these suites (None: every test)."""
+        return [n for n in self.cmds if suites is None or n.split('.', 1)[0] in suites]
+
+    def run(self, names, bound, stop=True):
+        """Runs these tests in this order, two at once, each with its bound (bound(name) in seconds), stopping
+        at the first that fails when stop is set. Returns 'pass', 'fail' or 'timeout', the names of the tests
+        that failed, their output, and each test's time."""
+        todo, running, failed, outs, secs = list(names), {}, [], [], {}
+        verdict = 'pass'
+        def end(p, f):
+            if p.poll() is None:
+                try: os.killpg(p.pid, signal.SIGKILL)
+                except ProcessLookupError: pass
+                p.wait()
+            f.seek(0); out = f.read().decode(errors='replace'); f.close()
+            return out
+        while todo or running:
+            while todo and len(running) < 2 and not (stop and failed):
+                n = todo.pop(0); cmd, cwd, env = self.cmds[n]
+                f = tempfile.TemporaryFile()  # a file, not a pipe: a test that prints much never blocks
+                p = subprocess.Popen(cmd, cwd=cwd, env=env, stdout=f, stderr=subprocess.STDOUT,
+                                     start_new_session=True)
+                running[n] = (p, f, time.time())
+            time.sleep(0.02)
+            for n, (p, f, t0) in list(running.items()):
+                if p.poll() is None and time.time() - t0 < bound(n):
+                    continue
+                rc = p.poll(); out = end(p, f)
+                del running[n]; secs[n] = time.time() - t0
+                if rc is None or rc != 0:
+                    failed.append(n); outs.append(f'--- {n}\n{out[-4000:]}')
+                    if rc is None and verdict == 'pass': verdict = 'timeout'
+                    elif verdict == 'pass': verdict = 'fail'
+            if stop and failed:
+                for p, f, _ in running.values(): end(p, f)
+                running.clear()
+        return verdict, failed, '\n'.join(outs), secs
 
 
 def gcov_lines(objdir_root, srcroot):
@@ -209,7 +247,7 @@ def coverage_map(work, tree):
         sh(f'cmake -S {tree} -B {cov} -G Ninja -DCMAKE_BUILD_TYPE=Debug -DDIAG_COVERAGE=ON -DDIAG_TESTS=ON', timeout=600)
     rc, out = sh(f'cmake --build {cov} -j2', timeout=7200)
     if rc != 0: sys.exit('the coverage build failed:\n' + out[-3000:])
-    t = Tests(cov, 0)
+    t = Tests(cov)
     files = t.suiteFiles()
     for s in list(m['suites']):
         if s not in files: del m['suites'][s]
@@ -220,7 +258,7 @@ def coverage_map(work, tree):
         if m['suites'].get(s, {}).get('key') == key: continue
         sh(f'find {cov} -name "*.gcda" -delete')
         t0 = time.time()
-        rc, _ = t.run([s], 900)
+        rc = t.run(t.of([s]), lambda n: 900, stop=False)[0]
         secs = time.time() - t0
         ran = {}
         for f_, (run, ins) in gcov_lines(cov, tree).items():
@@ -283,8 +321,17 @@ def copy_head(work, tree):
     shutil.rmtree(new)
 
 
-def try_fault(fault, a, m, tree, tests, target, base):
-    """Plants one fault, builds, runs the chosen suites, and puts the line back."""
+def order(tests, names, rel, cost):
+    """The tests most likely to catch a fault in rel first: those of its own subsystem (tests/i2c for src/i2c),
+    then the quickest. A caught fault then costs its first failing test, not the slowest test that reaches it."""
+    part = rel.split('/')[1]
+    files = tests.files
+    return sorted(names, key=lambda n: (not files.get(n.split('.', 1)[0], '').startswith(f'tests/{part}/'),
+                                        cost.get(n, 30), n))
+
+
+def try_fault(fault, a, m, tree, tests, target, cost):
+    """Plants one fault, builds, runs the chosen tests, and puts the line back."""
     rel, n, s0, e0, kind, rep = fault
     p = os.path.join(tree, rel)
     text = open(p, encoding='utf-8').read()
@@ -300,10 +347,12 @@ def try_fault(fault, a, m, tree, tests, target, base):
         elif chosen == []:
             verdict = 'unreached'
         else:
-            bound = 120 + 3 * (sum(m['secs'].get(s, 30) for s in chosen) if chosen is not None else base)
-            v, out = tests.run(chosen, bound)
+            # A test's bound: four times its time on the unchanged tree and half a minute; a fault that makes
+            # the program hang is caught by it.
+            v, failed, out, _ = tests.run(order(tests, tests.of(chosen), rel, cost),
+                                          lambda t: 30 + 4 * cost.get(t, 30))
             verdict = 'passed' if v == 'pass' else 'caught'
-            by = sorted(set(re.findall(r'^\s*\d+ - (\S+\.\S+) \(', out, re.M))) or [v]
+            by = failed if v == 'fail' else [f'{f} (timeout)' for f in failed]
     finally:
         open(p, 'w').write(text)
     rec = dict(verdict=verdict, file=rel, line=n + 1, col=s0, kind=kind, old=old[s0:e0], new=rep,
@@ -329,19 +378,19 @@ def main():
     target = 'cmake --build ' + build + ' -j2'
     rc, out = sh(target, timeout=7200)
     if rc != 0: sys.exit('the build of the unchanged tree failed:\n' + out[-3000:])
-    tests = Tests(build, 0)
-    # The unchanged tree must pass every test, once per content of the tree.
+    tests = Tests(build); tests.files = tests.suiteFiles()
+    # The unchanged tree must pass every test, once per content of the tree; each test's time there orders and
+    # bounds the runs of the faults.
     stamp = os.path.join(work, 'passes-' + tree_key(tree, ['src', 'sim', 'tests', 'CMakeLists.txt', 'cmake', 'docgen',
-                                                           'examples', 'docs', 'README.md', 'bench/README.md']))
+                                                           'examples', 'docs', 'README.md', 'bench/README.md']) + '.json')
     if os.path.exists(stamp):
-        base = float(open(stamp).read())
+        cost = json.load(open(stamp))
     else:
-        t0 = time.time(); verdict, out = tests.run(None, 3600)
-        base = time.time() - t0
-        print(f'unchanged tree: every test {verdict}, {base:.0f} s', flush=True)
+        t0 = time.time(); verdict, failed, out, cost = tests.run(tests.of(None), lambda n: 900, stop=False)
+        print(f'unchanged tree: every test {verdict}, {time.time() - t0:.0f} s', flush=True)
         if verdict != 'pass':
-            sys.exit('the unchanged tree fails its tests: a fault\'s verdict would mean nothing\n' + out[-3000:])
-        open(stamp, 'w').write(str(base))
+            sys.exit(f'the unchanged tree fails {failed}: a fault\'s verdict would mean nothing\n' + out[-3000:])
+        json.dump(cost, open(stamp, 'w'))
 
     if a.again:
         todo = [json.loads(l) for l in open(a.again) if l.strip()]
@@ -365,7 +414,7 @@ def main():
         taken += need
         for fault in batch:
             if end and time.time() > end: break
-            verdict, rec, line = try_fault(fault, a, m, tree, tests, target, base)
+            verdict, rec, line = try_fault(fault, a, m, tree, tests, target, cost)
             counts[verdict] += 1
             res.write(json.dumps(rec) + '\n'); res.flush()
             if verdict in ('passed', 'unreached'):

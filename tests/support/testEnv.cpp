@@ -2,6 +2,7 @@
 
 #include <ftw.h>
 #include <sched.h>
+#include <signal.h>
 #include <sys/mount.h>
 #include <stdlib.h>
 #include <unistd.h>
@@ -102,6 +103,10 @@ int main(int argc, char** argv) {
   selfPath();  // before the private mount namespace: see selfPath
   std::string why = usePrivateShm();
   if (!why.empty()) fprintf(stderr, "note: tests share the system's /dev/shm (%s)\n", why.c_str());
+  // The program keeps a signal ignored when it was started so, as a job started in the background must be.
+  // A test runner started in the background or under nohup passes such dispositions on; the tests start every
+  // program and child as an operator's shell would, with the keys' and the hang-up's signals at their defaults.
+  for (int sig : {SIGINT, SIGQUIT, SIGHUP, SIGTERM}) signal(sig, SIG_DFL);
   ::testing::InitGoogleTest(&argc, argv);
   return RUN_ALL_TESTS();
 }

@@ -170,7 +170,7 @@ class Tests:
                 p.wait()
             f.seek(0); out = f.read().decode(errors='replace'); f.close()
             return out
-        while todo or running:
+        while running or (todo and not (stop and failed)):
             while todo and len(running) < 2 and not (stop and failed):
                 n = todo.pop(0); cmd, cwd, env = self.cmds[n]
                 f = tempfile.TemporaryFile()  # a file, not a pipe: a test that prints much never blocks

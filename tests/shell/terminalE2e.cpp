@@ -118,6 +118,21 @@ TEST(Terminal, GivenBackWhileStoppedAndTakenUpOnContinue) {
   EXPECT_EQ(text(sh.modes()), text(before));
 }
 
+// Ended while it is stopped in the background, the shell leaves the terminal to the foreground job: touching it
+// from there would stop the shell again, for good.
+TEST(Terminal, EndedInTheBackgroundLeavesTheTerminalAlone) {
+  const termios before = startModes();
+  PtySession sh(programArgv(diagSimBin(), {}), {&before, true, true});
+  ASSERT_TRUE(sh.waitFor("diag> "));
+  ASSERT_TRUE(sh.waitCanonical(false));
+  sh.send("\x1a");
+  ASSERT_TRUE(sh.waitJob("stopped"));
+  kill(sh.programPid(), SIGTERM);
+  kill(sh.programPid(), SIGCONT);
+  EXPECT_EQ(sh.waitExit(), -1);
+  EXPECT_EQ(sh.endSignal(), SIGTERM) << sh.since();
+}
+
 // Waiting at the prompt, the shell blocks until a key arrives instead of
 // waking to look for one. The half second here is a window of idleness, not a
 // wait for output: a shell that polls for keys gives up the processor

@@ -18,7 +18,7 @@ namespace {
 // The session leader under job control: puts the program in a process group
 // of its own in the foreground, reports on the events pipe how the job fares,
 // and ends as the job ended (its exit code, or its signal).
-[[noreturn]] void jobShell(const std::vector<std::string>& argv, int events) {
+[[noreturn]] void jobShell(const std::vector<std::string>& argv, int events, bool takeBackOnStop) {
   signal(SIGTTOU, SIG_IGN);  // handing the terminal to the job from outside the foreground
   pid_t job = fork();
   if (job == 0) {
@@ -35,6 +35,7 @@ namespace {
     int st;
     if (waitpid(job, &st, WUNTRACED | WCONTINUED) < 0) _exit(126);
     if (WIFSTOPPED(st)) {
+      if (takeBackOnStop) tcsetpgrp(STDIN_FILENO, getpgrp());
       dprintf(events, "stopped\n");
     } else if (WIFCONTINUED(st)) {
       dprintf(events, "continued\n");
@@ -60,7 +61,7 @@ PtySession::PtySession(const std::vector<std::string>& argv, const Options& opts
     setrlimit(RLIMIT_CORE, &noCore);
     if (!opts.jobControl) execProgram(argv);
     close(ev[0]);
-    jobShell(argv, ev[1]);
+    jobShell(argv, ev[1], opts.takeBackOnStop);
   }
   if (!opts.jobControl) return;
   close(ev[1]);

@@ -13,6 +13,9 @@ public:
     // Runs the program as the foreground job of a small job-control shell, as
     // at a login console: Ctrl-Z then stops it (see waitJob).
     bool jobControl = false;
+    // Under job control: the shell takes the terminal back when the job stops, as a login shell does, so that
+    // the job is continued in the background.
+    bool takeBackOnStop = false;
   };
   explicit PtySession(const std::vector<std::string>& argv) : PtySession(argv, Options()) {}
   PtySession(const std::vector<std::string>& argv, const Options& opts);

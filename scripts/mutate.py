@@ -153,6 +153,11 @@ class Tests:
             out[suite['name']] = os.path.relpath(f, os.path.join(self.build, '..', 'tree')) if os.path.isabs(f) else f
         return out
 
+    def fileOf(self, suite):
+        """The test file of a suite, relative to the tree ('' for none), read from the test program once."""
+        if not hasattr(self, 'files'): self.files = self.suiteFiles()
+        return self.files.get(suite, '')
+
     def of(self, suites):
         """The tests of these suites (None: every test)."""
         return [n for n in self.cmds if suites is None or n.split('.', 1)[0] in suites]
@@ -325,8 +330,7 @@ def order(tests, names, rel, cost):
     """The tests most likely to catch a fault in rel first: those of its own subsystem (tests/i2c for src/i2c),
     then the quickest. A caught fault then costs its first failing test, not the slowest test that reaches it."""
     part = rel.split('/')[1]
-    files = tests.files
-    return sorted(names, key=lambda n: (not files.get(n.split('.', 1)[0], '').startswith(f'tests/{part}/'),
+    return sorted(names, key=lambda n: (not tests.fileOf(n.split('.', 1)[0]).startswith(f'tests/{part}/'),
                                         cost.get(n, 30), n))
 
 
@@ -378,7 +382,7 @@ def main():
     target = 'cmake --build ' + build + ' -j2'
     rc, out = sh(target, timeout=7200)
     if rc != 0: sys.exit('the build of the unchanged tree failed:\n' + out[-3000:])
-    tests = Tests(build); tests.files = tests.suiteFiles()
+    tests = Tests(build)
     # The unchanged tree must pass every test, once per content of the tree; each test's time there orders and
     # bounds the runs of the faults.
     stamp = os.path.join(work, 'passes-' + tree_key(tree, ['src', 'sim', 'tests', 'CMakeLists.txt', 'cmake', 'docgen',

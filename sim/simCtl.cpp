@@ -44,6 +44,7 @@ std::string usage() {
          "                                no SMBus quick, no zero-length message, no block read),\n"
          "                                a full-featured one, or one that carries SMBus only\n"
          "  revision FILE|none            revision file of the installed diagnostics\n"
+         "  config FILE|sample|none       configuration file of the installed diagnostics\n"
          "  load-recording FILE           chips and FPGA words as a recording of diag (DIAG_RECORD) read\n"
          "                                them, on the board whose system files answer as recorded\n" +
          fpgaCtlUsage() + i2cCtlUsage() + kernelCtlUsage();
@@ -171,6 +172,16 @@ int revision(SimState& s, const std::string& file, std::string& out) {
   return 0;
 }
 
+// The file is read at each access, as the instrument's is: a test may change it between commands.
+int config(SimState& s, const std::string& file, std::string& out) {
+  if (file.size() >= sizeof s.configFile) {
+    out = "config: the path is longer than " + std::to_string(sizeof s.configFile - 1) + " characters\n";
+    return 2;
+  }
+  snprintf(s.configFile, sizeof s.configFile, "%s", file == "sample" ? "" : file.c_str());
+  return 0;
+}
+
 std::string show(const SimState& s) {
   char buf[512];
   snprintf(buf, sizeof buf,
@@ -216,6 +227,7 @@ int simCtl(const std::vector<std::string>& args, std::string& out) {
   }
   if (cmd == "set") return set(s, args, out);
   if (cmd == "revision" && args.size() == 2) return revision(s, args[1], out);
+  if (cmd == "config" && args.size() == 2) return config(s, args[1], out);
   if (cmd == "load-recording" && args.size() == 2) return loadRecording(s, args[1], out);
   if (cmd == "fpga") return fpgaCtl(s, args, out);
   if (cmd == "i2c") {

@@ -9,7 +9,7 @@
 namespace sim {
 
 constexpr uint32_t SIM_MAGIC = 0x5a395349;  // "Z9SI"
-constexpr uint32_t SIM_LAYOUT = 5;
+constexpr uint32_t SIM_LAYOUT = 6;
 
 // The whole simulated instrument, in one file-backed shared mapping so that
 // every diag-sim process sees one instrument (or in the memory of one process,
@@ -22,6 +22,7 @@ struct SimState {
   uint64_t accesses;    // kernel-level operations served since the reset
   BoardConfig cfg;
   char revisionText[256];  // contents of the installed-diagnostics revision file
+  char configFile[256];    // the file that answers for diag.cfg: "" the built-in sample, "none" missing
   FpgaState fpga;
   I2cState i2c;
   KernelFaults kfault;  // kept by power-cycle, like every injected fault

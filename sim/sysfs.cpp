@@ -2,6 +2,9 @@
 
 #include <cerrno>
 #include <cstdio>
+#include <cstring>
+#include <fstream>
+#include <iterator>
 #include <vector>
 
 #include "simState.h"
@@ -78,7 +81,10 @@ bool sysFileLookup(const SimState& s, const std::string& path, std::string* cont
     return true;
   }
   if (path == "/vesta/diags/diag.cfg") {
-    *content = SAMPLE_CFG;
+    if (!s.configFile[0]) *content = SAMPLE_CFG;
+    else if (std::ifstream in{s.configFile, std::ios::binary}; in && strcmp(s.configFile, "none") != 0)
+      content->assign(std::istreambuf_iterator<char>(in), {});
+    else return false;
     return true;
   }
   if (path == "/vesta/diags/boardrev.txt") {

@@ -21,8 +21,7 @@ E_NUM_ARG parseNumArg(const char* text, unsigned long min, unsigned long max, un
 
 E_STATUS numArg(const char* who, const char* opt, const char* text, unsigned long min, unsigned long max,
                 unsigned long* value) {
-  E_NUM_ARG why = parseNumArg(text, min, max, value);
-  return why == NUM_ARG_OK ? SUCCESS : refuseNumArg(who, opt, text, why, min, max);
+  return refuseNumArg(who, opt, text, parseNumArg(text, min, max, value), min, max);
 }
 
 E_STATUS refuseNumArg(const char* who, const char* opt, const char* text, E_NUM_ARG why, unsigned long min,

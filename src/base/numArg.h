@@ -10,6 +10,7 @@ E_NUM_ARG parseNumArg(const char* text, unsigned long min, unsigned long max, un
 // names the command, the option and the word: BAD_PARAMETER, else SUCCESS.
 E_STATUS numArg(const char* who, const char* opt, const char* text, unsigned long min, unsigned long max,
                 unsigned long* value);
-// That refusal, for a number found bad later (a range that depends on the device).
+// That refusal, for a number found bad later (a range that depends on the device);
+// SUCCESS, and nothing said, for NUM_ARG_OK.
 E_STATUS refuseNumArg(const char* who, const char* opt, const char* text, E_NUM_ARG why, unsigned long min,
                       unsigned long max);

@@ -27,13 +27,15 @@ E_STATUS cfg(const Args& args, Board&) {
   const char* setting = args.has(get) ? args.word(get) : nullptr;
   if (args.has(file)) return static_cast<E_STATUS>(m->cfgShow(args.word(file), nullptr, setting, &sink));
   // The installed file is a system file: read through the kernel door, as the revision files are.
-  auto text = std::make_unique<char[]>(MAX_CFG + 1);
-  ssize_t n = kernel().readFile(CFG_FILE, text.get(), MAX_CFG + 1);
+  // Room for one byte more than the limit and the terminator: a file of exactly
+  // MAX_CFG bytes is read whole, a longer one shows itself by that byte.
+  auto text = std::make_unique<char[]>(MAX_CFG + 2);
+  ssize_t n = kernel().readFile(CFG_FILE, text.get(), MAX_CFG + 2);
   if (n < 0) {
     LOGERR(LOG_TERM, "unable to read configuration file %s\n", CFG_FILE);
     return FAILURE;
   }
-  if (static_cast<size_t>(n) >= MAX_CFG) {
+  if (static_cast<size_t>(n) > MAX_CFG) {
     LOGERR(LOG_TERM, "configuration file %s is larger than %zu bytes\n", CFG_FILE, MAX_CFG);
     return FAILURE;
   }

@@ -131,7 +131,7 @@ E_STATUS smbusDump(I2cDev& dev, const Request& rq) {
   for (unsigned long reg = rq.hasOffset ? rq.offset : 0; reg <= 0xFF; ++reg) {
     char b = static_cast<char>(reg);
     int got = 0;
-    dev.rdBytes(&b, 1, &got, 1, false, false);
+    dev.rdBytes(&b, 1, &got, 1);
     regs.push_back(b);
   }
   dumpBytes(regs.data(), static_cast<int>(regs.size()), false, false);

@@ -58,8 +58,9 @@ public:
                    unsigned long silent);
   // A block read (SMBus, count 0 or 3 and more) may fill up to 32 bytes when
   // numBytesToRead is 0; otherwise at most numBytesToRead bytes are stored.
-  E_STATUS rdBytes(char* pBuf, unsigned long numBytesToRead, int* pBytesRead, unsigned long silent, bool noASCII,
-                   bool noNewLines);
+  // The dump's two options count only when the bytes are printed (silent 0).
+  E_STATUS rdBytes(char* pBuf, unsigned long numBytesToRead, int* pBytesRead, unsigned long silent,
+                   bool noASCII = false, bool noNewLines = false);
   // Writes one byte and reads one back at this chip's address, on a
   // descriptor that another device of the adapter opened: how a multiplexer's
   // control byte is set and checked. Where the adapter carries plain

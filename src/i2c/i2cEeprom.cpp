@@ -27,7 +27,7 @@ E_STATUS I2cEeprom::rd(unsigned offset, unsigned char* buf, size_t n, bool quiet
   int done = 0;
   E_STATUS st = util.dev()->wrBytes(addr, 2, &done, quiet);
   if (st != SUCCESS) return st;
-  if (util.dev()->rdBytes(reinterpret_cast<char*>(buf), n, &done, 1, true, true) == SUCCESS) return SUCCESS;
+  if (util.dev()->rdBytes(reinterpret_cast<char*>(buf), n, &done, 1) == SUCCESS) return SUCCESS;
   if (!quiet) LOGERR(LOG_TERM, "unable to read %zu bytes of %s at 0x%03x\n", n, name.c_str(), offset);
   return FAILURE;
 }

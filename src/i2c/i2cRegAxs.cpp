@@ -5,11 +5,11 @@ E_STATUS rdReg8(I2cDev* dev, unsigned char reg, unsigned char* val) {
   int cnt = 0;
   E_STATUS st;
   if (dev->smbus) {
-    st = dev->rdBytes(buf, 1, &cnt, 1, true, true);
+    st = dev->rdBytes(buf, 1, &cnt, 1);
   } else {
     // A plain chip takes its register pointer in a write of its own.
     st = dev->wrBytes(buf, 1, &cnt, 1);
-    if (st == SUCCESS) st = dev->rdBytes(buf, 1, &cnt, 1, true, true);
+    if (st == SUCCESS) st = dev->rdBytes(buf, 1, &cnt, 1);
   }
   if (st == SUCCESS) *val = static_cast<unsigned char>(buf[0]);
   return st;

@@ -14,7 +14,7 @@ const char* const FIRST_LINE = "diag recording 1";
 bool requestLine(const std::string& line, RecLine* out) {
   size_t numEnd = line.find(' ');
   size_t stampEnd = numEnd == std::string::npos ? numEnd : line.find(' ', numEnd + 1);
-  if (stampEnd == std::string::npos || line.find_first_not_of("0123456789") != numEnd ||
+  if (stampEnd == std::string::npos || stampEnd == numEnd + 1 || line.find_first_not_of("0123456789") != numEnd ||
       line.find_first_not_of("0123456789.", numEnd + 1) != stampEnd)
     return false;
   out->number = strtoul(line.c_str(), nullptr, 10);  // too large: ULONG_MAX, which is no request's number

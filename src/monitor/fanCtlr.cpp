@@ -128,7 +128,7 @@ E_STATUS FanCtlr::pagedRead(I2cDevItr itr, unsigned char page, unsigned char off
   kernel().sleepUs(PMBUS_GAP_US);
   char buf[3] = {static_cast<char>(offset), 0, 0};
   int cnt = 0;
-  st = itr->second->rdBytes(buf, numBytesToRead, &cnt, 1, true, true);
+  st = itr->second->rdBytes(buf, numBytesToRead, &cnt, 1);
   if (st == SUCCESS && cnt == static_cast<int>(numBytesToRead)) {
     *pDatum = static_cast<unsigned char>(buf[0]);
     if (numBytesToRead > 1) *pDatum |= static_cast<unsigned short>(static_cast<unsigned char>(buf[1]) << 8);

@@ -98,7 +98,7 @@ E_STATUS fastRound(I2cDev* d, const std::vector<unsigned char>& msg, bool readBa
     size_t n = msg.size() > 1 ? msg.size() - 1 : 1;
     std::vector<char> rd(n);
     if (msg.size() > 1) st = d->wrBytes(buf, 1, &cnt, 1);
-    if (st == SUCCESS) st = d->rdBytes(rd.data(), n, &cnt, 1, true, true);
+    if (st == SUCCESS) st = d->rdBytes(rd.data(), n, &cnt, 1);
     if (st == SUCCESS && memcmp(rd.data(), msg.data() + (msg.size() > 1 ? 1 : 0), n) != 0) st = FAILURE;
   }
   d->setBus(wasSmbus);

@@ -150,6 +150,20 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
   write("bad.cfg", "a = 1;\nb = ;\n");
   r = run({"cfg", "-l", "-f", file("bad.cfg")});
   EXPECT_TRUE(contains(r.out, "configuration file " + file("bad.cfg") + ", line 2: syntax error\n")) << r.out;
+  // The installed file: an empty one has no settings, one of the largest size is read whole.
+  const std::string full = "a = 1;\n" + std::string(65536 - 9, '#') + "\n\n";
+  struct Installed { std::string text; int exit; std::string out; } installed[] = {
+      {"", 0, ""}, {full, 0, "1\n"}, {full + "#", 1, "configuration file /vesta/diags/diag.cfg is larger than 65536 bytes\n"}};
+  for (const Installed& c : installed) {
+    write("installed.cfg", c.text);
+    simctl({"config", file("installed.cfg")});
+    r = c.text.empty() ? run({"cfg", "-l"}) : run({"cfg", "-g", "a"});
+    EXPECT_EQ(r.exitCode, c.exit) << c.text.size();
+    EXPECT_TRUE(contains(r.out, c.out) && (c.exit || r.out == c.out)) << c.text.size() << ": " << r.out;
+  }
+  simctl({"config", "none"});
+  EXPECT_TRUE(contains(run({"cfg", "-l"}).out, "unable to read configuration file /vesta/diags/diag.cfg\n"));
+  simctl({"config", "sample"});
 }
 
 // The libraries are loaded by the commands that need them, and only then.

@@ -155,10 +155,18 @@ TEST_F(GpmcTest, SignalHostSnapshotReadsEachRegisterOnceButTheUnmappedOne) {
   ASSERT_EQ(reg->rdFPGARegs(&regs), SUCCESS);
   EXPECT_EQ(regs.lnSyncCorrPlsStat, 0x0062);
   EXPECT_EQ(regs.lnSyncCurrPlsLim, 0xbeef);
-  std::vector<std::string> reads = trace.grep("fpga rd reg");
-  EXPECT_EQ(reads.size(), 45u);
-  EXPECT_EQ(reads.back(), "fpga rd reg 0x0062 -> 0x0062");
-  EXPECT_TRUE(trace.grep("fpga rd reg 0x003c").empty());
+  // The signal host's register map: every word from 0x00 to 0x62 but the five
+  // it leaves unassigned, in address order. The simulated FPGA answers an odd
+  // offset with its even word, so only the offsets read show a moved address.
+  std::string want, got;
+  for (unsigned a = 0; a <= 0x62; a += 2)
+    if (a != 0x3c && a != 0x3e && a != 0x48 && a != 0x52 && a != 0x54) {
+      char w[8];
+      snprintf(w, sizeof w, " 0x%04x", a);
+      want += w;
+    }
+  for (const std::string& l : trace.grep("fpga rd reg")) got += " " + l.substr(12, 6);
+  EXPECT_EQ(got, want);
 }
 
 // Each location is written twice and read twice, the first read answering late;

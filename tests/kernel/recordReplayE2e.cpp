@@ -127,6 +127,7 @@ TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
   const std::string rec = testPath("rec");
   ASSERT_EQ(recorded(rec, {"i2c", "-d", "fctl", "-o", "0x90", "-r", "2"}).out, "0x0be0\n");
   const std::string text = readFile(rec);
+  EXPECT_TRUE(contains(text, " lock take diagSem\n") && contains(text, " lock give diagSem\n")) << text;
   struct Change {
     std::string from, to, recorded, asked;
   } changes[] = {

@@ -1,7 +1,9 @@
 #include <gtest/gtest.h>
+
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -44,6 +46,10 @@ TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndShowsEachOnce) {
   EXPECT_EQ(out[86], "FANCTLR_MFR_VOUT_MIN (20:0xd7)....................0x2ee0");
   std::vector<std::string> bus = fctlTraffic(t);
   ASSERT_EQ(bus.size(), 2u * 93u);  // a page select before each of the 93 commands
+  std::set<std::string> pageCmds;
+  for (size_t i = 0; i + 1 < bus.size(); i += 2)  // the page written, then the command read
+    pageCmds.insert(bus[i].substr(bus[i].size() - 2) + bus[i + 1].substr(bus[i + 1].find("cmd ") + 4, 4));
+  EXPECT_EQ(pageCmds.size(), 93u);
   EXPECT_EQ(bus[0], "i2c-2 0x52 smbus write byte_data cmd 0x00 data 00");
   EXPECT_EQ(bus[1], "i2c-2 0x52 smbus read byte_data cmd 0x00 -> 00");
   EXPECT_EQ(bus.back(), "i2c-2 0x52 smbus read word_data cmd 0xd7 -> 2ee0");

@@ -1,6 +1,7 @@
 // The named semaphores between processes: a holder that dies does not stop
 // the next process, and processes share the FPGA word by word.
 #include <dirent.h>
+#include <fcntl.h>
 #include <sched.h>
 #include <signal.h>
 #include <sys/stat.h>
@@ -18,6 +19,7 @@
 #include "cmdRun.h"
 #include "programSem.h"
 #include "programs.h"
+#include "ptySession.h"
 #include "semIsolation.h"
 #include "testEnv.h"
 #include "textUtil.h"
@@ -85,6 +87,33 @@ TEST(NamedSemaphores, InterruptedOrExitingHolderReleasesOnItsWayOut) {
 
 // A semaphore file of another build's layout (here twice this build's size,
 // all zero: taken) is replaced rather than waited on.
+// Ctrl-C at the prompt stops a command that waits for the semaphore, and the
+// shell's next access takes it as soon as it is free: the stopped wait left
+// nothing of itself behind.
+TEST(NamedSemaphores, AWaitStoppedAtThePromptLeavesTheShellFree) {
+  RUN_ISOLATED(report, [] {
+    runSim({"gpmc", "-m", "reg", "-r", "1"});  // the semaphore and its lock file are made
+    sem_t* sem = sem_open("diagGPMCSem", 0);
+    if (sem == SEM_FAILED || sem_wait(sem) != 0) return std::string("cannot take the semaphore");
+    PtySession sh(programArgv(diagSimBin(), {}));
+    std::string r = sh.waitFor("diag> ") ? "" : "no prompt\n";
+    sh.type("gpmc -m reg -r 1\r");
+    if (!sh.waitFor("holder unknown", 15000)) r += "no wait said:\n" + sh.since();
+    sh.mark();
+    sh.send("\x03");
+    if (!sh.waitFor("diag> ")) r += "not back at the prompt:\n" + sh.since();
+    sem_post(sem);
+    sh.mark();
+    sh.type("gpmc -m reg -r 1\r");
+    if (!sh.waitFor("\n0000: ")) r += "the next access:\n" + sh.since();
+    sh.type("q\r");
+    sh.waitExit();
+    sem_close(sem);
+    return r;
+  });
+  EXPECT_EQ(report, "");
+}
+
 TEST(NamedSemaphores, SemaphoreOfAnotherLayoutIsReplaced) {
   RUN_ISOLATED(report, [] {
     writeFile("/dev/shm/sem.diagGPMCSem", std::string(2 * sizeof(sem_t), '\0'));

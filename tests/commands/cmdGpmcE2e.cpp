@@ -130,9 +130,10 @@ TEST_F(GpmcCmd, CollectionsAndMeasurementResets) {
   EXPECT_EQ(splitLines(readFile(ctf)).size(), 12u);
   // A collection the driver refuses part-way fails the command, though its file was written without fault.
   simctl({"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc1", "after", "4"});
-  RunResult failed = runSim({"--exit-status", "gpmc", "-ctf", ctf, "3"});
+  RunResult failed = runSim({"--exit-status", "gpmc", "-ctf", ctf, "3", "-caon"});
   simctl({"kernel", "clear"});
   EXPECT_NE(failed.exitCode, 0) << failed.out;
+  EXPECT_FALSE(contains(simctl({"fpga", "status"}), "a2d: continuous"));  // nothing after the failed stage
   EXPECT_TRUE(contains(failed.out, "function rdOBufToFile - failed to read device")) << failed.out;
   trace.mark();
   run({"-caon"});

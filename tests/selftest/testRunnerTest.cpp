@@ -114,6 +114,14 @@ TEST_F(SelfTest, ScanPassesOnAHealthyBoardAndFailsForEachMissingChip) {
   simctl({"i2c", "absent", "mr-eeprom", "on"});
   expectRun("i2cscn", {"mrEeprom (0x50) does not answer: Main Host 1 2   0989 Main Reference EEPROM 24LC32A",
                        "FAILED\n!1729\n"});
+  // An adapter that offers the quick command probes the chips that are not memories with it.
+  simctl({"reset"});
+  simctl({"set", "adapter", "full"});
+  Trace quick;
+  RunResult r = runSim({"runtest", "i2cscn"});
+  EXPECT_TRUE(contains(r.out, "i2cscn - 14 devices checked\nPASSED\n")) << r.out;
+  EXPECT_FALSE(quick.grep("quick").empty());
+  simctl({"reset"});
 }
 
 // The signal host's scan, by a program of its own (this process's registry is the main host's).

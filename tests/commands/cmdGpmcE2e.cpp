@@ -79,6 +79,9 @@ TEST_F(GpmcCmd, InputFileWritesOneWordPerLine) {
   EXPECT_FALSE(contains(run({"-m", "obuf", "-w", "-fi", in}), "fail"));
   EXPECT_EQ(peek("obuf", "0x3ffe"), 2);
   EXPECT_TRUE(trace.grep("fpga wr obuf 0x4000").empty());
+  RunResult missing = runSim({"--exit-status", "gpmc", "-m", "obuf", "-w", "-fi", testPath("nosuch.txt")});
+  EXPECT_NE(missing.exitCode, 0);
+  EXPECT_TRUE(contains(missing.out, "unable to open file " + testPath("nosuch.txt") + "\n")) << missing.out;
 }
 
 TEST_F(GpmcCmd, ReadDataDumpsToFilesInEachFormat) {

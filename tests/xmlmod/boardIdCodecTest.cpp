@@ -116,10 +116,12 @@ TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
 TEST(BoardIdCodec, ADocumentThatCannotBeAnIdentityBuildsNoImage) {
   Image img(boardId::IMAGE_BYTES);
   std::string err;
-  std::string longName = DOC;
-  longName.replace(longName.find("back plane"), 10, "a name far too long for the label");
-  EXPECT_FALSE(idImage(longName, img.data(), img.size(), &err));
-  EXPECT_EQ(err, "name \"a name far too long for the label\" is too long for the label (at most 24 characters)");
+  for (size_t len : {24u, 25u}) {  // the label "Z9 0970 " and the name fill its 32 bytes, or would overrun them
+    std::string named = DOC;
+    named.replace(named.find("back plane"), 10, std::string(len, 'n'));
+    EXPECT_EQ(idImage(named, img.data(), img.size(), &err), len == 24) << err;
+  }
+  EXPECT_EQ(err, "name \"" + std::string(25, 'n') + "\" is too long for the label (at most 24 characters)");
   std::string big = DOC;
   std::string noise;
   for (unsigned i = 0; noise.size() < 9000; ++i) noise += std::to_string(i * 2654435761u);

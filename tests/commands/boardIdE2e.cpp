@@ -149,6 +149,7 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
   EXPECT_TRUE(contains(r.out, "no setting limits.nosuch in /vesta/diags/diag.cfg\n")) << r.out;
   write("bad.cfg", "a = 1;\nb = ;\n");
   r = run({"cfg", "-l", "-f", file("bad.cfg")});
+  EXPECT_NE(r.exitCode, 0);
   EXPECT_TRUE(contains(r.out, "configuration file " + file("bad.cfg") + ", line 2: syntax error\n")) << r.out;
   // The installed file: an empty one has no settings, one of the largest size is read whole.
   const std::string full = "a = 1;\n" + std::string(65536 - 9, '#') + "\n\n";

@@ -129,13 +129,14 @@ TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
   const std::string text = readFile(rec);
   EXPECT_TRUE(contains(text, " lock take diagSem\n") && contains(text, " lock give diagSem\n")) << text;
   struct Change {
-    std::string from, to, recorded, asked;
+    std::string from, to, recorded, asked, printedBefore;
   } changes[] = {
       {"cmd 0x90", "cmd 0x91", "i2c-2 0x52 smbus read word_data cmd 0x91", "i2c-2 0x52 smbus read word_data cmd 0x90"},
       {"0x71 write 02", "0x71 write 03", "i2c-2 rdwr 0x71 write 03 ; 0x71 read 1",
        "i2c-2 rdwr 0x71 write 02 ; 0x71 read 1"},
       {"boardrev.txt O", "boardrev.tx_ O", "open /vesta/diags/boardrev.tx_ O_RDONLY",
        "open /vesta/diags/boardrev.txt O_RDONLY"},
+      {"lock give diagSem", "lock give diagSex", "lock give diagSex", "lock give diagSem", "0x0be0\n"},
   };
   for (const Change& c : changes) {
     SCOPED_TRACE(c.to);
@@ -144,7 +145,7 @@ TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
     writeFile(testPath("changed"), text.substr(0, at) + c.to + text.substr(at + c.from.size()));
     RunResult r = replayed({testPath("changed")});
     EXPECT_EQ(r.exitCode, 3);
-    EXPECT_EQ(r.out, "diag-replay: request " + numberOf(testPath("changed"), c.to) + " differs: recorded \"" + c.recorded +
+    EXPECT_EQ(r.out, c.printedBefore + "diag-replay: request " + numberOf(testPath("changed"), c.to) + " differs: recorded \"" + c.recorded +
                          "\", asked \"" + c.asked + "\"\n");
   }
   // A recording cut short, and one that holds a request more than the program asks.
@@ -154,6 +155,10 @@ TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
   writeFile(testPath("more"), text + more);
   EXPECT_TRUE(contains(replayed({testPath("more")}).out, "recorded \"close fd 7\", asked nothing more (the program ended)"));
   EXPECT_EQ(replayed({testPath("nosuch")}).out, "diag-replay: cannot read " + testPath("nosuch") + " (No such file or directory)\n");
+  writeFile(testPath("bad"), text.substr(0, text.find("-> 0be0")) + "-> 0bzz" + text.substr(text.find("-> 0be0") + 7));
+  EXPECT_TRUE(contains(replayed({testPath("bad")}).out, "\"0bzz\" is no answer to ")) << replayed({testPath("bad")}).out;
+  RunResult bare = replayed({});
+  EXPECT_TRUE(bare.exitCode == 2 && bare.out.rfind("usage: diag-replay", 0) == 0) << bare.out;
 }
 
 TEST(RecordReplay, ARecordingThatCannotBeWrittenIsOneLineAndTheRunGoesOn) {

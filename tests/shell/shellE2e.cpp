@@ -164,6 +164,10 @@ TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
   const std::string banner = "#!" + std::string(600, '=') + " 100% %s";
   writeFile(testPath("banner.txt"), banner + "\nec -cd Scan\n");
   EXPECT_EQ(runSim({"file", testPath("banner.txt")}).out, banner + "\n!1729\n");
+  // Lines of the longest length kept, ended by a line end or by the file's end, are whole.
+  const std::string longest = "#!" + std::string(4094, 'z');
+  writeFile(testPath("longest.txt"), longest + "\nec -cd Scan\n" + longest);
+  EXPECT_EQ(runSim({"file", testPath("longest.txt")}).out, longest + "\n!1729\n" + longest + "\n");
 
   writeFile(testPath("short.txt"), "# short\n#!y\nec -cd Scan\n");
   writeFile(testPath("long.txt"), "# short\n#!" + std::string(24 << 20, 'y') + "\nec -cd Scan\n");

@@ -196,7 +196,7 @@ TEST(Interactive, EndOfInputEndsTheShell) {
 }
 
 TEST(UtilityCommands, DelaySystemBackgroundAndPause) {
-  EXPECT_EQ(runSim({"system", "echo", "hi%s", ">", testPath("sys.out")}).exitCode, 0);
+  EXPECT_EQ(runSim({"--exit-status", "system", "echo", "hi%s", ">", testPath("sys.out")}).exitCode, 0);
   EXPECT_EQ(readFile(testPath("sys.out")), "hi%s\n");
   // Twenty words (the command word included) are refused; from the program's own
   // arguments at most nineteen reach a command, so this needs a script.

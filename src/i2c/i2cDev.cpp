@@ -188,7 +188,7 @@ E_STATUS I2cDev::wrRdBackOn(int fd, unsigned char out, unsigned char* in, bool* 
   } else if ((status = setDevAddr()) == SUCCESS) {
     status = wrBytes({reinterpret_cast<const char*>(&out), 1}, 1, &cnt, silent);
     *taken = status == SUCCESS;
-    if (*taken) status = rdBytes(reinterpret_cast<char*>(in), 1, &cnt, 1, true, true);
+    if (*taken) status = rdBytes(reinterpret_cast<char*>(in), 1, &cnt, 1);
   }
   int err = errno;
   tearDown();

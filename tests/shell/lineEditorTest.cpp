@@ -36,7 +36,7 @@ TEST(LineEditor, TabCompletesToTheLongestCommonPrefix) {
   CmdHistory h;
   struct Case { const char* typed; const char* result; bool redrawn; } cases[] = {
       {"he", "help", true}, {"ra", "ramp", true}, {"i", "i", true}, {"ms", "msdat", true},
-      {"led", "led", true}, {"zz", "zz", false}, {"", "", false}};
+      {"led", "led", true}, {"fpt", "fptmp", true}, {"zz", "zz", false}, {"", "", false}};
   for (const Case& c : cases) {
     Editor e(h);
     e.keys(std::string(c.typed) + "\t");

@@ -31,6 +31,8 @@ TEST_F(I2cCommand, ListsEveryDeviceOfTheBoardWithItsDescription) {
   EXPECT_TRUE(contains(out, "I2C devices of the Signal Host board"));
   EXPECT_TRUE(contains(out, "mc2i2cspi"));
   EXPECT_FALSE(contains(out, "fctl"));
+  simctl({"set", "board", "mref"});  // the main reference's one chip answers where its table says
+  EXPECT_TRUE(contains(run({"-d", "mrefEeprom", "-o", "0", "-r", "2"}), "5a39 "));
 }
 
 TEST_F(I2cCommand, WritesAndReadsARegisterBehindTwoLevelsOfSwitches) {

@@ -202,11 +202,8 @@ def gcov_lines(objdir_root, srcroot):
     """{file: ({executed lines}, {instrumented lines})} from the .gcda files under objdir_root."""
     gcdas = []
     for d, _, files in os.walk(objdir_root):
-        # The program's objects and the tests': a test object runs the program's templates and inline functions
-        # from its headers (a register walk the tests instantiate), counted in the test's own .gcda. Only
-        # lines of src/ are kept below; the simulator's and the tests' are never faulted.
-        if '/src/' in d + '/' or '/tests/' in d + '/':
-            gcdas += [os.path.join(d, f) for f in files if f.endswith('.gcda')]
+        # Only the program's own objects: the simulator's and the tests' lines are never faulted.
+        if '/src/' in d + '/': gcdas += [os.path.join(d, f) for f in files if f.endswith('.gcda')]
     res = {}
     for i in range(0, len(gcdas), 40):
         rc, out = sh('gcov --stdout --json-format ' + ' '.join(gcdas[i:i + 40]) + ' 2>/dev/null', cwd='/tmp',
@@ -245,8 +242,7 @@ def coverage_map(work, tree):
     suite runs alone with zeroed counts (the programs it starts write theirs too), then gcov reads them. A suite
     is mapped again only when the program's code changed, or its own test file or the tests' support did."""
     path = os.path.join(work, 'map.json')
-    # The map's own version first: a map made by an older tool (one that left the tests' objects out) is redone.
-    code = 'v2 ' + tree_key(tree, ['src', 'sim', 'CMakeLists.txt', 'cmake', 'docgen', 'examples'])
+    code = tree_key(tree, ['src', 'sim', 'CMakeLists.txt', 'cmake', 'docgen', 'examples'])
     support = tree_key(tree, ['tests/support', 'tests/CMakeLists.txt'])
     pages = tree_key(tree, ['README.md', 'docs', 'bench/README.md'])  # what the examples' suites run
     m = json.load(open(path)) if os.path.exists(path) else {}
@@ -280,7 +276,7 @@ def coverage_map(work, tree):
     for s, v in m['suites'].items():
         for f_, ls in v['lines'].items():
             for l in ls: lines.setdefault(f_, {}).setdefault(str(l), []).append(s)
-    return {'lines': lines, 'inst': m['inst'], 'secs': {s: v['secs'] for s, v in m['suites'].items()}}
+    return {'lines': lines, 'inst': m['inst'], 'secs': {s: v['secs'] for s, v in m['suites'].items()}, 'files': files}
 
 
 def includers(tree, rel):
@@ -309,7 +305,14 @@ def chosen_suites(m, tree, rel, line):
     got = set()
     for f in [rel] + includers(tree, rel):
         for v in m['lines'].get(f, {}).values(): got.update(v)
-    return sorted(got)
+    # A header's templates and inline functions also run in the tests that include it (a register walk that
+    # a test instantiates with a chip of its own), whose objects the map does not read.
+    if rel.endswith('.h'):
+        hdr = f'"{os.path.basename(rel)}"'
+        got.update(s for s, f in m['files'].items() if hdr in open(os.path.join(tree, f), errors='replace').read())
+    # A line without code in a file that no suite runs (a command's registration): what it changes is seen
+    # elsewhere, by a test that lists the commands, so every suite is tried.
+    return sorted(got) if got else None
 
 
 def copy_head(work, tree):

@@ -122,6 +122,10 @@ TEST(BoardIdCodec, ADocumentThatCannotBeAnIdentityBuildsNoImage) {
     EXPECT_EQ(idImage(named, img.data(), img.size(), &err), len == 24) << err;
   }
   EXPECT_EQ(err, "name \"" + std::string(25, 'n') + "\" is too long for the label (at most 24 characters)");
+  for (auto [made, ok] : {std::pair{"2024-12-31", true}, {"2024-12-32", false}, {"2024x06-14", false}}) {
+    std::string d = DOC;
+    EXPECT_EQ(idImage(d.replace(d.find("2024-06-14"), 10, made), img.data(), img.size(), &err), ok) << made;
+  }
   std::string big = DOC;
   std::string noise;
   for (unsigned i = 0; noise.size() < 9000; ++i) noise += std::to_string(i * 2654435761u);

@@ -2,6 +2,7 @@
 
 #include <fcntl.h>
 #include <sys/mman.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstring>
@@ -38,10 +39,13 @@ SimKernel::OpenFile* SimKernel::lookup(int fd) {
   return it == files.end() ? nullptr : &it->second;
 }
 
+// A simulated file's descriptor is a real one, held open on /dev/null until the file is closed: the lowest free
+// number, as the kernel gives it, so that a program started with its standard input closed gets 0 for its
+// first device, and a program that leaks descriptors runs out of them, as on the instrument.
 int SimKernel::add(OpenFile f) {
   std::lock_guard<std::mutex> g(filesMutex);
-  int fd = nextFd++;
-  files.emplace(fd, std::move(f));
+  int fd = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+  if (fd >= 0) files.emplace(fd, std::move(f));
   return fd;
 }
 
@@ -76,16 +80,21 @@ int SimKernel::doOpen(const char* path, int flags) {
     return fail(ENOENT, -1);
   }
   int fd = add(std::move(f));
+  if (fd < 0) {
+    traceLine(withAnswer(request, "EMFILE"));
+    return fail(EMFILE, -1);
+  }
   traceLine(withAnswer(request, "fd " + std::to_string(fd)));
   return fd;
 }
 
 int SimKernel::doClose(int fd) {
   std::lock_guard<std::mutex> g(filesMutex);
-  if (files.erase(fd) == 0) {
+  if (files.erase(fd) == 0) {  // not a simulated file's: a real descriptor of the process is never closed here
     trace("close fd %d -> EBADF", fd);
     return fail(EBADF, -1);
   }
+  ::close(fd);
   trace("close fd %d", fd);
   return 0;
 }

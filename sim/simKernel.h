@@ -31,10 +31,8 @@ private:
     std::string content;
     size_t pos;
   };
-  // Descriptors of the simulated files; numbered apart from the process's real ones.
-  static constexpr int FIRST_FD = 1000;
+  // Descriptors of the simulated files, each a real descriptor of the process held open for it (see add).
   std::map<int, OpenFile> files;
-  int nextFd = FIRST_FD;
   std::mutex filesMutex;
 
   OpenFile* lookup(int fd);

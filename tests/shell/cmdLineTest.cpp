@@ -1,11 +1,16 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <unistd.h>
 
+#include <cstdio>
+#include <functional>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "cmdLine.h"
 #include "cmdRun.h"
+#include "i2cDevMap.h"
 #include "testEnv.h"
 #include "textUtil.h"
 
@@ -19,6 +24,24 @@ Parsed parse(const std::string& line) {
   Parsed p;
   EXPECT_EQ(lineParser(&p.argc, p.argv, line.c_str()), SUCCESS);
   return p;
+}
+
+// What fn printed, run with the standard input closed, as a service may start the program: each file it opens then
+// gets descriptor 0, free again once the file is closed.
+std::string withoutStdin(const std::function<void()>& fn) {
+  fflush(stdout);
+  int out = dup(1), f = open(testPath("out").c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600), in = dup(0);
+  dup2(f, 1);
+  close(f);
+  close(0);
+  fn();
+  fflush(stdout);
+  const bool kept = fcntl(0, F_GETFD) != -1;
+  dup2(in, 0);
+  dup2(out, 1);
+  close(in);
+  close(out);
+  return (kept ? "descriptor 0 left open\n" : "") + readFile(testPath("out"));
 }
 }  // namespace
 
@@ -101,4 +124,23 @@ TEST(Dispatch, EveryOutcomeIsReportedAndOnlyABadArrayFails) {
   char argv[MAX_ARGS][ARG_LEN] = {"help"};
   EXPECT_EQ(cmdExec(0, argv, testBoard()), BAD_PARAMETER);
   EXPECT_EQ(cmdExec(1, nullptr, testBoard()), NULL_POINTER);
+}
+
+TEST(Dispatch, DescriptorZeroIsAsGoodAsAnyOther) {
+  simctl({"reset"});
+  writeFile(testPath("rev.txt"), "build:42\n");
+  simctl({"revision", testPath("rev.txt")});
+  for (const char* line : {"i2c -d mhEeprom -o 0 -r 4", "gpmc -m reg -r 1", "rev", "version", "tmp", "fan -rr -p 1"}) {
+    const CmdResult open = runCmd(line);  // first, so that what the program keeps open is opened now
+    E_STATUS st = INVALID_STATUS;
+    EXPECT_EQ(withoutStdin([&] { Parsed p = parse(line); cmdExec(p.argc, p.argv, testBoard(), &st); }), open.out);
+    EXPECT_EQ(st, open.status) << line;
+  }
+  simctl({"set", "switch", "host", "pca9545"});
+  simctl({"set", "mref-addr", "0x4d"});
+  EXPECT_EQ(withoutStdin([] {
+              I2cDevMap m{testBoard().i2cSem};
+              printf("%u %u\n", m.find("hostsw")->address, m.find("mrtmp1")->address);
+            }),
+            "105 77\n");
 }

@@ -90,8 +90,11 @@ bool damageIdentity(uint8_t* mem, unsigned size, const std::string& how, std::st
     setCrc(mem);
   } else if (how == "version") {
     put(mem + HDR, 7, 2);
+  } else if (how == "long") {
+    put(mem + HDR + 2, TEST_PAGE - STREAM, 2);  // the longest stream the part holds, blank bytes after the real one
+    setCrc(mem);
   } else {
-    err = "damage is one of blank, crc, stream, version";
+    err = "damage is one of blank, crc, stream, version, long";
     return false;
   }
   return size >= TEST_PAGE;

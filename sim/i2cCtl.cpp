@@ -118,12 +118,12 @@ int vanish(I2cChipFault& f, const std::string& n, std::string& out) {
   return 0;
 }
 
-// i2c identity NAME blank|crc|stream|version|reset: a board EEPROM's identity
+// i2c identity NAME blank|crc|stream|version|long|reset: a board EEPROM's identity
 // damaged in one way, or written afresh as at power-on.
 int identity(SimState& s, I2cChipId id, const Args& a, std::string& out) {
   const ChipInfo& info = chipInfo(id);
   if (info.kind != KIND_EEPROM) return bad(out, "only a board EEPROM holds an identity");
-  if (a.size() != 4) return bad(out, "usage: i2c identity NAME blank|crc|stream|version|reset");
+  if (a.size() != 4) return bad(out, "usage: i2c identity NAME blank|crc|stream|version|long|reset");
   EepromState& e = s.i2c.eeprom[info.slot];
   if (a[3] == "reset") {
     writeIdentity(e.mem, sizeof e.mem, info.idText, info.slot);
@@ -165,9 +165,10 @@ std::string i2cCtlUsage() {
          "  i2c unstuck NAME              remove the chip's stuck bits\n"
          "  i2c ignore-ctl NAME on|off    a switch or mux keeps its selection whatever is written\n"
          "  i2c vanish NAME N|off         the chip answers N more transfers, then none (unplugged mid-command)\n"
-         "  i2c identity NAME blank|crc|stream|version|reset\n"
+         "  i2c identity NAME blank|crc|stream|version|long|reset\n"
          "                                a board EEPROM's identity erased, its CRC or its zlib stream\n"
-         "                                damaged, an unknown layout, or written afresh\n"
+         "                                damaged, an unknown layout, its length the longest that fits,\n"
+         "                                or written afresh\n"
          "  i2c fan-fail N on|off         fan N (1-6) has failed and stands still\n"
          "  i2c fan-settle MS             time a fan takes to reach a new speed (power-on 500)\n"
          "  i2c peek NAME REG [PAGE]      show a register without bus traffic (PAGE: fan controller)\n"

@@ -62,12 +62,6 @@ E_STATUS I2cDev::setUp() {
   return setDevAddr();
 }
 
-E_STATUS I2cDev::setUpOn(int fd) {
-  adapterFD = fd;
-  borrowed = true;
-  return setDevAddr();
-}
-
 E_STATUS I2cDev::tearDown() {
   if (adapterFD && !borrowed) {
     kernel().close(*adapterFD);

@@ -46,10 +46,6 @@ public:
   E_STATUS openAdapter();
   E_STATUS setDevAddr();
   E_STATUS setUp();
-  // Sets this chip's address on a descriptor that another device of the same
-  // adapter opened, and works through it until tearDown, which leaves it open:
-  // the multiplexers of a path are written through the device's own handle.
-  E_STATUS setUpOn(int fd);
   E_STATUS tearDown();
   // buf is the caller's whole buffer: the transfer takes its first bytes (a
   // count that needs more than it holds is refused), and a failure message
@@ -101,7 +97,7 @@ private:
   int plainRead(char* b, unsigned long n);
   void reportWriteFailure(std::span<const char> buf, unsigned long n, int written, int err) const;
   E_STATUS smbusRead(char* pBuf, unsigned long n, int* pBytesRead);
-  bool borrowed = false;  // the descriptor is another device's (setUpOn)
+  bool borrowed = false;  // the descriptor is another device's (wrRdBackOn): tearDown leaves it open
 };
 
 // The byte dump of a read: 16 bytes a line as hex pairs, then (unless noASCII)

@@ -117,6 +117,7 @@ TEST(LockFile, AWaitNamesTheRealHolder) {
     Child c = spawn(programArgv(diagSimBin(), {"gpmc", "-m", "reg", "-r", "1"}));
     std::string got;
     bool said = waitForLine(c.out, "holds its lock file", 15000, &got) || waitForLine(c.out, "cannot be named", 1, &got);
+    usleep(100000);  // a waiter tells once, however long it goes on waiting after
     flock(fd, LOCK_UN);
     waitForLine(c.out, "\n0000: ", 10000, &got);
     int status = waitChild(c.pid, 10000);
@@ -125,16 +126,16 @@ TEST(LockFile, AWaitNamesTheRealHolder) {
     std::string line = got.substr(got.find("waiting"), got.find('\n', got.find("waiting")) - got.find("waiting"));
     return std::string(said ? "" : "nothing said\n") + "holder " + std::to_string(getpid()) + "\n" + line + "\nexit " +
            std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + ", read " +
-           std::to_string(contains(got, "\n0000: "));
+           std::to_string(contains(got, "\n0000: ")) + ", told " + std::to_string(countOf(got, "waiting for"));
   });
   const std::string holder = report.substr(0, report.find('\n') + 1);
   if (access("/proc/locks", R_OK) != 0) {
     EXPECT_EQ(report, holder + "waiting for semaphore diagGPMCSem: its lock file " + LOCK +
-                          " is held by a process that cannot be named here\nexit 0, read 1");
+                          " is held by a process that cannot be named here\nexit 0, read 1, told 1");
     return;
   }
   // Named with its command name, which depends on how the tests run (under an emulator, say).
   const std::string byPid = "waiting for semaphore diagGPMCSem: process " + holder.substr(7, holder.size() - 8) + " (";
   EXPECT_TRUE(contains(report, holder + byPid)) << report;
-  EXPECT_TRUE(report.ends_with(") holds its lock file " + LOCK + "\nexit 0, read 1")) << report;
+  EXPECT_TRUE(report.ends_with(") holds its lock file " + LOCK + "\nexit 0, read 1, told 1")) << report;
 }

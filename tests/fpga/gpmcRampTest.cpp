@@ -54,7 +54,9 @@ TEST_F(GpmcTest, CycleRampFollowsTheRunningWaveformInItsRegisterOrder) {
   EXPECT_EQ(wrote("0x0030"), "0x2000 0x2004 0x2004 0x200c");  // at last: up, cycle mode, enabled
   ASSERT_EQ(ramp.waitForAtTgtLim(false, true), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0x200);
+  trace.mark();
   ASSERT_EQ(ramp.GPMCRampDownCyc(0x200, 2), SUCCESS);
+  EXPECT_EQ(trace.grep("fpga rd reg 0x0030").size(), 1u);  // going down no control write is read back
   ASSERT_EQ(ramp.waitForAtZero(false, true), SUCCESS);
   ASSERT_EQ(ramp.disableRamping(), SUCCESS);
   EXPECT_EQ(peek("reg", "0x30") & 0x0008, 0);

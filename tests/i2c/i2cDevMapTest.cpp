@@ -70,6 +70,10 @@ TEST_F(I2cRegistry, ProbeFindsTheMainReferenceSensorAndDeselectsTheSwitch) {
   EXPECT_EQ(m.find("mrtmp1")->address, 0x4Du);
   EXPECT_EQ(t.grep("i2c-2 0x"), (std::vector<std::string>{"i2c-2 0x69 write 04", "i2c-2 0x48 write 00 -> EREMOTEIO",
                                                           "i2c-2 0x4d write 00", "i2c-2 0x69 write 00"}));
+  // Asked for while its caller holds the bus semaphore, the probe takes it once more, not waiting on itself.
+  ASSERT_EQ(testBoard().i2cSem.take(true), SUCCESS);
+  EXPECT_EQ(I2cDevMap{testBoard().i2cSem}.find("mrtmp1")->address, 0x4Du);
+  testBoard().i2cSem.give();
 }
 
 TEST_F(I2cRegistry, BelowRevisionThreeNothingIsSearchedOrProbed) {

@@ -158,6 +158,7 @@ TEST_F(I2cDevOps, WriteFailureShowsTheFirstFourBufferBytes) {
                        "failed to write device fpfpga(0x40) bytesWritten= 0, numBytesToWrite= 1 buf[0]= 0x19, "
                        "buf[1]= 0x34, buf[2]= 0x12, buf[3]= 0x00\n"));
   EXPECT_TRUE(contains(writeFailure(d, byte, 1), "buf[0]= 0x30, buf[1]= 0x31, buf[2]= 0x00, buf[3]= 0x00\n"));
+  EXPECT_TRUE(contains(writeFailure(d, datum, 2), "bytesWritten= 0, numBytesToWrite= 2 buf[0]= 0x19"));
 }
 
 // A transfer longer than the buffer it is to come from is refused before the bus.

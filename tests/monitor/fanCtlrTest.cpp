@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <map>
 #include <set>
 #include <string>
 #include <vector>
@@ -44,6 +45,10 @@ TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndShowsEachOnce) {
   EXPECT_EQ(countOf(r.out, "(00:0xf5)"), 1u);
   EXPECT_TRUE(contains(r.out, "FANCTLR_MFR_FAN_FAULT_LIMIT (00:0xf5).............0x0168\n"));
   EXPECT_EQ(out[86], "FANCTLR_MFR_VOUT_MIN (20:0xd7)....................0x2ee0");
+  std::map<std::string, std::string> codeOf;  // a name stands for one command on every page that shows it
+  for (const std::string& l : out)
+    EXPECT_EQ(codeOf.emplace(l.substr(0, l.find(' ')), l.substr(l.find(':') + 1, 4)).first->second,
+              l.substr(l.find(':') + 1, 4)) << l;
   std::vector<std::string> bus = fctlTraffic(t);
   ASSERT_EQ(bus.size(), 2u * 93u);  // a page select before each of the 93 commands
   std::set<std::string> pageCmds;

@@ -127,6 +127,10 @@ TEST_F(SelfTest, ScanPassesOnAHealthyBoardAndFailsForEachMissingChip) {
 // The signal host's scan, by a program of its own (this process's registry is the main host's).
 TEST_F(SelfTest, SignalHostScanPassesAndFailsForEachMissingChip) {
   simctl({"set", "board", "signal"});
+  const std::string w = runSim({"runtest", "mrtmp1reg"}).out;  // a chip this board does not carry: said where
+  for (const char* fn : {"rd", "wr", "wrrd"})
+    EXPECT_TRUE(contains(w, std::string(", function ") + fn + " - I2C device mrtmp1 not found\n")) << w;
+  EXPECT_EQ(countOf(w, "file deviceRegWalks, line "), 3u) << w;
   for (const char* rev : {"3", "2"}) {
     simctl({"set", "rev", rev});
     RunResult r = runSim({"runtest", "i2cscn"});

@@ -133,6 +133,18 @@ TEST(Terminal, EndedInTheBackgroundLeavesTheTerminalAlone) {
   EXPECT_EQ(sh.endSignal(), SIGTERM) << sh.since();
 }
 
+// Started with Ctrl-Z ignored (a runner without job control), the shell keeps it so and goes on at once.
+TEST(Terminal, StartedWithCtrlZIgnoredItIsNotStopped) {
+  const termios before = startModes();
+  std::vector<std::string> argv = programArgv(diagSimBin(), {});
+  argv.insert(argv.begin(), {"/bin/sh", "-c", "trap '' TSTP; exec \"$@\"", "sh"});
+  PtySession sh(argv, {&before, true});
+  ASSERT_TRUE(sh.waitFor("diag> "));
+  sh.send("\x1a");
+  sh.type("q\r");
+  EXPECT_EQ(sh.waitExit(), 0);
+}
+
 // Waiting at the prompt, the shell blocks until a key arrives instead of
 // waking to look for one. The half second here is a window of idleness, not a
 // wait for output: a shell that polls for keys gives up the processor

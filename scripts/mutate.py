@@ -11,11 +11,12 @@ lines left alone) the tool rebuilds what the fault touches, runs only the suites
 (each test in its own process, two at once, with a time bound, stopping at the first failure) and puts the
 line back.
 Verdicts: caught (a test failed, crashed or ran past its bound), passed (every test that runs the line
-passed), unreached (no test runs the line: nothing to run), not compiled.
+passed), unreached (no test runs the line), not compiled, and the same object (it passed, and the file compiled
+with -O2 is byte for byte the unchanged file's: no fault of the program; not counted either way).
 Results go to WORK/results-SEED.jsonl (one fault a line) and the diff of every fault that was not caught to
 WORK/passed-SEED.txt. See docs/testing.md.
 """
-import argparse, hashlib, json, os, random, re, shutil, signal, subprocess, sys, tempfile, time
+import argparse, hashlib, json, os, random, re, shlex, shutil, signal, subprocess, sys, tempfile, time
 
 ROOT = os.path.dirname(os.path.dirname(os.path.abspath(__file__)))
 
@@ -199,7 +200,8 @@ class Tests:
 
 
 def gcov_lines(objdir_root, srcroot):
-    """{file: ({executed lines}, {instrumented lines})} from the .gcda files under objdir_root."""
+    """{file: ({executed lines}, {instrumented lines}, {line: its function})} from the .gcda files under
+    objdir_root."""
     gcdas = []
     for d, _, files in os.walk(objdir_root):
         # Only the program's own objects: the simulator's and the tests' lines are never faulted.
@@ -216,9 +218,10 @@ def gcov_lines(objdir_root, srcroot):
                 name = os.path.normpath(os.path.join(srcroot, f['file']))
                 if not name.startswith(os.path.join(srcroot, 'src') + '/'): continue
                 rel = os.path.relpath(name, srcroot)
-                run, inst = res.setdefault(rel, (set(), set()))
+                run, inst, fn = res.setdefault(rel, (set(), set(), {}))
                 for l in f['lines']:
                     inst.add(l['line_number'])
+                    fn[str(l['line_number'])] = l.get('function_name', '')
                     if l['count'] > 0: run.add(l['line_number'])
     return res
 
@@ -246,7 +249,7 @@ def coverage_map(work, tree):
     support = tree_key(tree, ['tests/support', 'tests/CMakeLists.txt'])
     pages = tree_key(tree, ['README.md', 'docs', 'bench/README.md'])  # what the examples' suites run
     m = json.load(open(path)) if os.path.exists(path) else {}
-    if m.get('code') != code: m = {'code': code, 'suites': {}, 'inst': {}}
+    if m.get('code') != code or 'fn' not in m: m = {'code': code, 'suites': {}, 'inst': {}, 'fn': {}}
     cov = os.path.join(work, 'cov')
     if not os.path.exists(os.path.join(cov, 'CMakeCache.txt')):
         sh(f'cmake -S {tree} -B {cov} -G Ninja -DCMAKE_BUILD_TYPE=Debug -DDIAG_COVERAGE=ON -DDIAG_TESTS=ON', timeout=600)
@@ -266,8 +269,9 @@ def coverage_map(work, tree):
         rc = t.run(t.of([s]), lambda n: 900, stop=False)[0]
         secs = time.time() - t0
         ran = {}
-        for f_, (run, ins) in gcov_lines(cov, tree).items():
+        for f_, (run, ins, fn) in gcov_lines(cov, tree).items():
             m['inst'][f_] = sorted(set(m['inst'].get(f_, [])) | ins)
+            m['fn'].setdefault(f_, {}).update(fn)
             if run: ran[f_] = sorted(run)
         m['suites'][s] = {'key': key, 'secs': secs, 'lines': ran}
         json.dump(m, open(path, 'w'))
@@ -276,7 +280,8 @@ def coverage_map(work, tree):
     for s, v in m['suites'].items():
         for f_, ls in v['lines'].items():
             for l in ls: lines.setdefault(f_, {}).setdefault(str(l), []).append(s)
-    return {'lines': lines, 'inst': m['inst'], 'secs': {s: v['secs'] for s, v in m['suites'].items()}, 'files': files}
+    return {'lines': lines, 'inst': m['inst'], 'fn': m['fn'], 'secs': {s: v['secs'] for s, v in m['suites'].items()},
+            'files': files}
 
 
 def includers(tree, rel):
@@ -298,8 +303,13 @@ def chosen_suites(m, tree, rel, line):
     # five times the program's to read): a header's line is tried against every suite that reaches its file.
     if not rel.endswith('.h') and line in set(m['inst'].get(rel, [])):
         got = per.get(str(line), [])
-        if not got and rel in SIGNAL_ENDED: return None
-        return sorted(set(got))
+        if got: return sorted(set(got))
+        if rel in SIGNAL_ENDED: return None
+        # Never counted, though its function may run: the rows of a table built from a list in braces carry
+        # only the clean-up code of an exception, which never runs, while their values are used. The suites
+        # that run the line's function are tried; the verdict stays unreached unless one of them fails.
+        fns = m['fn'].get(rel, {}); mine = fns.get(str(line))
+        return sorted({s for l, f in fns.items() if f == mine and mine for s in per.get(l, [])})
     # No code of its own on this line (a constant, a table row, a declaration), or a header: the suites that
     # run any line of this file or of a file that includes it.
     got = set()
@@ -341,7 +351,50 @@ def order(tests, names, rel, cost):
                                         cost.get(n, 30), n))
 
 
-def try_fault(fault, a, m, tree, tests, target, cost):
+class SameObject:
+    """Whether a fault leaves its file's optimised object byte for byte as it was. Then the fault is no fault:
+    the compiler proved the program unchanged (a value overwritten before it is read, a test that the code
+    before it already decided), and no test could tell it. Only faults that the tests let through are
+    compiled so, once each and once for the unchanged file; a header's faults are not (every includer would
+    have to be compiled)."""
+    def __init__(self, build):
+        db = os.path.join(build, 'compile_commands.json')
+        rc, out = (0, open(db).read()) if os.path.exists(db) else sh('ninja -t compdb', cwd=build, timeout=120)
+        self.cmds, self.orig = {}, {}
+        for e in (json.loads(out) if rc == 0 else []):
+            f = os.path.normpath(os.path.join(e['directory'], e['file']))
+            self.cmds.setdefault(f, (e['directory'], e['command']))
+
+    def compile(self, path):
+        """The object of the file as it is now, compiled with -O2, or None when it cannot be."""
+        if path not in self.cmds: return None
+        d, cmd = self.cmds[path]
+        words, out, skip = shlex.split(cmd), [], 0
+        for w in words:
+            if skip: skip -= 1; continue
+            if w in ('-o', '-MT', '-MF'): skip = 1; continue
+            if w in ('-MD', '-MMD') or w.startswith(('-O', '-g')): continue
+            out.append(w)
+        with tempfile.TemporaryDirectory() as t:
+            o = os.path.join(t, 'x.o')
+            rc, _ = sh(shlex.join(out + ['-O2', '-g0', '-o', o]), cwd=d, timeout=600)
+            return open(o, 'rb').read() if rc == 0 else None
+
+    def same(self, path, faulted, text):
+        """Whether the faulted object equals the unchanged file's (text, now back in place)."""
+        if faulted is None: return False
+        key = hashlib.sha1(text.encode()).hexdigest()
+        if key not in self.orig: self.orig[key] = self.compile(path)
+        return self.orig[key] == faulted
+
+
+def never_counted(m, rel, line):
+    """A line with code that no suite ran (its verdict is unreached unless a test of its function fails)."""
+    return not rel.endswith('.h') and rel not in SIGNAL_ENDED and line in set(m['inst'].get(rel, [])) \
+        and not m['lines'].get(rel, {}).get(str(line))
+
+
+def try_fault(fault, a, m, tree, tests, target, cost, so):
     """Plants one fault, builds, runs the chosen tests, and puts the line back."""
     rel, n, s0, e0, kind, rep = fault
     p = os.path.join(tree, rel)
@@ -349,7 +402,7 @@ def try_fault(fault, a, m, tree, tests, target, cost):
     lines = text.split('\n'); old = lines[n]
     lines[n] = old[:s0] + rep + old[e0:]
     chosen = None if a.whole else chosen_suites(m, tree, rel, n + 1)
-    t0 = time.time(); by = []
+    t0 = time.time(); by = []; faulted = None
     try:
         open(p, 'w').write('\n'.join(lines))
         rc, out = sh(target, timeout=1800)
@@ -362,10 +415,12 @@ def try_fault(fault, a, m, tree, tests, target, cost):
             # the program hang is caught by it.
             v, failed, out, _ = tests.run(order(tests, tests.of(chosen), rel, cost),
                                           lambda t: 30 + 4 * cost.get(t, 30))
-            verdict = 'passed' if v == 'pass' else 'caught'
+            verdict = 'caught' if v != 'pass' else 'unreached' if never_counted(m, rel, n + 1) else 'passed'
             by = failed if v == 'fail' else [f'{f} (timeout)' for f in failed]
+        if verdict in ('passed', 'unreached') and rel.endswith('.cpp'): faulted = so.compile(p)
     finally:
         open(p, 'w').write(text)
+    if so.same(p, faulted, text): verdict = 'same'
     rec = dict(verdict=verdict, file=rel, line=n + 1, col=s0, kind=kind, old=old[s0:e0], new=rep,
                suites=('all' if chosen is None else len(chosen)), by=by, secs=round(time.time() - t0))
     return verdict, rec, (old, lines[n])
@@ -414,7 +469,8 @@ def main():
         tag = f'seed{a.seed}'
     res = open(os.path.join(work, f'results-{tag}.jsonl'), 'w')
     passed = open(os.path.join(work, f'passed-{tag}.txt'), 'w')
-    counts = dict(caught=0, passed=0, unreached=0, uncompiled=0)
+    counts = dict(caught=0, passed=0, unreached=0, uncompiled=0, same=0)
+    so = SameObject(build)
     end = time.time() + 60 * a.minutes if a.minutes else None
     taken = 0
     while taken < len(todo) and counts['caught'] + counts['passed'] + counts['unreached'] < a.n:
@@ -425,10 +481,10 @@ def main():
         taken += need
         for fault in batch:
             if end and time.time() > end: break
-            verdict, rec, line = try_fault(fault, a, m, tree, tests, target, cost)
+            verdict, rec, line = try_fault(fault, a, m, tree, tests, target, cost, so)
             counts[verdict] += 1
             res.write(json.dumps(rec) + '\n'); res.flush()
-            if verdict in ('passed', 'unreached'):
+            if verdict in ('passed', 'unreached', 'same'):
                 passed.write(f'--- {rec["file"]}:{rec["line"]} ({rec["kind"]}, {verdict})\n-{line[0]}\n+{line[1]}\n\n')
                 passed.flush()
             print(f'{verdict:10} {rec["file"]}:{rec["line"]} {rec["kind"]}: {line[0].strip()[:60]!r} -> '
@@ -439,7 +495,8 @@ def main():
     tried = counts['caught'] + counts['passed'] + counts['unreached']
     print(f'{tag}: {tried} faults that compile, {counts["caught"]} caught '
           f'({100 * counts["caught"] / max(tried, 1):.1f} %), {counts["passed"]} passed, '
-          f'{counts["unreached"]} unreached, {counts["uncompiled"]} not compiled; {len(todo)} sites', flush=True)
+          f'{counts["unreached"]} unreached, {counts["uncompiled"]} not compiled, {counts["same"]} the same object; '
+          f'{len(todo)} sites', flush=True)
 
 
 if __name__ == '__main__':

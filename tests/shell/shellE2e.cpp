@@ -74,25 +74,11 @@ TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {
   EXPECT_EQ(counts[0], counts[1]);
 }
 
-// Tab completion at the prompt is typed in terminalE2e.cpp.
-TEST(Interactive, HistoryAndQuit) {
+// The keys of the prompt's line editor are typed in lineEditorTest.cpp; Tab
+// completion and the ways out in terminalE2e.cpp. Blanks after q do not stop it
+// quitting.
+TEST(Interactive, QWithTrailingBlanksQuits) {
   Shell sh;
-  EXPECT_NE(sh.line("ec -cd Scan").find("!1729"), std::string::npos);
-  sh.line("ec -cd Scan");  // stored once, run twice
-  EXPECT_NE(sh.line("ec -cd SD").find("!1723"), std::string::npos);
-
-  // ESC p twice reaches the line before the last one, as it was stored once.
-  sh.mark();
-  sh.type("\x1bp\x1bp");
-  EXPECT_TRUE(sh.waitForLine("diag> ec -cd Scan")) << sh.currentLine();
-  sh.type("\x1bn");
-  EXPECT_TRUE(sh.waitForLine("diag> ec -cd SD")) << sh.currentLine();
-  sh.mark();
-  sh.send(PtySession::ENTER);
-  EXPECT_TRUE(sh.waitFor("!1723"));
-  EXPECT_TRUE(sh.waitFor("diag> "));
-
-  sh.mark();
   sh.type("q  ");
   sh.send(PtySession::ENTER);
   EXPECT_EQ(sh.waitExit(), 0);
@@ -142,16 +128,6 @@ TEST(Interactive, SecondInterruptEndsTheShell) {
       testing::KilledBySignal(SIGINT), "");
 }
 
-TEST(Interactive, ScriptsRunFromThePrompt) {
-  writeFile(testPath("s2.txt"), "#!from prompt\nec -cd Time\nstop\nec -cd SD\n");
-  Shell sh;
-  std::string out = sh.line("file " + testPath("s2.txt"));
-  EXPECT_NE(out.find("#!from prompt\r\n!172A\r\nfound stop - stopping"), std::string::npos) << out;
-  // Empty and blank lines just bring a new prompt.
-  sh.line("");
-  sh.line("   ");
-}
-
 // A directory cannot be run and the message says why; a banner longer than one
 // log call is echoed whole; a line longer than a script line can be is cut with
 // a message naming it, the script goes on, and the shell's memory does not grow
@@ -169,14 +145,19 @@ TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
   writeFile(testPath("longest.txt"), longest + "\nec -cd Scan\n" + longest);
   EXPECT_EQ(runSim({"file", testPath("longest.txt")}).out, longest + "\n!1729\n" + longest + "\n");
 
-  writeFile(testPath("short.txt"), "# short\n#!y\nec -cd Scan\n");
+  // From the prompt, stop ends the script and not the shell; empty and blank lines just bring a new prompt.
+  writeFile(testPath("short.txt"), "# short\n#!y\nec -cd Time\nstop\nec -cd SD\n");
   writeFile(testPath("long.txt"), "# short\n#!" + std::string(24 << 20, 'y') + "\nec -cd Scan\n");
   Shell sh;
-  sh.line("file " + testPath("short.txt"));
+  EXPECT_TRUE(contains(sh.line("file " + testPath("short.txt")), "#!y\r\n!172A\r\nfound stop - stopping\r\ndiag> "));
+  sh.line("");
+  sh.line("   ");
   const long before = procStatus(sh.programPid(), "VmHWM");
   std::string out = sh.line("file " + testPath("long.txt"));
-  EXPECT_NE(out.find("line 2 of file " + testPath("long.txt") + " is longer than 4096 characters"), std::string::npos)
-      << out.substr(0, 300);
+  // The rest of the cut line is skipped, not run: the next thing printed is the next line's.
+  EXPECT_NE(out.find("line 2 of file " + testPath("long.txt") +
+                     " is longer than 4096 characters: cut there, the rest of it skipped\r\n"),
+            std::string::npos) << out.substr(0, 300);
   EXPECT_NE(out.find("\r\n#!" + std::string(4094, 'y') + "\r\n!1729\r\n"), std::string::npos);
   EXPECT_LT(procStatus(sh.programPid(), "VmHWM") - before, 8 * 1024);
 

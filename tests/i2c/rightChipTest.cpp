@@ -7,6 +7,7 @@
 #include <cctype>
 #include <cstdlib>
 #include <random>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -101,11 +102,8 @@ struct OneShot : Walk {
   using Walk::Walk;
   std::string run(const std::string& line) override {
     std::vector<std::string> args;
-    for (size_t at = 0, end; at < line.size(); at = end + 1) {
-      end = line.find(' ', at);
-      if (end == std::string::npos) end = line.size();
-      args.push_back(line.substr(at, end - at));
-    }
+    std::istringstream words(line);
+    for (std::string w; words >> w;) args.push_back(w);
     return runSim(args).out;
   }
 };

@@ -16,6 +16,8 @@
 #include <string>
 #include <vector>
 
+#include "testEnv.h"
+
 namespace fs = std::filesystem;
 
 namespace {
@@ -29,11 +31,6 @@ int layerOf(const fs::path& p) {
                                                    {"shell", 5}};
   auto it = byDir.find(folderOf(p));
   return it == byDir.end() ? -1 : it->second;
-}
-
-std::string slurp(const fs::path& p) {
-  std::ifstream in(p);
-  return std::string(std::istreambuf_iterator<char>(in), {});
 }
 
 std::vector<std::string> quotedIncludes(const std::string& text) {
@@ -54,7 +51,7 @@ std::map<std::string, SrcFile> sources(const fs::path& top) {
   std::map<std::string, SrcFile> files;
   for (const auto& e : fs::recursive_directory_iterator(top)) {
     if (!e.is_regular_file()) continue;
-    std::string text = slurp(e.path());
+    std::string text = readFile(e.path().string());
     files[e.path().filename().string()] = {e.path(), layerOf(e.path()), quotedIncludes(text), definesCommand(text)};
   }
   return files;

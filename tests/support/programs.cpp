@@ -44,19 +44,14 @@ void execProgram(const std::vector<std::string>& argv) {
 
 RunResult runProgram(const std::vector<std::string>& argv, const std::string& input, int timeoutMs) {
   RunResult r;
-  int in[2], out[2];
-  if (pipe(in) != 0 || pipe(out) != 0) return r;
-  pid_t pid = fork();
-  if (pid == 0) {
-    dup2(in[0], 0);
-    dup2(out[1], 1);
-    dup2(out[1], 2);
-    close(in[1]);
-    close(out[0]);
-    execProgram(argv);
-  }
+  int in[2];
+  if (pipe2(in, O_CLOEXEC) != 0) return r;  // the write end closes in the program: it sees the input end
+  Child c = spawn(argv, in[0]);
   close(in[0]);
-  close(out[1]);
+  if (c.pid <= 0) {  // no program, so nothing to give the input to or to end
+    close(in[1]);
+    return r;
+  }
   signal(SIGPIPE, SIG_IGN);
   if (!input.empty() && write(in[1], input.data(), input.size()) < 0) {
   }
@@ -67,18 +62,18 @@ RunResult runProgram(const std::vector<std::string>& argv, const std::string& in
     long long left = deadline - monoMs();
     if (left <= 0) {
       r.timedOut = true;
-      kill(pid, SIGKILL);
+      kill(c.pid, SIGKILL);
       break;
     }
-    struct pollfd p = {out[0], POLLIN, 0};
+    struct pollfd p = {c.out, POLLIN, 0};
     if (poll(&p, 1, static_cast<int>(left)) <= 0) continue;
-    ssize_t n = read(out[0], buf, sizeof buf);
+    ssize_t n = read(c.out, buf, sizeof buf);
     if (n <= 0) break;
     r.out.append(buf, static_cast<size_t>(n));
   }
-  close(out[0]);
+  close(c.out);
   int status = 0;
-  waitpid(pid, &status, 0);
+  waitpid(c.pid, &status, 0);
   if (!r.timedOut && WIFEXITED(status)) r.exitCode = WEXITSTATUS(status);
   return r;
 }

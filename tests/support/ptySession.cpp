@@ -66,7 +66,8 @@ PtySession::PtySession(const std::vector<std::string>& argv, const Options& opts
   if (!opts.jobControl) return;
   close(ev[1]);
   events = ev[0];
-  if (waitJob("job ")) jobPid = atoi(eventText.c_str() + eventText.rfind("job ") + 4);
+  if (::waitForLine(events, "\n", 10000, &eventText)) jobPid = atoi(eventText.c_str() + 4);  // "job PID"
+  eventText.erase(0, eventText.find('\n') + 1);
 }
 
 PtySession::~PtySession() {
@@ -95,22 +96,9 @@ bool PtySession::waitCanonical(bool canonical, int timeoutMs) {
 }
 
 bool PtySession::waitJob(const std::string& event, int timeoutMs) {
-  long long deadline = monoMs() + timeoutMs;
-  for (;;) {
-    size_t at = eventText.find(event, eventPos);
-    size_t end = at == std::string::npos ? at : eventText.find('\n', at);
-    if (end != std::string::npos) {
-      eventPos = end + 1;
-      return true;
-    }
-    long long left = deadline - monoMs();
-    struct pollfd p = {events, POLLIN, 0};
-    if (left <= 0 || poll(&p, 1, static_cast<int>(left)) <= 0) return false;
-    char buf[256];
-    ssize_t n = read(events, buf, sizeof buf);
-    if (n <= 0) return false;
-    eventText.append(buf, static_cast<size_t>(n));
-  }
+  if (!::waitForLine(events, event + "\n", timeoutMs, &eventText)) return false;
+  eventText.erase(0, eventText.find(event + "\n") + event.size() + 1);
+  return true;
 }
 
 void PtySession::send(const std::string& keys) {

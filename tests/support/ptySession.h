@@ -62,8 +62,7 @@ private:
   pid_t pid = -1;
   pid_t jobPid = -1;
   int events = -1;  // the job-control shell's reports
-  std::string eventText;
-  size_t eventPos = 0;
+  std::string eventText;  // the reports not yet waited for
   bool exited = false;
   int exitCode = -1;
   int endSig = 0;

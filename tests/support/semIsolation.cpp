@@ -50,12 +50,13 @@ Isolated runIsolated(const std::function<std::string()>& fn, int timeoutMs) {
   return {got, ""};
 }
 
-Child spawn(const std::vector<std::string>& argv) {
+Child spawn(const std::vector<std::string>& argv, int in) {
   Child c;
   int p[2];
   if (pipe(p) != 0) return c;
   c.pid = fork();
   if (c.pid == 0) {
+    if (in >= 0) dup2(in, 0);
     dup2(p[1], 1);
     dup2(p[1], 2);
     close(p[0]);

@@ -23,12 +23,13 @@ Isolated runIsolated(const std::function<std::string()>& fn, int timeoutMs = 120
   if (!isolated_.skipReason.empty()) GTEST_SKIP() << isolated_.skipReason; \
   const std::string& report = isolated_.report
 
-// A started program with its standard output and error on a pipe.
+// A started program with its standard output and error on a pipe (its input
+// from the file in, when one is given).
 struct Child {
   pid_t pid = -1;
   int out = -1;
 };
-Child spawn(const std::vector<std::string>& argv);
+Child spawn(const std::vector<std::string>& argv, int in = -1);
 // The test program itself started as a small semaphore user (see semHelper.cpp).
 Child startHelper(const std::string& mode);
 // The path of the running test program.

@@ -106,7 +106,6 @@ TEST(Dispatch, EveryOutcomeIsReportedAndOnlyABadArrayFails) {
       {"  help", "command not found\r\n", CMD_NOT_FOUND},
       {"HELP", "command not found\r\n", CMD_NOT_FOUND},
       {"file x", "file - command not connected to a function\n", FXN_NOT_SUPPORTED},
-      {"ping host", "ping - command not connected to a function\n", FXN_NOT_SUPPORTED},
       {"ec -cd Scan", "!1729\n", SUCCESS},
       {"runtest gpmcreg -l 0x1g", nullptr, BAD_PARAMETER},
       {"runtest nosuch", "command not found\r\n", CMD_NOT_FOUND},

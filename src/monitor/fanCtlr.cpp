@@ -67,7 +67,6 @@ const RegRow rows[] = {
     {"FANCTLR_MFR_VOUT_PEAK", 0xD4, 16, 20},
     {"FANCTLR_MFR_VOUT_MIN", 0xD7, 16, 20},
 };
-const unsigned char ALL_PAGES[] = {0, 1, 2, 3, 4, 5, 6, 20};
 
 // The table as registers and as pages of commands, built on first use: each
 // operation starts from a copy of the registers, none of them read.
@@ -75,8 +74,7 @@ struct FanCtlrLayout {
   std::vector<Reg> regs;
   FanCtlrPageMap pages;
   FanCtlrLayout() {
-    regs.reserve(100);
-    for (unsigned char p : ALL_PAGES) pages[p];
+    regs.reserve(100);  // every page's entry is made by its rows
     auto add = [&](const RegRow& r, unsigned char page) {
       pages[page][r.cmd] = static_cast<int>(regs.size());
       regs.push_back(Reg{r.name, r.cmd, r.width, 0, false, page, BF, {}});

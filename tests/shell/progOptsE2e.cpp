@@ -18,9 +18,8 @@ struct Statuses {
 Statuses statuses(const std::vector<std::string>& args, const std::string& input = "") {
   std::vector<std::string> withOpt = {"--exit-status"};
   withOpt.insert(withOpt.end(), args.begin(), args.end());
-  std::vector<std::string> byEnv = {"/usr/bin/env", "DIAG_EXIT_STATUS=1"};
-  for (const std::string& a : programArgv(diagSimBin(), args)) byEnv.push_back(a);
-  return {runSim(withOpt, input).exitCode, runProgram(byEnv, input).exitCode, runSim(args, input).exitCode};
+  RunResult byEnv = runProgram(programArgv(diagSimBin(), args, "DIAG_EXIT_STATUS=1"), input);
+  return {runSim(withOpt, input).exitCode, byEnv.exitCode, runSim(args, input).exitCode};
 }
 }  // namespace
 

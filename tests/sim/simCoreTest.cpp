@@ -94,9 +94,7 @@ TEST(SimKernel, FailsLikeTheKernelAndCountsCalls) {
 TEST(SimCtl, ResetsAStateFileOfAnotherLayoutAndRejectsBadCommands) {
   std::string path = testPath("other.state");
   writeFile(path, std::string(64, 'x'));
-  std::vector<std::string> argv = {"/usr/bin/env", "DIAG_SIM_STATE=" + path};
-  for (const std::string& a : programArgv(simctlBin(), {"show"})) argv.push_back(a);
-  RunResult r = runProgram(argv);
+  RunResult r = runProgram(programArgv(simctlBin(), {"show"}, "DIAG_SIM_STATE=" + path));
   EXPECT_TRUE(r.exitCode == 0 && r.out.find("board main\nrev 3\n") != std::string::npos) << r.out;
 
   r = runProgram(programArgv(simctlBin(), {"set", "board", "moon"}));

@@ -20,12 +20,6 @@
 #include "textUtil.h"
 
 namespace {
-std::vector<std::string> withState(const std::string& path, const std::string& bin, std::vector<std::string> args) {
-  std::vector<std::string> argv = {"/usr/bin/env", "DIAG_SIM_STATE=" + path};
-  for (const std::string& a : programArgv(bin, args)) argv.push_back(a);
-  return argv;
-}
-
 std::string refusal(const std::string& path, const std::string& why) {
   return "diag-sim: the simulator state " + path + " " + why +
          "; remove it, or name another file with DIAG_SIM_STATE\n";
@@ -49,7 +43,7 @@ TEST(SimStore, AStateFileThatIsNotOursIsRefusedAndNeverWritten) {
   for (const auto& [path, why] : cases) {
     if (path == theirs && !chowned) continue;
     for (const std::string& bin : {diagSimBin(), simctlBin()}) {
-      RunResult r = runProgram(withState(path, bin, {bin == simctlBin() ? "show" : "version"}));
+      RunResult r = runProgram(programArgv(bin, {bin == simctlBin() ? "show" : "version"}, "DIAG_SIM_STATE=" + path));
       EXPECT_EQ(r.exitCode, 1) << path;
       EXPECT_TRUE(r.out.ends_with(refusal(path, why)) && countOf(r.out, "\n") <= 2) << r.out;
     }
@@ -61,7 +55,7 @@ TEST(SimStore, AStateFileThatIsNotOursIsRefusedAndNeverWritten) {
 // Cut while the shell waits at its prompt: the next access finds it so.
 TEST(SimStore, CutUnderARunningShellEndsItWithOneLine) {
   const std::string path = testPath("cut.state");
-  PtySession sh(withState(path, diagSimBin(), {}));
+  PtySession sh(programArgv(diagSimBin(), {}, "DIAG_SIM_STATE=" + path));
   ASSERT_TRUE(sh.waitFor("diag> "));
   sh.type("gpmc -m reg -r 1\r");
   ASSERT_TRUE(sh.waitFor("0000: "));

@@ -27,8 +27,10 @@ std::string diagSimBin() { return DIAG_SIM_BIN; }
 std::string simctlBin() { return DIAG_SIMCTL_BIN; }
 std::string replayBin() { return DIAG_REPLAY_BIN; }
 
-std::vector<std::string> programArgv(const std::string& bin, const std::vector<std::string>& args) {
+std::vector<std::string> programArgv(const std::string& bin, const std::vector<std::string>& args,
+                                     const std::string& env) {
   std::vector<std::string> v = emulator();
+  if (!env.empty()) v.insert(v.begin(), {"/usr/bin/env", env});
   v.push_back(bin);
   v.insert(v.end(), args.begin(), args.end());
   return v;
@@ -53,8 +55,7 @@ RunResult runProgram(const std::vector<std::string>& argv, const std::string& in
     return r;
   }
   signal(SIGPIPE, SIG_IGN);
-  if (!input.empty() && write(in[1], input.data(), input.size()) < 0) {
-  }
+  if (!input.empty()) (void)!write(in[1], input.data(), input.size());
   close(in[1]);
   long long deadline = monoMs() + timeoutMs;
   char buf[4096];

@@ -7,8 +7,10 @@ std::string diagBin();
 std::string diagSimBin();
 std::string simctlBin();
 std::string replayBin();
-// The command line that starts a built program (emulator first where needed).
-std::vector<std::string> programArgv(const std::string& bin, const std::vector<std::string>& args);
+// The command line that starts a built program (emulator first where needed), with env ("NAME=value") set
+// for it when one is given.
+std::vector<std::string> programArgv(const std::string& bin, const std::vector<std::string>& args,
+                                     const std::string& env = "");
 
 // In a forked child: replaces it with the program (argv[0] is its path); ends it with 127 if that fails.
 [[noreturn]] void execProgram(const std::vector<std::string>& argv);

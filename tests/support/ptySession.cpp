@@ -86,13 +86,15 @@ termios PtySession::modes() const {
   return t;
 }
 
-bool PtySession::waitCanonical(bool canonical, int timeoutMs) {
-  long long deadline = monoMs() + timeoutMs;
-  while (((modes().c_lflag & ICANON) != 0) != canonical) {
+// Every wait of the session: pumps the output until done() holds; false when timeoutMs passed first.
+bool PtySession::waitUntil(const std::function<bool()>& done, int timeoutMs) {
+  for (long long deadline = monoMs() + timeoutMs; !done(); pump(20))
     if (monoMs() > deadline) return false;
-    pump(10);
-  }
   return true;
+}
+
+bool PtySession::waitCanonical(bool canonical, int timeoutMs) {
+  return waitUntil([&] { return ((modes().c_lflag & ICANON) != 0) == canonical; }, timeoutMs);
 }
 
 bool PtySession::waitJob(const std::string& event, int timeoutMs) {
@@ -124,13 +126,7 @@ void PtySession::pump(int timeoutMs) {
 }
 
 bool PtySession::waitFor(const std::string& text, int timeoutMs) {
-  long long deadline = monoMs() + timeoutMs;
-  for (;;) {
-    if (raw.find(text, markPos) != std::string::npos) return true;
-    long long left = deadline - monoMs();
-    if (left <= 0) return false;
-    pump(static_cast<int>(left < 50 ? left : 50));
-  }
+  return waitUntil([&] { return raw.find(text, markPos) != std::string::npos; }, timeoutMs);
 }
 
 std::string PtySession::since() const { return raw.substr(markPos); }
@@ -184,29 +180,16 @@ std::vector<std::string> PtySession::screen() const {
 std::string PtySession::currentLine() const { return screen().back(); }
 
 bool PtySession::waitForLine(const std::string& text, int timeoutMs) {
-  long long deadline = monoMs() + timeoutMs;
-  while (currentLine() != text) {
-    long long left = deadline - monoMs();
-    if (left <= 0) return false;
-    pump(static_cast<int>(left < 50 ? left : 50));
-  }
-  return true;
+  return waitUntil([&] { return currentLine() == text; }, timeoutMs);
 }
 
 int PtySession::waitExit(int timeoutMs) {
-  long long deadline = monoMs() + timeoutMs;
-  while (!exited) {
-    int status;
-    pid_t r = waitpid(pid, &status, WNOHANG);
-    if (r == pid) {
-      exited = true;
-      exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
-      endSig = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
-      break;
-    }
-    if (monoMs() > deadline) return -1;
-    pump(20);
+  int status = 0;
+  if (!exited && waitUntil([&] { return waitpid(pid, &status, WNOHANG) == pid; }, timeoutMs)) {
+    exited = true;
+    exitCode = WIFEXITED(status) ? WEXITSTATUS(status) : -1;
+    endSig = WIFSIGNALED(status) ? WTERMSIG(status) : 0;
   }
   pump(0);
-  return exitCode;
+  return exited ? exitCode : -1;
 }

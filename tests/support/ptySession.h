@@ -1,6 +1,8 @@
 #pragma once
 #include <sys/types.h>
 #include <termios.h>
+
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -58,6 +60,7 @@ public:
 
 private:
   void pump(int timeoutMs);
+  bool waitUntil(const std::function<bool()>& done, int timeoutMs);
   int master = -1;
   pid_t pid = -1;
   pid_t jobPid = -1;

@@ -2,7 +2,6 @@
 // but a small user of the named semaphores that other tests start, stop and
 // kill: it acts before main and ends there.
 #include <poll.h>
-#include <signal.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -12,6 +11,7 @@
 #include <ctime>
 
 #include "programSem.h"
+#include "semIsolation.h"
 
 namespace {
 constexpr int HOLD_LIMIT_S = 30;
@@ -69,13 +69,8 @@ int forkWhileHolding() {
   usleep(300000);  // time for a child that does not wait to show it
   say("parent gives\n");
   s->give();
-  for (int i = 0; i < HOLD_LIMIT_S * 100; ++i) {
-    int status = 0;
-    if (waitpid(child, &status, WNOHANG) == child) return WIFEXITED(status) ? WEXITSTATUS(status) : 5;
-    usleep(10000);
-  }
-  kill(child, SIGKILL);
-  return 6;
+  int status = waitChild(child, HOLD_LIMIT_S * 1000);
+  return status == -1 ? 6 : WIFEXITED(status) ? WEXITSTATUS(status) : 5;
 }
 
 int helperIfAsked() {

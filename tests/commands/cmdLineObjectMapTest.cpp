@@ -57,20 +57,6 @@ TEST_F(CommandDecl, EveryDeclarationIsListedAndAnswersHelpAtOnceWithoutTouchingA
   for (const char* name : TABLE) EXPECT_EQ(names.count(name), 1u) << name;
 }
 
-// A word a command does not have is refused with one line naming it, before anything is done.
-TEST_F(CommandDecl, AnOptionTheCommandDoesNotHaveIsRefused) {
-  for (auto [line, word] : {std::pair{"fan -S 40", "-S"}, {"runtest gpmcreg -L 10", "-L"}, {"help -x", "-x"},
-                            {"version now", "now"}, {"delay -m 1 2", "2"}}) {
-    SCOPED_TRACE(line);
-    kernel().resetCounts();
-    CmdResult r = runCmd(line);
-    EXPECT_EQ(r.status, BAD_PARAMETER);
-    EXPECT_TRUE(contains(r.out, word)) << r.out;
-    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 1) << r.out;
-    EXPECT_EQ(kernel().counts().total(), 0u);
-  }
-}
-
 TEST_F(CommandDecl, EachCommandKeepsItsOwnScanningRules) {
   Trace t;
   // fan: a value is the next word and the scan still looks at it; the last word counts as 0; later words win.
@@ -96,8 +82,12 @@ TEST_F(CommandDecl, EachCommandKeepsItsOwnScanningRules) {
   EXPECT_EQ(runCmd("system ls -h").out, "system <program_name arg1 arg2...>\n");
 }
 
-TEST_F(CommandDecl, NumbersThatAreNotNumbersAreRefusedBeforeAnythingIsDone) {
+// A word a command does not have, and a number that is not one or not in its range, is refused with one line
+// naming it, before anything is done.
+TEST_F(CommandDecl, AnOptionItDoesNotHaveOrABadNumberIsRefusedBeforeAnythingIsDone) {
   const struct { const char* line; const char* says; } refused[] = {
+      {"fan -S 40", "-S"}, {"runtest gpmcreg -L 10", "-L"}, {"help -x", "-x"}, {"version now", "now"},
+      {"delay -m 1 2", "2"},
       {"fan -ss abc", "fan -ss: abc is not a number (decimal, 0x hexadecimal or leading-zero octal)\n"},
       {"fan -ss 150", "fan -ss: 150 is out of range, 0 to 100\n"},
       {"fan -rr -p 200", "fan -p: 200 is out of range, 0 to 22\n"},
@@ -112,10 +102,10 @@ TEST_F(CommandDecl, NumbersThatAreNotNumbersAreRefusedBeforeAnythingIsDone) {
     SCOPED_TRACE(c.line);
     kernel().resetCounts();
     CmdResult r = runCmd(c.line);
-    EXPECT_TRUE(contains(r.out, c.says)) << r.out;
-    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 1);
-    // The refusal is the only line, and nothing ran.
     EXPECT_EQ(r.status, BAD_PARAMETER);
+    // The refusal is the only line, and nothing ran.
+    EXPECT_TRUE(contains(r.out, c.says)) << r.out;
+    EXPECT_EQ(std::count(r.out.begin(), r.out.end(), '\n'), 1) << r.out;
     EXPECT_EQ(kernel().counts().total(), 0u);
   }
 }

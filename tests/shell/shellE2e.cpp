@@ -29,13 +29,12 @@ struct Shell : PtySession {
 };
 }  // namespace
 
-TEST(OneShot, RunsOneCommandLine) {
-  EXPECT_EQ(runSim({"nosuch", "x"}).out, "command not found\r\n");
-  // The production program behaves the same where no hardware is involved.
+// One command line from the arguments, whatever they hold: more words or
+// characters than a line takes, a format, an unbalanced quote (its words then
+// one unknown command).
+TEST(OneShot, RunsOneCommandLineAndHandlesHostileArguments) {
+  // The production program behaves as the simulated one where no hardware is involved.
   EXPECT_EQ(runProgram(programArgv(diagBin(), {"ec", "-cd", "Scan"})).out, "!1729\n");
-}
-
-TEST(OneShot, HostileArgumentsAreHandled) {
   std::vector<std::string> words(40, "w");
   words[0] = "ec";
   EXPECT_EQ(runSim(words).exitCode, 0);
@@ -75,15 +74,7 @@ TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {
 }
 
 // The keys of the prompt's line editor are typed in lineEditorTest.cpp; Tab
-// completion and the ways out in terminalE2e.cpp. Blanks after q do not stop it
-// quitting.
-TEST(Interactive, QWithTrailingBlanksQuits) {
-  Shell sh;
-  sh.type("q  ");
-  sh.send(PtySession::ENTER);
-  EXPECT_EQ(sh.waitExit(), 0);
-}
-
+// completion and the ways out (q, with blanks after it too) in terminalE2e.cpp.
 // Ctrl-C stops the running command (an endless self-test here, which ends
 // its loop and gives its verdict) and the prompt comes back; at the prompt it
 // drops the line typed so far. Up brings back the last line; Ctrl-D ends the

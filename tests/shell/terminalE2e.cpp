@@ -62,7 +62,7 @@ TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
     s.type("q\r");
   };
   const WayOut ways[] = {
-      {"q", "", "", true, [](PtySession& s) { s.type("q\r"); }, 0, 0},
+      {"q, blanks after it", "", "", true, [](PtySession& s) { s.type("q  \r"); }, 0, 0},
       {"Ctrl-D", "", "", true, [](PtySession& s) { key(s, "\x04"); }, 0, 0},
       {"Ctrl-C at the prompt, then q", "", "", true, interruptThenQ, 0, 0},
       {"Ctrl-\\ at the prompt", "", "", true, [](PtySession& s) { key(s, "\x1c"); }, -1, SIGQUIT},

@@ -106,14 +106,22 @@ TEST(SimCtl, ResetsAStateFileOfAnotherLayoutAndRejectsBadCommands) {
 
 // A temperature word that is no number of the sensors' range used to be
 // converted anyway (1e30 or -5 degrees overflowed the unsigned configuration).
-TEST(SimCtl, RefusesTemperaturesOutsideTheSensorsRange) {
+// It is refused, as a sensor, a channel or a zone that is not there is, and
+// the temperature set before stays.
+TEST(SimCtl, RefusesTemperaturesOutsideTheSensorsRangeAndWhatNoSensorOrZoneMeasures) {
   simctl({"reset"});
   simctl({"set", "temp", "45.5"});
   EXPECT_NE(simctl({"show"}).find("temp 45.5\n"), std::string::npos);
-  for (const char* bad : {"1e30", "-5", "nan", "inf", "128", "", "40x"}) {
+  std::vector<std::vector<std::string>> bad = {
+      {"set", "sensor", "mrtmp3", "local", "1"},    {"set", "sensor", "mrtmp1", "middle", "1"},
+      {"set", "sensor", "mrtmp1", "local", "open"}, {"set", "sensor", "mrtmp1", "local", "128"},
+      {"set", "sensor", "mrtmp1", "remote", "nan"}, {"set", "zone", "4", "30"}, {"set", "zone", "0", "1e9"}};
+  for (const char* t : {"1e30", "-5", "nan", "inf", "128", "", "40x"}) bad.push_back({"set", "temp", t});
+  for (const std::vector<std::string>& b : bad) {
     std::string out;
-    EXPECT_EQ(sim::simCtl({"set", "temp", bad}, out), 2) << bad;
-    EXPECT_NE(out.find("is not a temperature from 0 to 127"), std::string::npos) << bad;
+    EXPECT_EQ(sim::simCtl(b, out), 2) << b[1] << " " << b[2] << " " << b.back();
+    const std::string says = b[1] == "temp" ? "is not a temperature from 0 to 127" : "set " + b[1] + ": ";
+    EXPECT_NE(out.find(says), std::string::npos) << out;
   }
   EXPECT_NE(simctl({"show"}).find("temp 45.5\n"), std::string::npos);
 }

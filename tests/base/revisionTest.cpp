@@ -4,24 +4,18 @@
 #include <algorithm>
 #include <string>
 
-#include "cmdLine.h"
 #include "cmdRun.h"
 #include "testEnv.h"
-#include "textUtil.h"
-
-namespace {
-std::string run(const std::string& line) { return captured([&] { execCmd(line, testBoard()); }); }
-}  // namespace
 
 TEST(Version, ShowsTheRevisionFileWhenThereIsOne) {
   writeFile(testPath("rev.txt"), "build:42\nbranch_commit: 7\nnoise\nmerge_to_devel:feature-x\n");
   simctl({"revision", testPath("rev.txt")});
-  std::string out = run("version");
+  std::string out = runCmd("version").out;
   EXPECT_EQ(out.rfind("Diagnostics Build: ", 0), 0u);
   EXPECT_NE(out.find("\nMerged to develop branch from branch feature-x\nBranch commit# 7\nBuild# 42\n"),
             std::string::npos);
 
   simctl({"revision", "none"});
-  out = run("version");
+  out = runCmd("version").out;
   EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1) << out;
 }

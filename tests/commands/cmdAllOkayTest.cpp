@@ -8,6 +8,7 @@
 #include "i2cDevMap.h"
 #include "programs.h"
 #include "testEnv.h"
+#include "textUtil.h"
 
 namespace {
 // Index of the first trace line that contains text, or -1.
@@ -141,8 +142,6 @@ TEST(AllokStuckFault, AnyFansFaultIsTheControllersAndReleaseTimesOut) {
   EXPECT_NE(scan.find("fctl       false    NA"), std::string::npos) << scan;
   EXPECT_NE(scan.find("mnhost     true     false"), std::string::npos) << scan;
   AllOkayMap m(testBoard().devices);
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(m.find("fctl")->setOkayOut(true, false), TIMEOUT);
-  std::string out = testing::internal::GetCapturedStdout();
+  std::string out = captured([&] { EXPECT_EQ(m.find("fctl")->setOkayOut(true, false), TIMEOUT); });
   EXPECT_NE(out.find("function setOkayOut - timed out waiting for All-okay okay"), std::string::npos) << out;
 }

@@ -218,7 +218,7 @@ TEST_F(GpmcCmd, BadInputGetsAClearMessage) {
   EXPECT_TRUE(contains(run({"-m", "nope", "-r", "1"}), "Device nope not found\r\n"));
   EXPECT_TRUE(contains(run({"-m", "reg", "-r", "1", "-f", "/nonexistent/dir/out.txt"}),
                        "unable to open file /nonexistent/dir/out.txt: No such file or directory (2)\n"));
-  // Numbers that are not numbers, or out of range, are refused as commandDeclTest.cpp shows.
+  // Numbers that are not numbers, or out of range, are refused as cmdLineObjectMapTest.cpp shows.
   EXPECT_TRUE(contains(run({"-m"}), "-m needs a value"));
   EXPECT_TRUE(contains(run({"-r", "1"}), "no device selected"));
   EXPECT_TRUE(contains(run({"-m", "%s%n%x", "-r", "1"}), "Device %s%n%x not found"));

@@ -99,9 +99,7 @@ TEST_F(GpmcTest, RampThatNeverStartsTimesOutWithItsMessage) {
   std::string out = captured([&] { EXPECT_EQ(ramp.waitForRampStart(true, false), TIMEOUT); });
   EXPECT_TRUE(contains(out, "function waitForRampStart - timed out waiting for ramp start\n"));
   EXPECT_TRUE(contains(out, "function waitForRampStart - waited 5000000 microsecs\n"));
-  size_t values = 0;
-  for (size_t at = out.find("current value= 0x0000"); at != std::string::npos; at = out.find("current value=", at + 1))
-    ++values;
-  EXPECT_EQ(values, 10u);
+  EXPECT_TRUE(contains(out, "current value= 0x0000")) << out;
+  EXPECT_EQ(countOf(out, "current value="), 10u);
   EXPECT_EQ(trace.grep("fpga rd reg 0x0030").size(), 10000u);
 }

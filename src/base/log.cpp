@@ -51,13 +51,13 @@ const char* srcName(const char* path) {
 }
 
 namespace {
-// Where the parameter list of a signature starts: the first '(' outside template arguments.
+// Where the parameter list of a signature starts: the '(' that matches its last ')'. Not the first '(': a
+// function of a class within another function or a lambda is named after those ("f()::<lambda()>::Local::g()").
 size_t paramsAt(const std::string& s) {
-  int angles = 0;
-  for (size_t i = 0; i < s.size(); ++i) {
-    if (s[i] == '<') ++angles;
-    if (s[i] == '>') --angles;
-    if (s[i] == '(' && angles == 0) return i;
+  int depth = 0;
+  for (size_t i = s.rfind(')') + 1; i-- > 0;) {
+    if (s[i] == ')') ++depth;
+    if (s[i] == '(' && --depth == 0) return i;
   }
   return s.size();
 }
@@ -79,7 +79,6 @@ std::string fnName(const char* signature) {
   if (s.ends_with(">") && s.find("::<lambda") != std::string::npos) return "operator()";
   size_t params = paramsAt(s);
   std::string head = s.substr(0, params);
-  if (head.ends_with("operator") && s.compare(params, 2, "()") == 0) head += "()";
   if (head.ends_with(">")) head = withoutTrailingArgs(head);
   size_t scope = head.rfind("::"), blank = head.rfind(' ');
   size_t start = std::max(scope == std::string::npos ? 0 : scope + 2, blank == std::string::npos ? 0 : blank + 1);

@@ -54,7 +54,11 @@ TEST(LogPlace, FunctionNameIsThePlainName) {
   char args[1][ARG_LEN] = {};
   for (const std::string& got : {freeFunction(0, args), templateFunction(std::vector<int>{}), Holder().member(),
                                  Holder()(), Holder().memberTemplate<std::string>()[0],
-                                 [] { return placeName() + "=" + __func__; }(), placeName() + "=" + __func__}) {
+                                 [] { return placeName() + "=" + __func__; }(), placeName() + "=" + __func__,
+                                 [] {  // a function of a class within a lambda
+                                   struct Local { static std::string f() { return placeName() + "=" + __func__; } };
+                                   return Local::f();
+                                 }()}) {
     size_t eq = got.find('=');
     EXPECT_EQ(got.substr(0, eq), got.substr(eq + 1));
   }

@@ -48,3 +48,6 @@ std::string fnName(const char* signature);
 // The second line of a failed system call: the system's error text and number.
 // The caller saves errno before its first message, since printing may change it.
 void logErrno(unsigned long flags, int err);
+// A byte as every dump's text column shows it: printable ASCII as it is, any
+// other byte as '.', so that no byte read from a chip can move the cursor.
+inline char shownChar(unsigned char c) { return c >= 0x20 && c <= 0x7E ? static_cast<char>(c) : '.'; }

@@ -8,6 +8,7 @@
 #include "board.h"
 #include "boardIdLayout.h"
 #include "i2cEeprom.h"
+#include "log.h"
 #include "outFile.h"
 #include "xmlModuleLoad.h"
 
@@ -43,7 +44,7 @@ E_STATUS listEeproms(Board& board) {
     }
     std::string text;
     for (size_t k = 0; k < boardId::LABEL_BYTES && label[k]; ++k)
-      text += label[k] >= 0x20 && label[k] < 0x7F ? static_cast<char>(label[k]) : '.';
+      text += shownChar(label[k]);
     log(LOG_TERM, "%-12s %s\n", n.c_str(), label[0] == 0xFF ? "(blank)" : text.c_str());
   }
   return st;

@@ -20,7 +20,7 @@ void GpmcWordDump::add(unsigned long offset, std::span<const unsigned short> blo
     line[len++] = ' ';
     for (int i = 0; i < 2 * WORDS_A_LINE; ++i) {
       unsigned char c = static_cast<unsigned char>(i % 2 ? words[i / 2] >> 8 : words[i / 2] & 0xff);
-      line[len++] = c < 0x20 || c > 0x7e ? '.' : static_cast<char>(c);
+      line[len++] = shownChar(c);
     }
     line[len++] = '\n';
     log(LOG_TERM, "%.*s", static_cast<int>(len), line);

@@ -287,7 +287,7 @@ void dumpBytes(const char* pBuf, int count, bool noASCII, bool noNewLines) {
   char hex[4];
   for (int i = 0; i < count; ++i) {
     auto b = static_cast<unsigned char>(pBuf[i]);
-    text[i % DUMP_WIDTH] = (b >= 0x20 && b <= 0x7E) ? static_cast<char>(b) : '.';
+    text[i % DUMP_WIDTH] = shownChar(b);
     snprintf(hex, sizeof hex, "%02x", b);
     line += hex;
     if (i % DUMP_WIDTH != DUMP_WIDTH - 1) continue;

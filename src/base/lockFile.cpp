@@ -42,8 +42,8 @@ bool refuseOpen(const char* path, int err) {
 int makeFile(const std::string& path) {
   std::string made = madeName(path);
   unlink(made.c_str());  // left by a process of the same id that was killed here
-  int m = ::open(made.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, 0666);
-  if (m < 0) return -1;
+  int m = ::open(made.c_str(), O_RDWR | O_CREAT | O_EXCL | O_NOFOLLOW | O_CLOEXEC, EVERY_USER);
+  if (m < 0) return m;
   bool sized = ftruncate(m, sizeof(SemRecord)) == 0;
   close(m);
   if (!sized || !publishFile(made, path, false)) {
@@ -76,7 +76,7 @@ std::string madeName(const std::string& name) { return name + ".new" + std::to_s
 
 bool publishFile(const std::string& made, const std::string& path, bool replace) {
   int err = 0;
-  if (chmod(made.c_str(), 0666) != 0) err = errno;
+  if (chmod(made.c_str(), EVERY_USER) != 0) err = errno;
   else if ((replace ? rename(made.c_str(), path.c_str()) : link(made.c_str(), path.c_str())) != 0 && errno != EEXIST)
     err = errno;
   unlink(made.c_str());
@@ -113,7 +113,7 @@ bool LockFile::open(const char* semName) {
     return refuse(lockPath, "is not a regular file (a FIFO, a socket or a device)", REMOVE);
   }
   // Opened again to every user, where this user may (an owner whose program closed it).
-  if ((st.st_mode & 0666) != 0666 && st.st_uid == geteuid()) fchmod(f, 0666);
+  if ((st.st_mode & EVERY_USER) != EVERY_USER && st.st_uid == geteuid()) fchmod(f, EVERY_USER);
   fd = f;
   return true;
 }

@@ -60,10 +60,14 @@ private:
   int fd = -1;
 };
 
-// Puts a file, made whole under a name of its own, in its place with mode 0666
-// whatever the umask, so that no process ever sees it half made or closed to
-// another user. replace: over what is there; else a file that another process
-// put there meanwhile is kept.
+// Read and write for every user: the mode of the semaphores and their lock
+// files, which processes of every user share.
+constexpr mode_t EVERY_USER = 0666;
+
+// Puts a file, made whole under a name of its own, in its place with mode
+// EVERY_USER whatever the umask, so that no process ever sees it half made or
+// closed to another user. replace: over what is there; else a file that
+// another process put there meanwhile is kept.
 bool publishFile(const std::string& made, const std::string& path, bool replace);
 // The name a process makes a file under before publishing it.
 std::string madeName(const std::string& name);

@@ -26,9 +26,10 @@ E_STATUS OutFile::open(const std::string& name, const char* mode, Where where) {
 }
 
 E_STATUS OutFile::check(Where where) {
-  if (!f) return failed ? FAILURE : SUCCESS;
-  errno = EIO;  // a stream that failed earlier keeps no errno of its own
-  if (fflush(f) != 0 || ferror(f)) return fail("write", errno, where);
+  if (f) {
+    errno = EIO;  // a stream that failed earlier keeps no errno of its own
+    if (fflush(f) != 0 || ferror(f)) return fail("write", errno, where);
+  }
   return failed ? FAILURE : SUCCESS;
 }
 

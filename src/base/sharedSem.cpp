@@ -21,7 +21,7 @@ std::string semPath(const std::string& name) { return SHM_DIR + ("sem." + name);
 bool makeSem(const char* name, bool replace) {
   std::string made = madeName(name);
   sem_unlink(made.c_str());
-  sem_t* s = sem_open(made.c_str(), O_CREAT | O_EXCL, 0666, 1);
+  sem_t* s = sem_open(made.c_str(), O_CREAT | O_EXCL, EVERY_USER, 1);
   if (s == SEM_FAILED) return false;
   sem_close(s);
   return publishFile(semPath(made), semPath(name), replace);

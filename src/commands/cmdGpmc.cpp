@@ -118,7 +118,7 @@ void dumpFile(const Args& s, GpmcArgs& a) {
 }
 
 GpmcArgs gpmcArgs(const Args& s) {
-  GpmcArgs a;
+  GpmcArgs a{};  // a field the scan does not set is zero, not garbage
   a.list = s.has(listNames);
   a.devName = s.has(target) ? s.word(target) : nullptr;
   a.doWrite = s.has(writeWords);

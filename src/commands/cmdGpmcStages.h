@@ -8,14 +8,16 @@
 #include "outFile.h"
 
 // What the gpmc command was asked to do, as its option scan found it.
+// Every field is set from the scan; only the dump file's, which the scan may
+// leave alone, starts as none.
 struct GpmcArgs {
-  bool list = false, doWrite = false, doRead = false, silent = false, timeCycles = false, forceReset = false;
-  bool sincorr = false, contRead = false, invert = false, ctf = false, caon = false, caoff = false;
-  const char* devName = nullptr;
+  bool list, doWrite, doRead, silent, timeCycles, forceReset;
+  bool sincorr, contRead, invert, ctf, caon, caoff;
+  const char* devName;
   const char* outName = nullptr;
-  const char* inName = nullptr;
+  const char* inName;
   E_GPMC_DUMP dumpKind = GPMC_DUMP_NONE;
-  unsigned long nWr = 1, nRd = 1, data = 0, offset = 0, invFlag = 0, invChan = 0, ctfSamples = 0;
+  unsigned long nWr, nRd, data, offset, invFlag, invChan, ctfSamples;
 };
 
 // The files a command works with; closed whatever way the command ends. The

@@ -20,7 +20,6 @@ const OptDecl* const opts[] = {&file, &msg};
 // interrupt at the prompt stopped the wait.
 bool readAnswer() {
   size_t n = 0;
-  UTPStr[0] = '\0';
   while (n < sizeof UTPStr - 1) {
     if (!waitInput()) return false;
     int c = fgetc(stdin);

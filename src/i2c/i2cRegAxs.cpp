@@ -3,14 +3,7 @@
 E_STATUS rdReg8(I2cDev* dev, unsigned char reg, unsigned char* val) {
   char buf[2] = {static_cast<char>(reg), 0};
   int cnt = 0;
-  E_STATUS st;
-  if (dev->smbus) {
-    st = dev->rdBytes(buf, 1, &cnt, 1);
-  } else {
-    // A plain chip takes its register pointer in a write of its own.
-    st = dev->wrBytes(buf, 1, &cnt, 1);
-    if (st == SUCCESS) st = dev->rdBytes(buf, 1, &cnt, 1);
-  }
+  E_STATUS st = dev->rdBytes(buf, 1, &cnt, 1);
   if (st == SUCCESS) *val = static_cast<unsigned char>(buf[0]);
   return st;
 }
@@ -18,5 +11,5 @@ E_STATUS rdReg8(I2cDev* dev, unsigned char reg, unsigned char* val) {
 E_STATUS wrReg8(I2cDev* dev, unsigned char reg, unsigned char val) {
   char buf[2] = {static_cast<char>(reg), static_cast<char>(val)};
   int cnt = 0;
-  return dev->wrBytes(buf, dev->smbus ? 1 : 2, &cnt, 1);
+  return dev->wrBytes(buf, 1, &cnt, 1);
 }

@@ -1,5 +1,6 @@
 #include "fanCtlr.h"
 
+#include <algorithm>
 #include <cstring>
 #include <string>
 
@@ -15,23 +16,24 @@ struct RegRow {
   const char* name;
   unsigned char cmd;
   unsigned int width;
-  int pages;  // -1: one entry on each fan page 0..5, else the one page
+  int pages;  // ALL_FAN_PAGES: one entry on each fan page 0..5, else the one page
 };
+constexpr int ALL_FAN_PAGES = -1;
 
 // In table order; the seven page-0 manufacturer fan registers appear twice on
 // purpose, and the later copy is the one the page map reaches.
-const RegRow rows[] = {
-    {"FANCTLR_PAGE", 0x00, 8, -1},
-    {"FANCTLR_FAN_CONFIG_1_2", 0x3A, 8, -1},
-    {"FANCTLR_FAN_COMMAND_1", 0x3B, 16, -1},
-    {"FANCTLR_READ_FAN_SPEED_1", 0x90, 16, -1},
-    {"FANCTLR_MFR_FAULT_RESPONSE", 0xD9, 8, -1},
-    {"FANCTLR_MFR_FAN_CONFIG", 0xF1, 16, -1},
-    {"FANCTLR_MFR_READ_FAN_PWM", 0xF3, 16, -1},
-    {"FANCTLR_MFR_FAN_FAULT_LIMIT", 0xF5, 16, -1},
-    {"FANCTLR_MFR_FAN_WARN_LIMIT", 0xF6, 16, -1},
-    {"FANCTLR_MFR_FAN_RUN_TIME", 0xF7, 16, -1},
-    {"FANCTLR_MFR_FAN_PWM_AVG", 0xF8, 16, -1},
+constexpr RegRow rows[] = {
+    {"FANCTLR_PAGE", 0x00, 8, ALL_FAN_PAGES},
+    {"FANCTLR_FAN_CONFIG_1_2", 0x3A, 8, ALL_FAN_PAGES},
+    {"FANCTLR_FAN_COMMAND_1", 0x3B, 16, ALL_FAN_PAGES},
+    {"FANCTLR_READ_FAN_SPEED_1", 0x90, 16, ALL_FAN_PAGES},
+    {"FANCTLR_MFR_FAULT_RESPONSE", 0xD9, 8, ALL_FAN_PAGES},
+    {"FANCTLR_MFR_FAN_CONFIG", 0xF1, 16, ALL_FAN_PAGES},
+    {"FANCTLR_MFR_READ_FAN_PWM", 0xF3, 16, ALL_FAN_PAGES},
+    {"FANCTLR_MFR_FAN_FAULT_LIMIT", 0xF5, 16, ALL_FAN_PAGES},
+    {"FANCTLR_MFR_FAN_WARN_LIMIT", 0xF6, 16, ALL_FAN_PAGES},
+    {"FANCTLR_MFR_FAN_RUN_TIME", 0xF7, 16, ALL_FAN_PAGES},
+    {"FANCTLR_MFR_FAN_PWM_AVG", 0xF8, 16, ALL_FAN_PAGES},
     {"FANCTLR_WRITE_PROTECT", 0x10, 8, 0},
     {"FANCTLR_CAPABILITY", 0x19, 8, 0},
     {"FANCTLR_VOUT_MODE", 0x20, 8, 0},
@@ -67,6 +69,8 @@ const RegRow rows[] = {
     {"FANCTLR_MFR_VOUT_PEAK", 0xD4, 16, 20},
     {"FANCTLR_MFR_VOUT_MIN", 0xD7, 16, 20},
 };
+// A register is read and written in whole bytes, one or two of them.
+static_assert(std::ranges::all_of(rows, [](const RegRow& r) { return r.width == 8 || r.width == 16; }));
 
 // The table as registers and as pages of commands, built on first use: each
 // operation starts from a copy of the registers, none of them read.
@@ -80,7 +84,7 @@ struct FanCtlrLayout {
       regs.push_back(Reg{r.name, r.cmd, r.width, 0, false, page, BF, {}});
     };
     for (const RegRow& r : rows) {
-      if (r.pages < 0)
+      if (r.pages == ALL_FAN_PAGES)
         for (unsigned char p : FAN_PAGES) add(r, p);
       else
         add(r, static_cast<unsigned char>(r.pages));

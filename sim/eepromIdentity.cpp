@@ -93,8 +93,10 @@ bool damageIdentity(uint8_t* mem, unsigned size, const std::string& how, std::st
   } else if (how == "long") {
     put(mem + HDR + 2, TEST_PAGE - STREAM, 2);  // the longest stream the part holds, blank bytes after the real one
     setCrc(mem);
+  } else if (how == "empty") {
+    put(mem + HDR + 2, 0, 2);  // a length of 0: programming stopped before the stream was written
   } else {
-    err = "damage is one of blank, crc, stream, version, long";
+    err = "damage is one of blank, crc, stream, version, long, empty";
     return false;
   }
   return size >= TEST_PAGE;

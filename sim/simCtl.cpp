@@ -28,6 +28,7 @@ std::string usage() {
          "  show                          configuration of the simulated instrument\n"
          "  set board main|signal|fp|mref which board the program runs on\n"
          "  set rev N                     board revision (below 3: 4-channel muxes)\n"
+         "  set rev-text TEXT             the board revision file holds TEXT instead (a damaged file)\n"
          "  set switch host|fp|shost pca9545APW|pca9545\n"
          "                                name and address variant of a PCA9545\n"
          "  set mref-addr 0x48|0x4d       where the main-reference sensor answers\n"
@@ -130,6 +131,10 @@ int set(SimState& s, const std::vector<std::string>& a, std::string& out) {
       }
   } else if (a.size() == 3 && a[1] == "rev" && parseNum(a[2], &v)) {
     s.cfg.rev = static_cast<uint32_t>(v);
+    s.boardRevText[0] = '\0';
+    return 0;
+  } else if (a.size() == 3 && a[1] == "rev-text" && a[2].size() < sizeof s.boardRevText) {
+    snprintf(s.boardRevText, sizeof s.boardRevText, "%s", a[2].c_str());
     return 0;
   } else if (a.size() == 4 && a[1] == "switch") {
     return setSwitch(s, a[2], a[3], out);

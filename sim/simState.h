@@ -9,7 +9,7 @@
 namespace sim {
 
 constexpr uint32_t SIM_MAGIC = 0x5a395349;  // "Z9SI"
-constexpr uint32_t SIM_LAYOUT = 6;
+constexpr uint32_t SIM_LAYOUT = 7;
 
 // The whole simulated instrument, in one file-backed shared mapping so that
 // every diag-sim process sees one instrument (or in the memory of one process,
@@ -23,6 +23,7 @@ struct SimState {
   BoardConfig cfg;
   char revisionText[256];  // contents of the installed-diagnostics revision file
   char configFile[256];    // the file that answers for diag.cfg: "" the built-in sample, "none" missing
+  char boardRevText[32];   // what the board revision file holds instead of cfg.rev's number ("" none)
   FpgaState fpga;
   I2cState i2c;
   KernelFaults kfault;  // kept by power-cycle, like every injected fault

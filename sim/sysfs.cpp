@@ -88,7 +88,7 @@ bool sysFileLookup(const SimState& s, const std::string& path, std::string* cont
     return true;
   }
   if (path == "/vesta/diags/boardrev.txt") {
-    *content = std::to_string(s.cfg.rev) + "\n";
+    *content = s.boardRevText[0] ? s.boardRevText : std::to_string(s.cfg.rev) + "\n";
     return true;
   }
   if (path.rfind(THERMAL_DIR, 0) == 0) return zoneLookup(s, path, content, isDir);

@@ -58,6 +58,8 @@ TEST_F(BoardId, RevShowsEveryBoardEepromOfTheHostWithItsIdentity) {
   simctl({"set", "board", "signal"});
   r = run({"rev"});
   EXPECT_TRUE(contains(r.out, "mc2Eeprom    type 0985, name measurement channel 2")) << r.out;
+  simctl({"set", "rev-text", "x\n"});  // a damaged board revision file: the revision is assumed
+  EXPECT_TRUE(contains(run({"rev"}).out, "board revision   3 (assumed: no number in")) << run({"rev"}).out;
 }
 
 TEST_F(BoardId, EachDamageHasItsOwnLineAndFails) {
@@ -74,6 +76,7 @@ TEST_F(BoardId, EachDamageHasItsOwnLineAndFails) {
       {"stream", "commEeprom: identity stream does not inflate: zlib error -3 (invalid stored block lengths)\n"},
       {"version", "commEeprom: unknown identity layout version 7 (this program reads 1)\n"},
       {"long", "commEeprom: identity stream ends "},  // the longest stream is read whole, blank tail and all
+      {"empty", "commEeprom: identity length 0 out of range (1 to 4024)\n"},  // and no stream read at all
   };
   for (const auto& c : cases) {
     simctl({"i2c", "identity", "commEeprom", "reset"});
@@ -115,11 +118,16 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
   RunResult r = run({"eeprom", "-mk", "-x", file("id.xml"), "-f", file("id.bin")});
   ASSERT_EQ(r.exitCode, 0) << r.out;
   EXPECT_EQ(std::filesystem::file_size(file("id.bin")), 4096u);
+  simctl({"i2c", "nack", "bpEeprom", "on"});  // a page the part refuses is told, and the load stops there
+  r = run({"eeprom", "-load", "bpEeprom", "-f", file("id.bin")});
+  EXPECT_TRUE(contains(r.out, "failed to write device bpEeprom(0x50)") && contains(r.out, "stopped at 0x000")) << r.out;
+  simctl({"i2c", "nack", "bpEeprom", "off"});
   r = run({"eeprom", "-load", "bpEeprom", "-f", file("id.bin")});
   EXPECT_EQ(r.exitCode, 0) << r.out;
   r = run({"eeprom", "-id", "bpEeprom"});
   EXPECT_TRUE(contains(r.out, "serial    0970-25-000777\nrevision  4\nmade      2025-02-28\noption    fans = 6\n")) << r.out;
   EXPECT_EQ(run({"xml", "-d", "bpEeprom", "-x", "/board/option[@name='fans']/@value"}).out, "6\n");
+  EXPECT_TRUE(contains(run({"xml", "-d", "fctl"}).out, "fctl is not a board EEPROM of this host, see eeprom -l\n"));
   r = run({"eeprom", "-save", "bpEeprom", "-f", file("back.bin")});
   std::ifstream a(file("id.bin"), std::ios::binary), b(file("back.bin"), std::ios::binary);
   EXPECT_TRUE(std::equal(std::istreambuf_iterator<char>(a), {}, std::istreambuf_iterator<char>(b)));
@@ -164,7 +172,8 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
     EXPECT_TRUE(contains(r.out, c.out) && (c.exit || r.out == c.out)) << c.text.size() << ": " << r.out;
   }
   simctl({"config", "none"});
-  EXPECT_TRUE(contains(run({"cfg", "-l"}).out, "unable to read configuration file /vesta/diags/diag.cfg\n"));
+  r = run({"cfg", "-l"});
+  EXPECT_TRUE(r.exitCode == 1 && contains(r.out, "unable to read configuration file /vesta/diags/diag.cfg\n")) << r.out;
   simctl({"config", "sample"});
 }
 

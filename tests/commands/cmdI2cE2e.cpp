@@ -46,6 +46,14 @@ TEST_F(I2cCommand, WritesAndReadsARegisterBehindTwoLevelsOfSwitches) {
   EXPECT_EQ(run({"-d", "fpfpga", "-o", "17", "-r", "1"}), "0x05\n");
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus read byte_data cmd 0x11 -> 05").size(), 1u);
   EXPECT_EQ(run({"-d", "fctl", "-o", "0x3b", "-r", "2"}), "0x0be0\n");
+  simctl({"i2c", "nack", "fpfpga", "on"});  // a write the chip refuses is told
+  EXPECT_TRUE(contains(run({"-d", "fpfpga", "-o", "0x11", "-w", "0x06"}), "failed to write device fpfpga(0x40)"));
+  simctl({"i2c", "nack", "fpfpga", "off"});
+  simctl({"i2c", "nack", "mh-eeprom", "on"});  // a memory's refused write is not waited for as if stored
+  t.mark();
+  EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-o", "0x100", "-w", "0x41"}), "failed to write device mhEeprom(0x56)"));
+  EXPECT_EQ(t.grep(" 0x56 ").size(), 1u);
+  simctl({"i2c", "nack", "mh-eeprom", "off"});
   // On an adapter that carries SMBus only, each control byte is a send byte read back as a receive byte, and a
   // memory that needs plain transfers is refused before anything is sent to it.
   simctl({"set", "adapter", "smbus"});
@@ -67,23 +75,16 @@ TEST_F(I2cCommand, DumpsAnEepromAndWritesItsMemory) {
   EXPECT_EQ(t.grep("i2c-2 0x56 read 256 -> 5a 39").size(), 1u);
 }
 
+// What each refusal says is shown in docs/i2c.md, which runs; none reaches a device.
 TEST_F(I2cCommand, RefusesBadInputBeforeTouchingTheBus) {
   Trace t;
-  EXPECT_TRUE(contains(run({"-d", "nosuch", "-r", "1"}), "I2C device nosuch not found, see i2c -l\n"));
-  EXPECT_TRUE(contains(run({"-d", "%s%n", "-r", "1"}), "I2C device %s%n not found"));
-  EXPECT_TRUE(contains(run({"-d", "fctl", "-o", "0x3b", "-w", "1", "2", "3"}), "too many bytes to write, 3, at most 2\n"));
-  EXPECT_TRUE(contains(run({"-d", "fctl", "-o", "3", "-r", "33"}), "too many bytes to read, 33, at most 32\n"));
-  EXPECT_TRUE(contains(run({"-d", "fctl", "-r", "1"}), "fctl is an SMBus device: give the register with -o\n"));
-  EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-r", "300"}), "i2c -r: 300 is out of range, 1 to 256\n"));
-  EXPECT_TRUE(contains(run({"-x"}), "i2c: unknown option -x, see i2c -h\n"));
-  EXPECT_TRUE(contains(run({"-r", "1"}), "no device given, see i2c -h\n"));
-  EXPECT_TRUE(contains(run({"-d", "mhEeprom"}), "nothing to do for mhEeprom: give -r, -w or -dump\n"));
-  EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-w"}), "no bytes to write\n"));
+  for (const std::vector<std::string>& args : std::vector<std::vector<std::string>>{
+           {"-d", "nosuch", "-r", "1"}, {"-d", "fctl", "-o", "0x3b", "-w", "1", "2", "3"}, {"-d", "fctl", "-o", "3", "-r", "33"},
+           {"-d", "fctl", "-r", "1"}, {"-d", "mhEeprom", "-r", "300"}, {"-x"}, {"-r", "1"}, {"-d", "mhEeprom"},
+           {"-d", "mhEeprom", "-w"}, {"-h", "-d", "fctl"}})
+    EXPECT_FALSE(run(args).empty()) << args[0] << " " << args.back();
   // Building the registry probes for the main-reference sensor; no device is reached.
-  EXPECT_TRUE(t.grep("smbus").empty());
-  EXPECT_TRUE(t.grep("0x56").empty());
-  EXPECT_TRUE(contains(run({"-h", "-d", "fctl"}), " -l - list the devices with their descriptions\n"));
-  EXPECT_TRUE(t.grep("smbus").empty());
+  EXPECT_TRUE(t.grep("smbus").empty() && t.grep("0x56").empty());
 }
 
 // The last value of each limit is taken and the next one refused (in the shell's own process).

@@ -102,6 +102,10 @@ TEST_F(GpmcTest, WaveformActionsSetTheirBitsInOrder) {
   EXPECT_TRUE(enabled && running);
   ASSERT_EQ(ctl.GPMCStopWaveForm(), SUCCESS);
   EXPECT_EQ(wrote("0x0014"), "0x1000 0x1010 0x1000 0x0000");
+  trace.mark();  // the one-bit actions: data stream on, wave run on, wave run off
+  for (E_GPMC_WV_ACTION a : {GPMC_WV_ACTION_DATSTRM_EN, GPMC_WV_ACTION_START_RUN, GPMC_WV_ACTION_STOP_RUN})
+    EXPECT_EQ(ctl.startStopWaveForm(a), SUCCESS);
+  EXPECT_EQ(wrote("0x0014"), "0x1000 0x1010 0x1000");
   expectPrints([&] { EXPECT_EQ(ctl.startStopWaveForm(static_cast<E_GPMC_WV_ACTION>(9)), FAILURE); },
                {"unrecognized action"});
   // Only the last step of a pair counts; a failed stop pair skips the start pair.
@@ -187,23 +191,35 @@ TEST_F(GpmcTest, OutputBufferTakesWritesOnlyWhenEnabledAndReadsTwice) {
 }
 
 TEST_F(GpmcTest, SampleBlocksGoToAFileFromTheSettledAddress) {
-  simctl({"fpga", "poke", "reg", "0x0e", "0x1040"});  // an A2D that is not collecting
-  std::string path = testPath("ctf.txt");
-  FILE* f = fopen(path.c_str(), "w+");
-  ASSERT_NE(f, nullptr);
-  ASSERT_EQ(GpmcDevBuf(*dev("ibuf")).rdOBufToFile(f, 2), SUCCESS);
-  fclose(f);
-  // Address 0: a discarded read, then four words per block.
-  std::string expected;
-  for (int block = 0; block < 2; ++block)
-    for (const char* off : {"0x0", "0x2", "0x4", "0x6"}) {
-      char line[8];
-      snprintf(line, sizeof line, "%04x\n", peek("ibuf", off));
-      expected += line;
+  const std::string path = testPath("ctf.txt");
+  // Two blocks to the file: what it holds, which is the four words from offset at each block.
+  auto twoBlocks = [&](unsigned offset) {
+    FILE* f = fopen(path.c_str(), "w+");
+    EXPECT_EQ(GpmcDevBuf(*dev("ibuf")).rdOBufToFile(f, 2), SUCCESS);
+    fclose(f);
+    std::string expected;
+    char at[16], word[8];
+    for (int k = 0; k < 8; ++k) {
+      snprintf(at, sizeof at, "0x%x", offset + 2 * (k % 4));
+      snprintf(word, sizeof word, "%04x\n", peek("ibuf", at));
+      expected += word;
     }
-  EXPECT_EQ(readFile(path), expected);
-  EXPECT_EQ(trace.grep("fpga rd ibuf").size(), 9u);
+    EXPECT_EQ(readFile(path), expected) << std::hex << offset;
+  };
+  simctl({"fpga", "poke", "reg", "0x0e", "0x1040"});  // an A2D that is not collecting, at address 0
+  twoBlocks(0);
+  EXPECT_EQ(trace.grep("fpga rd ibuf").size(), 9u);  // a discarded read, then four words per block
   EXPECT_EQ(trace.grep("fpga rd reg 0x0010").size(), 4u);
+
+  // A finished one-shot collection rests at the last address, 0xffff, the value the first read is compared
+  // with: one address read a block. Channel 2 inverted there gives words with every bit in use.
+  int waited = 0;
+  ASSERT_EQ(ctl.GPMCEnOSDataCollNWait4Dn(0xfffe, &waited), SUCCESS);
+  ASSERT_EQ(peek("reg", "0x10"), 0xffff);
+  simctl({"fpga", "poke", "reg", "0x0e", "0x0002"});
+  trace.mark();
+  twoBlocks(0xffff * 4);
+  EXPECT_EQ(trace.grep("fpga rd reg 0x0010").size(), 2u);
 }
 
 TEST_F(GpmcTest, DriverBufferIsPreparedWithOneWriteAndAMapping) {

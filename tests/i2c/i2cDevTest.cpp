@@ -108,15 +108,22 @@ TEST_F(I2cDevOps, ABlockReadNeedsAnAdapterThatCarriesIt) {
   simctl({"set", "adapter", "full"});
   Bus bus;  // the front-panel FPGA's path, selected by hand for a device of its own
   ASSERT_TRUE(bus.select(0x71, 0x08) && bus.select(0x72, 0x02));
-  I2cDev d({.name = "fpfpga", .adapter = 2, .address = 0x40, .smbus = true});
-  ASSERT_EQ(d.setUp(), SUCCESS);
-  EXPECT_EQ(captured([&] { EXPECT_EQ(d.rdBytes(buf, 3, &n, 0, false, false), SUCCESS); }),
+  I2cDev f({.name = "fpfpga", .adapter = 2, .address = 0x40, .smbus = true});
+  ASSERT_EQ(f.setUp(), SUCCESS);
+  EXPECT_EQ(captured([&] { EXPECT_EQ(f.rdBytes(buf, 3, &n, 0, false, false), SUCCESS); }),
             "616263" + std::string(26, ' ') + " abc\n");
   EXPECT_EQ(n, 3);
   buf[0] = 0x00;  // register 0 holds a count of 0
-  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(d.rdBytes(buf, 3, &n, 0, false, false), FAILURE); }),
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(f.rdBytes(buf, 3, &n, 0, false, false), FAILURE); }),
                        "byteCnt= 0\nProtocol error (71)\n"));
-  d.tearDown();
+  f.tearDown();
+  simctl({"set", "adapter", "smbus"});  // a plain read where only SMBus is carried: nothing read
+  I2cDev m({.name = "mhEeprom", .adapter = 2, .address = 0x56});
+  ASSERT_EQ(m.setUp(), SUCCESS);
+  n = -1;
+  EXPECT_EQ(m.rdBytes(buf, 4, &n, 1), FXN_NOT_SUPPORTED);
+  EXPECT_EQ(n, 0);
+  m.tearDown();
 }
 
 TEST_F(I2cDevOps, PlainReadsDumpSixteenBytesALineWithATextColumn) {

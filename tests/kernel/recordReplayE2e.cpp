@@ -159,11 +159,15 @@ TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
   writeFile(testPath("more"), text + more);
   EXPECT_TRUE(contains(replayed({testPath("more")}).out, "recorded \"close fd 7\", asked nothing more (the program ended)"));
   EXPECT_EQ(replayed({testPath("nosuch")}).out, "diag-replay: cannot read " + testPath("nosuch") + " (No such file or directory)\n");
-  writeFile(testPath("bad"), text.substr(0, text.find("-> 0be0")) + "-> 0bzz" + text.substr(text.find("-> 0be0") + 7));
-  RunResult bad = replayed({testPath("bad")});  // stopped there: nothing more is printed
-  EXPECT_TRUE(bad.exitCode == 3 && countOf(bad.out, "\n") == 1 && contains(bad.out, "\"0bzz\" is no answer to ")) << bad.out;
-  RunResult bare = replayed({});
+  // An answer that is not one (a word, a byte with one bad digit): stopped there, nothing more is printed.
+  for (const auto& [good, bad] : {std::pair<std::string, std::string>{"-> 0be0", "-> 0bzz"}, {" read 1 -> 0", " read 1 -> g"}}) {
+    writeFile(testPath("bad"), text.substr(0, text.find(good)) + bad + text.substr(text.find(good) + good.size()));
+    RunResult r = replayed({testPath("bad")});
+    EXPECT_TRUE(r.exitCode == 3 && countOf(r.out, "\n") == 1 && contains(r.out, "\" is no answer to ")) << r.out;
+  }
+  RunResult bare = replayed({}), help = replayed({"--help"});
   EXPECT_TRUE(bare.exitCode == 2 && bare.out.rfind("usage: diag-replay", 0) == 0) << bare.out;
+  EXPECT_TRUE(help.exitCode == 0 && help.out == bare.out) << help.out;  // asked for: told, and no failure
 }
 
 TEST(RecordReplay, ARecordingThatCannotBeWrittenIsOneLineAndTheRunGoesOn) {
@@ -203,8 +207,13 @@ TEST(RecordReplay, ABackgroundJobRecordsBesideItsParentAndReplaysOnItsOwn) {
 // pauses, each a voluntary wait of the process only when slept.
 TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
   const std::string rec = testPath("delay.rec");
-  ASSERT_EQ(recorded(rec, {"delay", "-s", "1"}).exitCode, 0);
-  ASSERT_EQ(countOf(readFile(rec), " sleep 900us\n"), 1000u);
+  {
+    EnvSet halfHour("TZ", "<-0330>3:30");  // the start's zone has its minutes too
+    ASSERT_EQ(recorded(rec, {"delay", "-s", "1"}).exitCode, 0);
+  }
+  const std::string text = readFile(rec);
+  EXPECT_TRUE(contains(text.substr(0, text.find("\n1 ")), " -0330\n")) << text;
+  ASSERT_EQ(countOf(text, " sleep 900us\n"), 1000u);
   EXPECT_LT(voluntarySwitchesOf({rec}), 200);
   EXPECT_GE(voluntarySwitchesOf({"--real-time", rec}), 1000);
 }

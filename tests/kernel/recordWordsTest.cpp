@@ -13,6 +13,7 @@
 #include <cstring>
 #include <string>
 
+#include "kernelText.h"
 #include "recordKernel.h"
 #include "replayKernel.h"
 #include "testEnv.h"
@@ -114,6 +115,9 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
                            " open /nope O_RDONLY -> ENOENT\n", " clock realtime -> 1764096777.094872001\n",
                            " sleep 5us\n", " lock take diagSem\n"})
     EXPECT_TRUE(contains(text, line)) << line << "\nnot in:\n" << text;
+  // An FPGA space that the driver does not have is named by its number.
+  EXPECT_EQ(fpgaWordText(true, 6, 0x10, 1) + ", " + fpgaWordText(false, 0, 2, 0),
+            "fpga wr devtype 6 0x0010 0x0001, fpga rd devtype 0 0x0002");
 
   ReplayKernel replay;
   std::string why;
@@ -130,6 +134,7 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
       {text.find("\\x20words"), 4, "\\x2G", "not a line of a recording"},
       {text.find("\\x20words"), 4, "\\q20", "not a line of a recording"},
       {text.find("\nargs "), 1, "\ncolour blue\n", "not a line of a recording"},
+      {text.find("\nargs "), 1, "\nenv TZ\n", "not a line of a recording"},  // a name without its value
       {stamp, take - stamp, "", "not request "}};
   for (const Edit& e : edits) {
     writeFile(path, text.substr(0, e.at) + e.by + text.substr(e.at + e.len));

@@ -3,6 +3,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <map>
 #include <set>
 #include <string>
@@ -57,6 +58,9 @@ TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndShowsEachOnce) {
   for (size_t i = 0; i + 1 < bus.size(); i += 2)  // the page written, then the command read
     pageCmds.insert(bus[i].substr(bus[i].size() - 2) + bus[i + 1].substr(bus[i + 1].find("cmd ") + 4, 4));
   EXPECT_EQ(pageCmds.size(), 93u);
+  // Each command read in its width: 65 of them are 16-bit words, the other 28 bytes.
+  EXPECT_EQ(std::count_if(bus.begin(), bus.end(), [](const std::string& l) { return contains(l, "read word_data"); }),
+            65);
   EXPECT_EQ(bus[0], "i2c-2 0x52 smbus write byte_data cmd 0x00 data 00");
   EXPECT_EQ(bus[1], "i2c-2 0x52 smbus read byte_data cmd 0x00 -> 00");
   EXPECT_EQ(bus.back(), "i2c-2 0x52 smbus read word_data cmd 0xd7 -> 2ee0");

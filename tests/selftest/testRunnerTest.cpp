@@ -119,6 +119,7 @@ TEST_F(SelfTest, ScanPassesOnAHealthyBoardAndFailsForEachMissingChip) {
   RunResult r = runSim({"runtest", "i2cscn"});
   EXPECT_TRUE(contains(r.out, "i2cscn - 14 devices checked\nPASSED\n")) << r.out;
   EXPECT_FALSE(quick.grep("quick").empty());
+  for (const std::string& l : quick.grep("quick")) EXPECT_EQ(l.find(" 0x5"), std::string::npos) << l;  // memories read
   simctl({"reset"});
 }
 

@@ -296,6 +296,12 @@ def includers(tree, rel):
     return out
 
 
+def suites_including(m, tree, rel):
+    """The suites whose test file includes rel's header by name."""
+    hdr = f'"{os.path.basename(rel).rsplit(".", 1)[0]}.h"'
+    return {s for s, f in m['files'].items() if hdr in open(os.path.join(tree, f), errors='replace').read()}
+
+
 def chosen_suites(m, tree, rel, line):
     """The suites to run for a fault on this line, or None for every suite; [] when no test runs it."""
     per = m['lines'].get(rel, {})
@@ -303,7 +309,9 @@ def chosen_suites(m, tree, rel, line):
     # five times the program's to read): a header's line is tried against every suite that reaches its file.
     if not rel.endswith('.h') and line in set(m['inst'].get(rel, [])):
         got = per.get(str(line), [])
-        if got: return sorted(set(got))
+        # A test of these files may run the line in a child that a signal or _exit ends, which writes no
+        # counts: the suites whose test file includes the file's header are tried as well.
+        if got: return sorted(set(got) | (suites_including(m, tree, rel) if rel in SIGNAL_ENDED else set()))
         if rel in SIGNAL_ENDED: return None
         # Never counted, though its function may run: the rows of a table built from a list in braces carry
         # only the clean-up code of an exception, which never runs, while their values are used. The suites
@@ -317,9 +325,7 @@ def chosen_suites(m, tree, rel, line):
         for v in m['lines'].get(f, {}).values(): got.update(v)
     # A header's templates and inline functions also run in the tests that include it (a register walk that
     # a test instantiates with a chip of its own), whose objects the map does not read.
-    if rel.endswith('.h'):
-        hdr = f'"{os.path.basename(rel)}"'
-        got.update(s for s, f in m['files'].items() if hdr in open(os.path.join(tree, f), errors='replace').read())
+    if rel.endswith('.h'): got.update(suites_including(m, tree, rel))
     # A line without code in a file that no suite runs (a command's registration): what it changes is seen
     # elsewhere, by a test that lists the commands, so every suite is tried.
     return sorted(got) if got else None

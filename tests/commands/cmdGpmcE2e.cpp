@@ -190,6 +190,7 @@ TEST_F(GpmcCmd, SyncSourceAndTransmitFrequency) {
 
 TEST_F(GpmcCmd, ListUsageAndContinuousReadUntilQ) {
   EXPECT_EQ(run({"-l"}), "fgen\nibuf\nobuf\noled\npsocbuf\nreg\n");
+  EXPECT_TRUE(contains(run({"-m", "reg", "-r", "0"}), "reading reg:"));  // no word asked for, none read, no refusal
   EXPECT_EQ(runSim({"gpmc"}).out, "Try gpmc -h\n");
   std::string out = run({"-m", "reg", "-rc", "-s"}, "q");
   EXPECT_TRUE(contains(out, "continuously reading reg (type q to quit):\n"));

@@ -57,6 +57,7 @@ TEST_F(GpmcTest, CycleRampFollowsTheRunningWaveformInItsRegisterOrder) {
   trace.mark();
   ASSERT_EQ(ramp.GPMCRampDownCyc(0x200, 2), SUCCESS);
   EXPECT_EQ(trace.grep("fpga rd reg 0x0030").size(), 1u);  // going down no control write is read back
+  EXPECT_EQ(wrote("0x0030"), "0x4004 0x4000 0x4000 0x4008");  // at its limit: disabled, down, cycle mode, enabled
   ASSERT_EQ(ramp.waitForAtZero(false, true), SUCCESS);
   ASSERT_EQ(ramp.disableRamping(), SUCCESS);
   EXPECT_EQ(peek("reg", "0x30") & 0x0008, 0);

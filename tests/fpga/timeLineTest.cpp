@@ -45,6 +45,7 @@ TEST(TimeLineTime, SumsCarryAtAMillionMicrosecondsAndCompareIgnoringNow) {
   EXPECT_TRUE(TimeLineTime(2, 499999) + TimeLineTime(0, 500000) == TimeLineTime(2, 999999));
   TimeLineTime d = TimeLineTime(2, 100) - TimeLineTime(0, 200);
   EXPECT_TRUE(d == TimeLineTime(1, 999900));
+  EXPECT_TRUE(TimeLineTime(3, 200) - TimeLineTime(1, 200) == TimeLineTime(2, 0));  // no borrow at exactly 0
   d += TimeLineTime(0, 100);
   EXPECT_FALSE(d.now);
   EXPECT_TRUE(d == TimeLineTime(2, 0));

@@ -58,6 +58,10 @@ TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndShowsEachOnce) {
   for (size_t i = 0; i + 1 < bus.size(); i += 2)  // the page written, then the command read
     pageCmds.insert(bus[i].substr(bus[i].size() - 2) + bus[i + 1].substr(bus[i + 1].find("cmd ") + 4, 4));
   EXPECT_EQ(pageCmds.size(), 93u);
+  std::map<std::string, int> perPage;  // page 0 has 23, each other fan page 11, the sensor's 6, the monitor's (0x14) 9
+  for (const std::string& pc : pageCmds) ++perPage[pc.substr(0, 2)];
+  EXPECT_EQ(perPage, (std::map<std::string, int>{{"00", 23}, {"01", 11}, {"02", 11}, {"03", 11}, {"04", 11},
+                                                 {"05", 11}, {"06", 6}, {"14", 9}}));
   // Each command read in its width: 65 of them are 16-bit words, the other 28 bytes.
   EXPECT_EQ(std::count_if(bus.begin(), bus.end(), [](const std::string& l) { return contains(l, "read word_data"); }),
             65);

@@ -35,9 +35,14 @@ struct BoardConfig {
   int16_t sensorEighths[MREF_SENSORS][2];
   uint8_t remoteOpen[MREF_SENSORS];
   uint8_t zonePresent[THERMAL_ZONES];
-  uint8_t zoneFailed[THERMAL_ZONES];  // its temperature does not read
+  uint8_t zoneFault[THERMAL_ZONES];  // ZoneFault
   int32_t zoneMilliC[THERMAL_ZONES];
 };
+
+// How a thermal zone's temperature file reads: as the kernel writes it, not at
+// all (EIO), or in degrees with a fraction, as a driver that has the unit
+// wrong would give it.
+enum ZoneFault : uint8_t { ZONE_READS, ZONE_FAILED, ZONE_IN_DEGREES };
 
 void defaultConfig(BoardConfig& cfg);
 bool usesSwitches(const BoardConfig& cfg);  // revision 3 and later

@@ -48,6 +48,13 @@ std::vector<Client> clientsOnAdapter2(const SimState& s) {
 // The processor's thermal zones: /sys/class/thermal/thermal_zoneN with its
 // type and its temperature in thousandths of a degree.
 const std::string THERMAL_DIR = "/sys/class/thermal";
+std::string zoneTempText(const BoardConfig& cfg, int z) {
+  if (cfg.zoneFault[z] != ZONE_IN_DEGREES) return std::to_string(cfg.zoneMilliC[z]) + "\n";
+  char buf[32];
+  snprintf(buf, sizeof buf, "%.3f\n", cfg.zoneMilliC[z] / 1000.0);
+  return buf;
+}
+
 bool zoneLookup(const SimState& s, const std::string& path, std::string* content, bool* isDir) {
   if (path == THERMAL_DIR) {
     *isDir = true;
@@ -58,7 +65,7 @@ bool zoneLookup(const SimState& s, const std::string& path, std::string* content
     std::string dir = THERMAL_DIR + "/thermal_zone" + std::to_string(z);
     if (path == dir) *isDir = true;
     else if (path == dir + "/type") *content = std::string(zoneType(z)) + "\n";
-    else if (path == dir + "/temp") *content = std::to_string(s.cfg.zoneMilliC[z]) + "\n";
+    else if (path == dir + "/temp") *content = zoneTempText(s.cfg, z);
     else continue;
     return true;
   }
@@ -112,7 +119,7 @@ bool sysFileLookup(const SimState& s, const std::string& path, std::string* cont
 
 int sysFileReadError(const SimState& s, const std::string& path) {
   for (int z = 0; z < THERMAL_ZONES; ++z)
-    if (s.cfg.zoneFailed[z] && path == THERMAL_DIR + "/thermal_zone" + std::to_string(z) + "/temp") return EIO;
+    if (s.cfg.zoneFault[z] == ZONE_FAILED && path == THERMAL_DIR + "/thermal_zone" + std::to_string(z) + "/temp") return EIO;
   return 0;
 }
 

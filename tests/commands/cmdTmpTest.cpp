@@ -122,6 +122,10 @@ TEST_F(TempCmdTest, TmpShowsEachThermalZone) {
   EXPECT_EQ(r.status, FAILURE);
   EXPECT_TRUE(has(r.out, "thermal_zone2 (gpu_thermal): its temperature cannot be read\nInput/output error (5)\n")) << r.out;
   EXPECT_TRUE(has(r.out, "thermal_zone3  iva_thermal       150.000 C\n")) << r.out;
+  simctl({"set", "zone", "3", "in-degrees"});
+  r = runCmd("tmp");
+  EXPECT_TRUE(r.status == FAILURE && has(r.out, "thermal_zone3 (iva_thermal): its temperature reads \"150.000\", "
+                                                 "not thousandths of a degree\n")) << r.out;
   simctl({"set", "zone", "0", "absent"});
   r = runCmd("tmp");
   EXPECT_EQ(r.status, FAILURE);

@@ -143,4 +143,11 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
     if (e.why.empty()) EXPECT_EQ(edited.recording().args[1], "two*words");
     else EXPECT_TRUE(contains(why, e.why)) << e.by << ": " << why;
   }
+  // An SMBus answer edited into something that is not hex bytes is no answer, for a byte as for a block.
+  i2c_smbus_data d{};
+  for (int size : {I2C_SMBUS_BYTE_DATA, I2C_SMBUS_BLOCK_DATA}) {
+    i2c_smbus_ioctl_data r = {I2C_SMBUS_READ, 0x20, static_cast<__u32>(size), &d};
+    EXPECT_TRUE(smbusTakeAnswer("2a", &r) && d.block[size == I2C_SMBUS_BYTE_DATA ? 0 : 1] == 0x2a) << size;
+    EXPECT_FALSE(smbusTakeAnswer("2g", &r)) << size;
+  }
 }

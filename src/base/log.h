@@ -1,4 +1,5 @@
 #pragma once
+#include <algorithm>
 #include <functional>
 #include <string>
 
@@ -51,3 +52,6 @@ void logErrno(unsigned long flags, int err);
 // A byte as every dump's text column shows it: printable ASCII as it is, any
 // other byte as '.', so that no byte read from a chip can move the cursor.
 inline char shownChar(unsigned char c) { return c >= 0x20 && c <= 0x7E ? static_cast<char>(c) : '.'; }
+// The dots of a register dump's line from the used width to the value's
+// column; none when the name already reaches it.
+inline std::string dotsTo(size_t used, size_t column) { return std::string(column - std::min(used, column), '.'); }

@@ -78,7 +78,6 @@ struct FanCtlrLayout {
   std::vector<Reg> regs;
   FanCtlrPageMap pages;
   FanCtlrLayout() {
-    regs.reserve(100);  // every page's entry is made by its rows
     auto add = [&](const RegRow& r, unsigned char page) {
       pages[page][r.cmd] = static_cast<int>(regs.size());
       regs.push_back(Reg{r.name, r.cmd, r.width, 0, false, page, BF, {}});
@@ -230,8 +229,7 @@ E_STATUS FanCtlr::dispFanCtlrRegs() {
     if (reg.offset == 0 || !reached(i)) continue;
     char pgCmd[20];
     snprintf(pgCmd, sizeof pgCmd, "(%02d:0x%02x)", reg.page, reg.offset);
-    size_t nameLen = strlen(reg.pName);
-    std::string dots(nameLen < 40 ? 40 - nameLen : 0, '.');
+    const std::string dots = dotsTo(strlen(reg.pName), 40);
     if (i < regRead.size() && regRead[i])
       log(LOG_TERM, "%s %s%s0x%04x\n", reg.pName, pgCmd, dots.c_str(), reg.regContents & 0xFFFF);
     else

@@ -146,7 +146,7 @@ void MRefTempSensor::dispRegs() const {
   for (const TmpReg& r : regVec) {
     const std::string addrs = "(" + addrText(r.reg.offset) + "/" + addrText(static_cast<unsigned>(r.wrOffset)) + ")";
     const size_t used = strlen(r.reg.pName) + 1 + addrs.size();
-    const std::string dots(used < VALUE_COLUMN ? VALUE_COLUMN - used : 0, '.');
+    const std::string dots = dotsTo(used, VALUE_COLUMN);
     if (readable(r))
       log(LOG_TERM, "%s %s%s0x%02x\n", r.reg.pName, addrs.c_str(), dots.c_str(), r.reg.regContents);
     else

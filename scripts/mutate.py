@@ -2,6 +2,7 @@
 """Plants one small fault at a time in src/ and asks whether the tests catch it.
 
 Usage: scripts/mutate.py [-n FAULTS] [--seed S] [--work DIR] [--again RESULTS.jsonl] [--whole] [--minutes M]
+                         [--only src/PATH]...
 
 The committed tree (HEAD) is copied to WORK/tree. Two builds of it are made: WORK/cov (gcov), from which
 each test suite's own coverage gives the map "which suites run this line" (kept while the code is), and WORK/build
@@ -446,6 +447,8 @@ def main():
     ap.add_argument('--again', help='try again the faults of a results file that were not caught')
     ap.add_argument('--whole', action='store_true', help='run every test for each fault, not the map\'s choice')
     ap.add_argument('--minutes', type=float, help='stop planting after this many minutes (the figures so far stand)')
+    ap.add_argument('--only', action='append', default=[], metavar='PATH',
+                    help='plant only in the files of src/ whose path starts with PATH (may be given again)')
     a = ap.parse_args()
     work = os.path.abspath(a.work); tree = os.path.join(work, 'tree'); build = os.path.join(work, 'build')
     os.makedirs(work, exist_ok=True)
@@ -481,9 +484,10 @@ def main():
                 for t in todo if still_there(tree, t)]
         tag = os.path.basename(a.again).replace('results-', 'again-').replace('.jsonl', '')
     else:
-        todo = sites(tree)
+        todo = [t for t in sites(tree) if not a.only or t[0].startswith(tuple(a.only))]
         random.Random(a.seed).shuffle(todo)
-        tag = f'seed{a.seed}'
+        # A sample of some files only is not a sample of src/: its results are kept apart.
+        tag = f'seed{a.seed}' + ('-only' if a.only else '')
     res = open(os.path.join(work, f'results-{tag}.jsonl'), 'w')
     passed = open(os.path.join(work, f'passed-{tag}.txt'), 'w')
     counts = dict(caught=0, passed=0, unreached=0, uncompiled=0, same=0)

@@ -216,6 +216,21 @@ TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
   ASSERT_EQ(countOf(text, " sleep 900us\n"), 1000u);
   EXPECT_LT(voluntarySwitchesOf({rec}), 200);
   EXPECT_GE(voluntarySwitchesOf({"--real-time", rec}), 1000);
+
+  // The fan controller's pause after its page select and after the command, as the recording shows them.
+  const std::pair<std::vector<std::string>, std::string> fanRuns[] = {
+      {{"fan", "-rr", "-o", "0x90"}, "write byte_data cmd 0x00 data 00, pause, read word_data cmd 0x90 -> 0be0, pause, "},
+      {{"fan", "-p", "1", "-w", "2", "-o", "0x3b", "-d", "0x1234"},
+       "write byte_data cmd 0x00 data 01, pause, write word_data cmd 0x3b data 1234, pause, "}};
+  for (const auto& [args, steps] : fanRuns) {
+    ASSERT_EQ(recorded(rec, args).exitCode, 0);
+    std::string seen;
+    for (const std::string& l : splitLines(readFile(rec)))
+      seen += contains(l, " sleep 2000us") ? "pause, " : contains(l, "0x52 smbus ") ? l.substr(l.find("smbus ") + 6) + ", " : "";
+    EXPECT_EQ(seen, steps);
+  }
+  ASSERT_EQ(recorded(rec, {"fan", "-r"}).exitCode, 0);  // the dump: the same for each register
+  EXPECT_EQ(countOf(readFile(rec), " sleep 2000us\n"), 2 * countOf(readFile(rec), "0x52 smbus read "));
 }
 
 // The simulator set from a recording answers as the recorded instrument did:

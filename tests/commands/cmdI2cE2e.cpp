@@ -47,7 +47,8 @@ TEST_F(I2cCommand, WritesAndReadsARegisterBehindTwoLevelsOfSwitches) {
   EXPECT_EQ(t.grep("i2c-2 0x40 smbus read byte_data cmd 0x11 -> 05").size(), 1u);
   EXPECT_EQ(run({"-d", "fctl", "-o", "0x3b", "-r", "2"}), "0x0be0\n");
   simctl({"i2c", "nack", "fpfpga", "on"});  // a write the chip refuses is told
-  EXPECT_TRUE(contains(run({"-d", "fpfpga", "-o", "0x11", "-w", "0x06"}), "failed to write device fpfpga(0x40)"));
+  EXPECT_TRUE(contains(run({"-d", "fpfpga", "-o", "0x11", "-w", "0x06"}),
+                       "wrBytes - failed to write device fpfpga(0x40) bytesWritten= 0, numBytesToWrite= 1 buf[0]= 0x11, buf[1]= 0x06"));
   simctl({"i2c", "nack", "fpfpga", "off"});
   simctl({"i2c", "nack", "mh-eeprom", "on"});  // a memory's refused write is not waited for as if stored
   t.mark();

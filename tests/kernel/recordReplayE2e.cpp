@@ -244,8 +244,10 @@ TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
   }
   ASSERT_EQ(recorded(rec, {"fan", "-r"}).exitCode, 0);  // the dump: the same for each register
   EXPECT_EQ(countOf(readFile(rec), " sleep 2000us\n"), 2 * countOf(readFile(rec), "0x52 smbus read "));
-  // The hardware's own times: an all-okay output's settling, an FPGA write's, the transmit count's second.
+  // The hardware's own times: an all-okay output's settling, an FPGA write's, the transmit count's second, the
+  // first look for the end of a memory's write cycle.
   const std::pair<std::vector<std::string>, std::string> paused[] = {
+      {{"i2c", "-d", "bpEeprom", "-o", "0", "-w", "0x12"}, "1000us"},
       {{"allok", "-set", "M"}, "2 x 300000us"},
       {{"allok", "-fno", "fctl"}, "2 x 300000us"},
       {{"gpmc", "-m", "reg", "-w", "1", "-o", "0x10", "-d", "1"}, "50000us"},

@@ -92,8 +92,9 @@ TEST(Interactive, CtrlCStopsTheCommandNotTheShell) {
   EXPECT_TRUE(sh.waitFor("diag> "));
   EXPECT_TRUE(contains(sh.line("ec -cd Scan"), "!1729"));
   sh.mark();
-  sh.type("\x1b[A");
-  EXPECT_TRUE(sh.waitForLine("diag> ec -cd Scan")) << sh.currentLine();
+  sh.type("\x1b[A");  // the line wiped and drawn again with the last one, the cursor at its end
+  const std::string recalled = "\x1b[2K\rdiag> ec -cd Scan";
+  EXPECT_TRUE(sh.waitFor(recalled) && sh.since().ends_with(recalled)) << sh.since();
   sh.mark();
   sh.send(PtySession::ENTER);
   EXPECT_TRUE(sh.waitFor("!1729\r\ndiag> "));

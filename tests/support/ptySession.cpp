@@ -135,54 +135,6 @@ void PtySession::mark() {
   markPos = raw.size();
 }
 
-std::vector<std::string> PtySession::screen() const {
-  std::vector<std::string> lines(1);
-  size_t col = 0;
-  for (size_t i = 0; i < raw.size(); ++i) {
-    char c = raw[i];
-    std::string& line = lines.back();
-    if (c == '\r') {
-      col = 0;
-    } else if (c == '\n') {
-      lines.emplace_back();
-      col = 0;
-    } else if (c == '\b') {
-      if (col > 0) --col;
-    } else if (c == '\t') {
-      col = (col / 8 + 1) * 8;
-    } else if (c == '\x1b') {
-      // ESC [ params letter; ESC and one character otherwise.
-      if (i + 1 < raw.size() && raw[i + 1] == '[') {
-        size_t j = i + 2;
-        while (j < raw.size() && !isalpha(static_cast<unsigned char>(raw[j]))) ++j;
-        if (j < raw.size()) {
-          int n = atoi(raw.substr(i + 2, j - i - 2).c_str());
-          if (raw[j] == 'K' && n == 2) line.clear();
-          if (raw[j] == 'D') col = col > static_cast<size_t>(n) ? col - n : 0;
-          if (raw[j] == 'C') col += n;
-        }
-        i = j;
-      } else {
-        ++i;
-      }
-    } else {
-      if (line.size() < col) line.resize(col, ' ');
-      if (col < line.size())
-        line[col] = c;
-      else
-        line += c;
-      ++col;
-    }
-  }
-  return lines;
-}
-
-std::string PtySession::currentLine() const { return screen().back(); }
-
-bool PtySession::waitForLine(const std::string& text, int timeoutMs) {
-  return waitUntil([&] { return currentLine() == text; }, timeoutMs);
-}
-
 int PtySession::waitExit(int timeoutMs) {
   int status = 0;
   if (!exited && waitUntil([&] { return waitpid(pid, &status, WNOHANG) == pid; }, timeoutMs)) {

@@ -38,12 +38,6 @@ public:
   // Output since the last mark, raw; mark() starts a new stretch.
   std::string since() const;
   void mark();
-  // The screen as a terminal renders it (carriage return, line clear, backspace).
-  std::vector<std::string> screen() const;
-  // The line the cursor is on.
-  std::string currentLine() const;
-  // Waits until the cursor's line reads exactly text; false on timeout.
-  bool waitForLine(const std::string& text, int timeoutMs = 10000);
   // Waits for the program to end; its exit code, or -1 on timeout or when a signal ended it.
   int waitExit(int timeoutMs = 10000);
   // After waitExit: the signal that ended the program, 0 when it exited.

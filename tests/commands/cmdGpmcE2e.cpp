@@ -11,12 +11,9 @@
 namespace {
 class GpmcCmd : public GpmcTest {
 protected:
-  std::string run(const std::vector<std::string>& args, const std::string& input = "") {
-    std::vector<std::string> a = {"gpmc"};
-    a.insert(a.end(), args.begin(), args.end());
-    RunResult r = runSim(a, input);
-    EXPECT_EQ(r.exitCode, 0) << r.out;
-    return r.out;
+  std::string run(std::vector<std::string> args, const std::string& input = "") {
+    args.insert(args.begin(), "gpmc");
+    return simOut(args, input);
   }
 };
 

@@ -10,12 +10,9 @@
 namespace {
 class I2cCommand : public I2cTest {
 protected:
-  std::string run(const std::vector<std::string>& args) {
-    std::vector<std::string> a = {"i2c"};
-    a.insert(a.end(), args.begin(), args.end());
-    RunResult r = runSim(a);
-    EXPECT_EQ(r.exitCode, 0) << r.out;
-    return r.out;
+  std::string run(std::vector<std::string> args) {
+    args.insert(args.begin(), "i2c");
+    return simOut(args);
   }
 };
 }  // namespace

@@ -11,11 +11,6 @@
 namespace {
 struct KernelFaultE2e : testing::Test {
   void SetUp() override { simctl({"reset"}); simctl({"set", "board", "signal"}); }
-  static std::string sim(const std::vector<std::string>& args) {
-    RunResult r = runSim(args);
-    EXPECT_EQ(r.exitCode, 0) << r.out;  // a failing command does not end the shell with an error
-    return r.out;
-  }
 };
 }  // namespace
 
@@ -39,7 +34,7 @@ TEST_F(KernelFaultE2e, ControlRefusesWhatItCannotInjectAndListsWhatItHas) {
 TEST_F(KernelFaultE2e, FpgaThatCannotBeOpenedIsNamedAndNothingIsRead) {
   simctl({"kernel", "fail", "open", "fpga", "EACCES"});
   Trace t;
-  std::string out = sim({"gpmc", "-m", "reg", "-r", "1"});
+  std::string out = simOut({"gpmc", "-m", "reg", "-r", "1"});
   EXPECT_TRUE(contains(out, "failed to open GPMC adapter /dev/z9fpga0\nPermission denied (13)\n")) << out;
   EXPECT_TRUE(contains(out, "failed to read device 4(0x00), byteCnt= 0\nBad file descriptor (9)\n")) << out;
   EXPECT_TRUE(t.grep("fpga rd").empty());
@@ -48,13 +43,13 @@ TEST_F(KernelFaultE2e, FpgaThatCannotBeOpenedIsNamedAndNothingIsRead) {
 // The gpmc command's own reports of a failed sequence, and what it left.
 TEST_F(KernelFaultE2e, GpmcStagesReportTheFailedStepAndStopThere) {
   simctl({"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc2", "times", "1"});
-  std::string out = sim({"gpmc", "-fmr"});
+  std::string out = simOut({"gpmc", "-fmr"});
   EXPECT_TRUE(contains(out, "failed to write A2D control register\n")) << out;
   EXPECT_TRUE(contains(out, "GPMCFrcMeasReset() failed\n")) << out;
 
   simctl({"kernel", "clear"});
   simctl({"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc1", "times", "1"});
-  out = sim({"gpmc", "-col", "16"});
+  out = simOut({"gpmc", "-col", "16"});
   EXPECT_TRUE(contains(out, "failed to read A2D status from FPGA\n")) << out;
   EXPECT_TRUE(contains(out, "GPMCEnOSDataCollNWait4Dn() failed, returned 2\n")) << out;
   EXPECT_EQ(simctl({"fpga", "peek", "reg", "0x0e"}), "0x0000\n");  // no collection started
@@ -63,7 +58,7 @@ TEST_F(KernelFaultE2e, GpmcStagesReportTheFailedStepAndStopThere) {
   simctl({"kernel", "clear"});
   writeFile(testPath("words.txt"), "17\n18\n19\n");
   simctl({"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc2", "after", "1"});
-  out = sim({"gpmc", "-m", "fgen", "-w", "3", "-fi", testPath("words.txt")});
+  out = simOut({"gpmc", "-m", "fgen", "-w", "3", "-fi", testPath("words.txt")});
   EXPECT_TRUE(contains(out, "write failed\n")) << out;
   EXPECT_EQ(simctl({"fpga", "peek", "fgen", "0"}), "0x0011\n");
   EXPECT_EQ(simctl({"fpga", "peek", "fgen", "4"}), "0x0000\n");
@@ -71,7 +66,7 @@ TEST_F(KernelFaultE2e, GpmcStagesReportTheFailedStepAndStopThere) {
 
   // A dump file that stops taking data: the read stops at the block it could not store.
   Trace t;
-  out = sim({"gpmc", "-m", "obuf", "-r", "8192", "-s", "-f", "/dev/full"});
+  out = simOut({"gpmc", "-m", "obuf", "-r", "8192", "-s", "-f", "/dev/full"});
   EXPECT_TRUE(contains(out, "unable to write file /dev/full: No space left on device (28)\n")) << out;
   EXPECT_LT(t.grep("fpga rd obuf").size(), 8192u);
 }
@@ -82,14 +77,14 @@ TEST_F(KernelFaultE2e, I2cCommandNamesAnUnreachableChipAndAShortRead) {
   simctl({"set", "board", "main"});
   simctl({"kernel", "fail", "open", "i2c-2", "EACCES"});
   Trace t;
-  std::string out = sim({"i2c", "-d", "fctl", "-o", "0x90", "-r", "2"});
+  std::string out = simOut({"i2c", "-d", "fctl", "-o", "0x90", "-r", "2"});
   EXPECT_TRUE(contains(out, "failed to open I2C adapter /dev/i2c-2")) << out;
   EXPECT_TRUE(contains(out, "cannot reach I2C device fctl, status= 2\n")) << out;
   EXPECT_TRUE(t.grep("0x52 smbus").empty());
 
   simctl({"kernel", "clear"});
   simctl({"kernel", "short", "read", "i2c-2", "3"});
-  out = sim({"i2c", "-d", "mhEeprom", "-o", "0", "-r", "5"});
+  out = simOut({"i2c", "-d", "mhEeprom", "-o", "0", "-r", "5"});
   EXPECT_TRUE(contains(out, "failed to read device mhEeprom(0x56), byteCnt= 3\n")) << out;
   EXPECT_EQ(t.grep("0x56 read 3 -> ").size(), 1u);
 }

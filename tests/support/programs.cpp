@@ -1,5 +1,6 @@
 #include "programs.h"
 
+#include <gtest/gtest.h>
 #include <fcntl.h>
 #include <poll.h>
 #include <signal.h>
@@ -81,4 +82,10 @@ RunResult runProgram(const std::vector<std::string>& argv, const std::string& in
 
 RunResult runSim(const std::vector<std::string>& args, const std::string& input, int timeoutMs) {
   return runProgram(programArgv(diagSimBin(), args), input, timeoutMs);
+}
+
+std::string simOut(const std::vector<std::string>& args, const std::string& input) {
+  RunResult r = runSim(args, input);
+  EXPECT_EQ(r.exitCode, 0) << r.out;
+  return r.out;
 }

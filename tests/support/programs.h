@@ -25,3 +25,5 @@ struct RunResult {
 RunResult runProgram(const std::vector<std::string>& argv, const std::string& input = "", int timeoutMs = 30000);
 // One-shot run of diag-sim with the given arguments.
 RunResult runSim(const std::vector<std::string>& args, const std::string& input = "", int timeoutMs = 30000);
+// The same, which must exit 0 (a failing command does not end the shell with an error); what it printed.
+std::string simOut(const std::vector<std::string>& args, const std::string& input = "");

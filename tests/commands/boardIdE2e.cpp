@@ -4,7 +4,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 
 #include "cmdRun.h"
 #include "i2cTestUtil.h"
@@ -17,13 +16,10 @@ namespace {
 class BoardId : public I2cTest {
 protected:
   // One-shot run with the command's own status as the exit status.
-  RunResult run(const std::vector<std::string>& args) {
-    std::vector<std::string> a = {"--exit-status"};
-    a.insert(a.end(), args.begin(), args.end());
-    return runSim(a);
+  RunResult run(std::vector<std::string> args) {
+    args.insert(args.begin(), "--exit-status");
+    return runSim(args);
   }
-  std::string file(const std::string& name) { return testDir() + "/" + name; }
-  void write(const std::string& name, const std::string& text) { std::ofstream(file(name), std::ios::binary) << text; }
   // The part's bytes as the simulator holds them, read beside the bus.
   std::vector<uint8_t> memOf(const char* chip) {
     sim::SimLock lk;
@@ -114,41 +110,40 @@ TEST_F(BoardId, TestPassesLeavingEveryByteAndFailsOnAStuckBit) {
 }
 
 TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
-  write("id.xml", DOC);
-  RunResult r = run({"eeprom", "-mk", "-x", file("id.xml"), "-f", file("id.bin")});
+  writeFile(testPath("id.xml"), DOC);
+  RunResult r = run({"eeprom", "-mk", "-x", testPath("id.xml"), "-f", testPath("id.bin")});
   ASSERT_EQ(r.exitCode, 0) << r.out;
-  EXPECT_EQ(std::filesystem::file_size(file("id.bin")), 4096u);
+  EXPECT_EQ(std::filesystem::file_size(testPath("id.bin")), 4096u);
   simctl({"i2c", "nack", "bpEeprom", "on"});  // a page the part refuses is told, and the load stops there
-  r = run({"eeprom", "-load", "bpEeprom", "-f", file("id.bin")});
+  r = run({"eeprom", "-load", "bpEeprom", "-f", testPath("id.bin")});
   EXPECT_TRUE(contains(r.out, "failed to write device bpEeprom(0x50)") && contains(r.out, "stopped at 0x000")) << r.out;
   simctl({"i2c", "nack", "bpEeprom", "off"});
-  r = run({"eeprom", "-load", "bpEeprom", "-f", file("id.bin")});
+  r = run({"eeprom", "-load", "bpEeprom", "-f", testPath("id.bin")});
   EXPECT_EQ(r.exitCode, 0) << r.out;
   r = run({"eeprom", "-id", "bpEeprom"});
   EXPECT_TRUE(contains(r.out, "serial    0970-25-000777\nrevision  4\nmade      2025-02-28\noption    fans = 6\n")) << r.out;
   EXPECT_EQ(run({"xml", "-d", "bpEeprom", "-x", "/board/option[@name='fans']/@value"}).out, "6\n");
   EXPECT_TRUE(contains(run({"xml", "-d", "fctl"}).out, "fctl is not a board EEPROM of this host, see eeprom -l\n"));
-  r = run({"eeprom", "-save", "bpEeprom", "-f", file("back.bin")});
-  std::ifstream a(file("id.bin"), std::ios::binary), b(file("back.bin"), std::ios::binary);
-  EXPECT_TRUE(std::equal(std::istreambuf_iterator<char>(a), {}, std::istreambuf_iterator<char>(b)));
+  r = run({"eeprom", "-save", "bpEeprom", "-f", testPath("back.bin")});
+  EXPECT_EQ(readFile(testPath("back.bin")), readFile(testPath("id.bin")));
   // A document without a required field builds nothing; a file of another size is not loaded.
-  write("bad.xml", "<board type=\"0970\"><name>x</name><part>p</part><revision>1</revision></board>");
-  r = run({"eeprom", "-mk", "-x", file("bad.xml"), "-f", file("bad.bin")});
+  writeFile(testPath("bad.xml"), "<board type=\"0970\"><name>x</name><part>p</part><revision>1</revision></board>");
+  r = run({"eeprom", "-mk", "-x", testPath("bad.xml"), "-f", testPath("bad.bin")});
   EXPECT_TRUE(contains(r.out, "identity field <serial> is missing or empty\n")) << r.out;
-  EXPECT_FALSE(std::filesystem::exists(file("bad.bin")));
-  write("short.bin", std::string(4095, '\xff'));
+  EXPECT_FALSE(std::filesystem::exists(testPath("bad.bin")));
+  writeFile(testPath("short.bin"), std::string(4095, '\xff'));
   std::vector<uint8_t> before = memOf("bp-eeprom");
-  r = run({"eeprom", "-load", "bpEeprom", "-f", file("short.bin")});
+  r = run({"eeprom", "-load", "bpEeprom", "-f", testPath("short.bin")});
   EXPECT_TRUE(contains(r.out, "short.bin is 4095 bytes: an image is exactly 4096; nothing was written")) << r.out;
   EXPECT_EQ(memOf("bp-eeprom"), before);
 }
 
 TEST_F(BoardId, XmlFilesAndConfiguration) {
-  write("a.xml", "<a>\n  <b k=\"v\">text</b>\n  <c/>\n</a>\n");
-  EXPECT_EQ(run({"xml", "-f", file("a.xml")}).out, "a\n  b k=\"v\": text\n  c\n");
-  EXPECT_EQ(run({"xml", "-f", file("a.xml"), "-x", "//b/@k"}).out, "v\n");
-  write("bad.xml", "<a>\n  <b>\n</a>\n");
-  RunResult r = run({"xml", "-f", file("bad.xml")});
+  writeFile(testPath("a.xml"), "<a>\n  <b k=\"v\">text</b>\n  <c/>\n</a>\n");
+  EXPECT_EQ(run({"xml", "-f", testPath("a.xml")}).out, "a\n  b k=\"v\": text\n  c\n");
+  EXPECT_EQ(run({"xml", "-f", testPath("a.xml"), "-x", "//b/@k"}).out, "v\n");
+  writeFile(testPath("bad.xml"), "<a>\n  <b>\n</a>\n");
+  RunResult r = run({"xml", "-f", testPath("bad.xml")});
   EXPECT_NE(r.exitCode, 0);
   EXPECT_TRUE(contains(r.out, "line 3, column 5: Opening and ending tag mismatch")) << r.out;
   EXPECT_EQ(run({"cfg", "-g", "production.station"}).out, "bench-1\n");
@@ -156,17 +151,17 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
   r = run({"cfg", "-g", "limits.nosuch"});
   EXPECT_NE(r.exitCode, 0);
   EXPECT_TRUE(contains(r.out, "no setting limits.nosuch in /vesta/diags/diag.cfg\n")) << r.out;
-  write("bad.cfg", "a = 1;\nb = ;\n");
-  r = run({"cfg", "-l", "-f", file("bad.cfg")});
+  writeFile(testPath("bad.cfg"), "a = 1;\nb = ;\n");
+  r = run({"cfg", "-l", "-f", testPath("bad.cfg")});
   EXPECT_NE(r.exitCode, 0);
-  EXPECT_TRUE(contains(r.out, "configuration file " + file("bad.cfg") + ", line 2: syntax error\n")) << r.out;
+  EXPECT_TRUE(contains(r.out, "configuration file " + testPath("bad.cfg") + ", line 2: syntax error\n")) << r.out;
   // The installed file: an empty one has no settings, one of the largest size is read whole.
   const std::string full = "a = 1;\n" + std::string(65536 - 9, '#') + "\n\n";
   struct Installed { std::string text; int exit; std::string out; } installed[] = {
       {"", 0, ""}, {full, 0, "1\n"}, {full + "#", 1, "configuration file /vesta/diags/diag.cfg is larger than 65536 bytes\n"}};
   for (const Installed& c : installed) {
-    write("installed.cfg", c.text);
-    simctl({"config", file("installed.cfg")});
+    writeFile(testPath("installed.cfg"), c.text);
+    simctl({"config", testPath("installed.cfg")});
     r = c.text.empty() ? run({"cfg", "-l"}) : run({"cfg", "-g", "a"});
     EXPECT_EQ(r.exitCode, c.exit) << c.text.size();
     EXPECT_TRUE(contains(r.out, c.out) && (c.exit || r.out == c.out)) << c.text.size() << ": " << r.out;
@@ -180,18 +175,15 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
 // The libraries are loaded by the commands that need them, and only then.
 TEST_F(BoardId, OnlyTheCommandsThatNeedTheLibrariesLoadThem) {
   auto loaded = [](const std::vector<std::string>& args) {
-    std::vector<std::string> argv = programArgv(diagSimBin(), args);
-    argv.insert(argv.begin(), {"/usr/bin/env", "LD_DEBUG=libs"});
-    return contains(runProgram(argv).out, "libxml2.so");
+    return contains(runProgram(programArgv(diagSimBin(), args, "LD_DEBUG=libs")).out, "libxml2.so");
   };
   EXPECT_FALSE(loaded({"version"}));
   EXPECT_FALSE(loaded({"i2c", "-d", "mhEeprom", "-o", "0", "-r", "4"}));
   EXPECT_TRUE(loaded({"eeprom", "-id", "mhEeprom"}));
   // A program that cannot find the module says so in one line and fails.
-  std::string lone = file("diag-sim");
+  std::string lone = testPath("diag-sim");
   std::filesystem::copy_file(diagSimBin(), lone);
-  std::vector<std::string> argv = programArgv(lone, {"--exit-status", "cfg", "-l"});
-  RunResult r = runProgram(argv);
+  RunResult r = runProgram(programArgv(lone, {"--exit-status", "cfg", "-l"}));
   EXPECT_NE(r.exitCode, 0);
   EXPECT_TRUE(contains(r.out, "cannot open diag-xml.so, which this command needs")) << r.out;
 }

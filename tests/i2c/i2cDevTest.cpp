@@ -58,14 +58,6 @@ TEST_F(I2cDevOps, SmbusWritesGoOutByDataCount) {
   EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "9"}), "0x0\n");  // the last data byte never went out
 }
 
-namespace {
-// The front-panel FPGA's registers 0x20-0x23 hold a block: its count 3, then "abc".
-void plantBlock() {
-  for (auto [reg, v] : {std::pair{"0x20", "3"}, {"0x21", "0x61"}, {"0x22", "0x62"}, {"0x23", "0x63"}})
-    simctl({"i2c", "poke", "fpfpga", reg, v});
-}
-}  // namespace
-
 TEST_F(I2cDevOps, SmbusReadsByByteCount) {
   OPEN_DEV("fpfpga");
   plantBlock();

@@ -101,8 +101,7 @@ TEST_F(SimI2cBus, TheDefaultAdapterIsTheInstrumentsController) {
   EXPECT_TRUE(kernel().read(bus.fd, &none, 0) == -1 && errno == EOPNOTSUPP);
   EXPECT_EQ(t.grep(" -> EOPNOTSUPP").size(), 3u);
 
-  for (auto [reg, v] : {std::pair{"0x20", "3"}, {"0x21", "0x61"}, {"0x22", "0x62"}, {"0x23", "0x63"}})
-    simctl({"i2c", "poke", "fpfpga", reg, v});
+  plantBlock();
   ASSERT_TRUE(bus.select(HOSTSW, 0x08) && bus.select(FPSW, 0x02) && bus.to(FPFPGA));
   union i2c_smbus_data d{};
   d.block[0] = 4;  // an I2C block read of 0x10-0x13 leaves 11 0f 01 00 in the kernel's buffer

@@ -54,6 +54,12 @@ inline std::string busWrites(const Trace& t) {
   return writes;
 }
 
+// The front-panel FPGA's registers 0x20-0x23 hold a block: its count 3, then "abc".
+inline void plantBlock() {
+  for (auto [reg, v] : {std::pair{"0x20", "3"}, {"0x21", "0x61"}, {"0x22", "0x62"}, {"0x23", "0x63"}})
+    simctl({"i2c", "poke", "fpfpga", reg, v});
+}
+
 // A fresh power-on instrument with the default configuration.
 inline void resetSim() { simctl({"reset"}); }
 

@@ -1,5 +1,6 @@
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -18,6 +19,25 @@ std::string expectRun(const std::string& line, std::initializer_list<const char*
   std::string out = runCmd("runtest " + line).out;
   for (const char* text : texts) EXPECT_TRUE(contains(out, text)) << line << ": " << text << "\n" << out;
   return out;
+}
+
+// In each revision family the scan that scan() runs passes, having checked `checked` devices without a quick
+// command, and fails as soon as any one chip the simulator has fitted on the board is missing.
+void expectScanNeedsEveryChip(const std::function<std::string()>& scan, const char* checked) {
+  for (const char* rev : {"3", "2"}) {
+    simctl({"set", "rev", rev});
+    Trace t;
+    std::string out = scan();
+    EXPECT_TRUE(contains(out, std::string("i2cscn - ") + checked + " devices checked\nPASSED\n")) << rev << "\n" << out;
+    EXPECT_TRUE(t.grep("quick").empty()) << rev;
+    for (const std::string& l : splitLines(simctl({"i2c", "list"}))) {
+      const std::string chip = l.substr(0, l.find(' '));
+      simctl({"i2c", "absent", chip, "on"});
+      out = scan();
+      EXPECT_TRUE(contains(out, "FAILED\n!1729\n")) << "rev " << rev << ", without " << chip << ":\n" << out;
+      simctl({"i2c", "absent", chip, "off"});
+    }
+  }
 }
 
 struct SelfTest : testing::Test {
@@ -82,32 +102,11 @@ TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
   expectRun("shswfa", {"shostsw is not a device of this board"});
 }
 
-namespace {
-// The chips the simulator has fitted on its board now, by its own names.
-std::vector<std::string> fittedChips() {
-  std::vector<std::string> names;
-  for (const std::string& l : splitLines(simctl({"i2c", "list"}))) names.push_back(l.substr(0, l.find(' ')));
-  return names;
-}
-}  // namespace
-
 // The scan probes the chips of the board's own revision family without a
 // quick command (the instrument's controller has none), passes on a healthy
 // board and fails as soon as any one chip of it is missing.
 TEST_F(SelfTest, ScanPassesOnAHealthyBoardAndFailsForEachMissingChip) {
-  for (const char* rev : {"3", "2"}) {
-    simctl({"reset"});
-    simctl({"set", "rev", rev});
-    Trace t;
-    expectRun("i2cscn", {"i2cscn - 14 devices checked\nPASSED\n"});
-    EXPECT_TRUE(t.grep("quick").empty()) << rev;
-    for (const std::string& chip : fittedChips()) {
-      simctl({"i2c", "absent", chip, "on"});
-      std::string out = runCmd("runtest i2cscn").out;
-      EXPECT_TRUE(contains(out, "FAILED\n!1729\n")) << "rev " << rev << ", without " << chip << ":\n" << out;
-      simctl({"i2c", "absent", chip, "off"});
-    }
-  }
+  expectScanNeedsEveryChip([] { return runCmd("runtest i2cscn").out; }, "14");
   simctl({"reset"});
   simctl({"i2c", "absent", "mr-eeprom", "on"});
   expectRun("i2cscn", {"mrEeprom (0x50) does not answer: Main Host 1 2   0989 Main Reference EEPROM 24LC32A",
@@ -130,17 +129,7 @@ TEST_F(SelfTest, SignalHostScanPassesAndFailsForEachMissingChip) {
   for (const char* fn : {"rd", "wr", "wrrd"})
     EXPECT_TRUE(contains(w, std::string(", function ") + fn + " - I2C device mrtmp1 not found\n")) << w;
   EXPECT_EQ(countOf(w, "file deviceRegWalks, line "), 3u) << w;
-  for (const char* rev : {"3", "2"}) {
-    simctl({"set", "rev", rev});
-    RunResult r = runSim({"runtest", "i2cscn"});
-    EXPECT_TRUE(contains(r.out, "i2cscn - 7 devices checked\nPASSED\n")) << rev << "\n" << r.out;
-    for (const std::string& chip : fittedChips()) {
-      simctl({"i2c", "absent", chip, "on"});
-      r = runSim({"runtest", "i2cscn"});
-      EXPECT_TRUE(contains(r.out, "FAILED\n!1729\n")) << "rev " << rev << ", without " << chip << ":\n" << r.out;
-      simctl({"i2c", "absent", chip, "off"});
-    }
-  }
+  expectScanNeedsEveryChip([] { return runSim({"runtest", "i2cscn"}).out; }, "7");
 }
 
 // A switch that keeps its old channel is found by reading back what was written.

@@ -11,11 +11,13 @@ namespace {
 // Feeds keys to an editor and keeps what it drew.
 struct Editor {
   explicit Editor(CmdHistory& h) : ed(buf, "diag> ", h, testBoard().commands.map, [this](const std::string& s) { drawn += s; }) {}
+  Editor() : Editor(own) {}  // with a history of its own, empty
   bool keys(const std::string& k) {
     for (char c : k)
       if (ed.feed(c)) return true;
     return false;
   }
+  CmdHistory own;
   char buf[200];
   std::string drawn;
   LineEditor ed;
@@ -24,8 +26,7 @@ const std::string REDRAW = "\x1b[2K\rdiag> ";
 }  // namespace
 
 TEST(LineEditor, EnterEndsTheLine) {
-  CmdHistory h;
-  Editor e(h);
+  Editor e;
   // A terminal that has nothing to give reads 0 or 0xFF: neither is a key.
   EXPECT_FALSE(e.keys(std::string("he\0l\xffp", 6)));
   EXPECT_TRUE(e.keys("\r") && e.drawn.empty());
@@ -33,12 +34,11 @@ TEST(LineEditor, EnterEndsTheLine) {
 }
 
 TEST(LineEditor, TabCompletesToTheLongestCommonPrefix) {
-  CmdHistory h;
   struct Case { const char* typed; const char* result; bool redrawn; } cases[] = {
       {"he", "help", true}, {"ra", "ramp", true}, {"i", "i", true}, {"ms", "msdat", true},
       {"led", "led", true}, {"fpt", "fptmp", true}, {"zz", "zz", false}, {"", "", false}};
   for (const Case& c : cases) {
-    Editor e(h);
+    Editor e;
     e.keys(std::string(c.typed) + "\t");
     EXPECT_STREQ(e.buf, c.result) << c.typed;
     EXPECT_EQ(!e.drawn.empty(), c.redrawn) << c.typed;
@@ -49,8 +49,7 @@ TEST(LineEditor, TabCompletesToTheLongestCommonPrefix) {
 }
 
 TEST(LineEditor, BackspaceErasesAndIsHarmlessAtTheStart) {
-  CmdHistory h;
-  Editor e(h);
+  Editor e;
   e.keys("\x7f\b\x7fhellp\x7fo\r");
   EXPECT_STREQ(e.buf, "hello");
   EXPECT_NE(e.drawn.find(REDRAW + "hell"), std::string::npos);
@@ -71,8 +70,7 @@ TEST(LineEditor, EscPAndEscNBrowseTheHistory) {
 }
 
 TEST(LineEditor, EscOnEmptyHistoryShowsAnEmptyLine) {
-  CmdHistory h;
-  Editor e(h);
+  Editor e;
   e.keys("\x1bp");
   EXPECT_STREQ(e.buf, "");
   EXPECT_EQ(e.drawn, REDRAW);
@@ -110,15 +108,14 @@ TEST(LineEditor, CursorKeysMoveBrowseAndEdit) {
 // 199 characters fit; a further one rings the bell and is not taken. Only
 // Enter ends the line, however many keys came before it.
 TEST(LineEditor, LongLinesRingTheBellAndAreNeverSplit) {
-  CmdHistory h;
-  Editor e(h);
+  Editor e;
   std::string keys = "ver";
   for (int i = 0; i < 100; ++i) keys += "x\x7f";
   EXPECT_FALSE(e.keys(keys + "sion"));
   EXPECT_TRUE(e.keys("\r"));
   EXPECT_STREQ(e.buf, "version");
 
-  Editor full(h);
+  Editor full;
   EXPECT_FALSE(full.keys(std::string(199, 'a')));
   EXPECT_TRUE(full.drawn.empty());
   EXPECT_FALSE(full.keys("b\x1b[Hc"));
@@ -131,8 +128,7 @@ TEST(LineEditor, LongLinesRingTheBellAndAreNeverSplit) {
 
 // Ctrl-D on an empty line ends the input; on a line it deletes under the cursor.
 TEST(LineEditor, CtrlDOnAnEmptyLineEndsTheInput) {
-  CmdHistory h;
-  Editor e(h);
+  Editor e;
   EXPECT_FALSE(e.keys("a\x04"));
   EXPECT_FALSE(e.ed.ended());
   EXPECT_TRUE(e.keys("\x7f\x04"));

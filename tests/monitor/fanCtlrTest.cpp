@@ -173,18 +173,14 @@ TEST_F(FanCtlrTest, ReadBackCatchesAStuckBit) {
   ASSERT_EQ(util.stat(), SUCCESS);
   FanCtlr fc(testBoard().i2c);
   unsigned short v = 0x00FF;
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 2, &v), FAILURE);
-  EXPECT_EQ(testing::internal::GetCapturedStdout(),
+  EXPECT_EQ(captured([&] { EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 2, &v), FAILURE); }),
             "I2C readback failed - reg= 0xf6, written= 0x00ff, read= 0x00f7\n");
   v = 0x00F0;
   EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 2, &v), SUCCESS);
 
   // A datum wider than a command takes is refused before the page is selected.
   Trace t;
-  testing::internal::CaptureStdout();
-  EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 3, &v), BAD_PARAMETER);
-  EXPECT_TRUE(contains(testing::internal::GetCapturedStdout(),
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(fc.regWrWithRdBack(util.getItr(), 0, 0xF6, 3, &v), BAD_PARAMETER); }),
                        "a fan controller command takes at most 2 data bytes, not 3\n"));
   EXPECT_TRUE(fctlTraffic(t).empty());
 }

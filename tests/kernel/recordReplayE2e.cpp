@@ -11,6 +11,7 @@
 
 #include <cstdlib>
 #include <filesystem>
+#include <regex>
 #include <string>
 #include <vector>
 
@@ -244,10 +245,8 @@ TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
   }
   ASSERT_EQ(recorded(rec, {"fan", "-r"}).exitCode, 0);  // the dump: the same for each register
   EXPECT_EQ(countOf(readFile(rec), " sleep 2000us\n"), 2 * countOf(readFile(rec), "0x52 smbus read "));
-  // The hardware's own times: an all-okay output's settling, an FPGA write's, the transmit count's second, the
-  // first look for the end of a memory's write cycle.
+  // The hardware's own times: an all-okay output's settling, an FPGA write's, the transmit count's second.
   const std::pair<std::vector<std::string>, std::string> paused[] = {
-      {{"i2c", "-d", "bpEeprom", "-o", "0", "-w", "0x12"}, "1000us"},
       {{"allok", "-set", "M"}, "2 x 300000us"},
       {{"allok", "-fno", "fctl"}, "2 x 300000us"},
       {{"gpmc", "-m", "reg", "-w", "1", "-o", "0x10", "-d", "1"}, "50000us"},
@@ -257,6 +256,10 @@ TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
     ASSERT_EQ(recorded(rec, args).exitCode, 0);
     EXPECT_EQ(pausesOf(rec), pauses) << args[0] << " " << args[1];
   }
+  // Each look for the end of a memory's write cycle comes after its pause; how many looks it takes is the
+  // simulated memory's time, not the test's.
+  ASSERT_EQ(recorded(rec, {"i2c", "-d", "bpEeprom", "-o", "0", "-w", "0x12"}).exitCode, 0);
+  EXPECT_TRUE(std::regex_match(pausesOf(rec), std::regex("([0-9]+ x )?1000us"))) << pausesOf(rec);
 }
 
 // The simulator set from a recording answers as the recorded instrument did:

@@ -56,7 +56,7 @@ TEST_F(I2cPathSelect, AControlByteNotTakenOrNotHeldFailsTheSelection) {
   EXPECT_TRUE(contains(out, "I2C switch hostsw(0x71) did not take control byte 0x02 selecting the path to fctl\n"
                             "Remote I/O error (121)\n")) << out;
   EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(p.setMuxes(1, bus.fd), FAILURE); }),
-                       "failed to write device hostsw(0x71) bytesWritten= -1"));  // verbose: the write's own line too
+                       "failed to write device hostsw(0x71) bytesWritten= -1, numBytesToWrite= 1 buf[0]= 0x02"));  // verbose: the write's own line too
   simctl({"i2c", "nack", "hostsw", "off"});
   ASSERT_TRUE(bus.select(0x71, 0x04));
   simctl({"i2c", "ignore-ctl", "hostsw", "on"});

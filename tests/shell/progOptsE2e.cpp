@@ -36,8 +36,9 @@ TEST(ProgramOptions, HelpAndVersionAnswerAndOtherOptionsAreRefused) {
   RunResult r = runSim({"--frobnicate", "help"});
   EXPECT_EQ(r.exitCode, 2);
   EXPECT_EQ(r.out, "unknown option --frobnicate (--help lists the options)\n");
-  // After the command word, "--" words are the command's.
+  // After the command word, "--" words are the command's; a word with one dash is a command word.
   EXPECT_EQ(runSim({"ec", "-cd", "--help"}).out, "");
+  EXPECT_EQ(runSim({"-q", "help"}).out, "command not found\r\n");
 }
 
 TEST(ProgramOptions, ExitStatusTellsSuccessFailureAndBadUsage) {

@@ -77,7 +77,7 @@ TEST_F(GpmcTest, DriverFailuresAreReportedWithTheSystemError) {
   EXPECT_EQ(trace.grep("fpga wr reg").size(), 2u);
   unsigned short seven[1] = {7};
   expectPrints([&] { EXPECT_EQ(dev("obuf")->write(seven, 0x4000, 1, &n), FAILURE); },
-               {"function wrOBufLoc - failed to write device 2(0x4000), datum= 0x0007\n"});
+               {"function wrOBufLoc - failed to write device 2(0x4000), datum= 0x0007\nInvalid argument (22)\n"});
   EXPECT_EQ(trace.grep("fpga wr obuf 0x4000").size(), 1u);  // no second request after a failed first
 }
 

@@ -67,14 +67,7 @@ int Kernel::doSleepUs(long long us) {
 int Kernel::doClockGet(clockid_t id, struct timespec* t) { return clock_gettime(id, t); }
 
 Kernel::Counts Kernel::counts() const {
-  Counts c;
-  c.open = nOpen.load();
-  c.close = nClose.load();
-  c.read = nRead.load();
-  c.write = nWrite.load();
-  c.ioctl = nIoctl.load();
-  c.mmap = nMmap.load();
-  return c;
+  return {nOpen.load(), nClose.load(), nRead.load(), nWrite.load(), nIoctl.load(), nMmap.load()};
 }
 
 void Kernel::resetCounts() { nOpen = nClose = nRead = nWrite = nIoctl = nMmap = 0; }

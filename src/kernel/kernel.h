@@ -17,7 +17,7 @@
 class Kernel {
 public:
   struct Counts {
-    unsigned long open = 0, close = 0, read = 0, write = 0, ioctl = 0, mmap = 0;
+    unsigned long open, close, read, write, ioctl, mmap;
     unsigned long total() const { return open + close + read + write + ioctl + mmap; }
   };
 

@@ -103,4 +103,5 @@ TEST_F(GpmcTest, RampThatNeverStartsTimesOutWithItsMessage) {
   EXPECT_TRUE(contains(out, "current value= 0x0000")) << out;
   EXPECT_EQ(countOf(out, "current value="), 10u);
   EXPECT_EQ(trace.grep("fpga rd reg 0x0030").size(), 10000u);
+  EXPECT_EQ(trace.grep("fpga rd reg 0x0024").size(), 10u);
 }

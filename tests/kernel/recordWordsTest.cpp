@@ -70,17 +70,17 @@ private:
 std::string requests(Kernel& k) {
   std::string seen;
   int fd = k.open("/dev/i2c-2", O_RDWR);
+  i2c_smbus_data data;  // before an address is chosen: the adapter's client is at 0
+  data.block[0] = 3;
+  i2c_smbus_ioctl_data block = {I2C_SMBUS_READ, 0x20, I2C_SMBUS_I2C_BLOCK_DATA, &data};
+  k.ioctl(fd, I2C_SMBUS, &block);
+  seen += "block " + std::string(data.block + 1, data.block + 4) + "\n";
   k.ioctlVal(fd, I2C_SLAVE_FORCE, 0x50);
   uint8_t addr[2] = {0x00, 0x10}, got[4] = {};
   i2c_msg msgs[2] = {{0x50, 0, 2, addr}, {0x50, I2C_M_RD, 4, got}};
   i2c_rdwr_ioctl_data d = {msgs, 2};
   int r = k.ioctl(fd, I2C_RDWR, &d);
   seen += "rdwr " + std::to_string(r) + " " + std::string(got, got + 4) + "\n";
-  i2c_smbus_data data;
-  data.block[0] = 3;
-  i2c_smbus_ioctl_data block = {I2C_SMBUS_READ, 0x20, I2C_SMBUS_I2C_BLOCK_DATA, &data};
-  k.ioctl(fd, I2C_SMBUS, &block);
-  seen += "block " + std::string(data.block + 1, data.block + 4) + "\n";
   char text[32] = {};
   int odd = k.open(ODD_PATH, O_RDONLY);
   ssize_t n = k.read(odd, text, sizeof text);
@@ -106,11 +106,11 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
   char* argv[] = {prog, word, nullptr};
   ASSERT_TRUE(rec.start(path, 2, argv, nullptr));
   const std::string live = requests(rec);
-  EXPECT_EQ(live, "rdwr 2 \x01\x11\x01\x11\nblock !\"#\ntext " + std::to_string(ODD_TEXT.size()) + " " + ODD_TEXT +
+  EXPECT_EQ(live, "block !\"#\nrdwr 2 \x01\x11\x01\x11\ntext " + std::to_string(ODD_TEXT.size()) + " " + ODD_TEXT +
                       "\nmissing -1 2\nclock 1764096777.94872001 0\n");
   const std::string text = readFile(path);
   for (const char* line : {"\nargs diag \"two\\x20words\"\n", " i2c-2 rdwr 0x50 write 00 10 ; 0x50 read 4 -> 01 11 01 11\n",
-                           " i2c-2 0x50 smbus read i2c_block_data cmd 0x20 len 3 -> 21 22 23\n",
+                           " i2c-2 0x00 smbus read i2c_block_data cmd 0x20 len 3 -> 21 22 23\n",
                            " read \"/sys/odd\\x20\\\"name\\\"\\\\x\" 32 -> 12 \"24c32\\x20\\\"fp\\\"\\n\\x01\"\n",
                            " open /nope O_RDONLY -> ENOENT\n", " clock realtime -> 1764096777.094872001\n",
                            " sleep 5us\n", " lock take diagSem\n"})

@@ -81,6 +81,8 @@ TEST(LineParser, LongLinesAndManyWordsAreRefusedInsideTheArray) {
   EXPECT_EQ(p.argc, MAX_ARGS);
 
   EXPECT_EQ(lineParser(nullptr, p.argv, "x"), NULL_POINTER);
+  EXPECT_EQ(lineParser(&p.argc, p.argv, nullptr), SUCCESS);
+  EXPECT_EQ(p.argc, 1);
 }
 
 namespace {

@@ -89,6 +89,9 @@ TEST(SimKernel, FailsLikeTheKernelAndCountsCalls) {
   Kernel::Counts a = k.counts();
   EXPECT_EQ(std::tuple(a.open - before.open, a.close - before.close, a.read - before.read, a.ioctl - before.ioctl),
             std::tuple(3u, 2u, 1u, 1u));
+  char text[8] = "stale";
+  EXPECT_EQ(k.readFile("/nope", text, sizeof text), -1);
+  EXPECT_STREQ(text, "");
 }
 
 TEST(SimCtl, ResetsAStateFileOfAnotherLayoutAndRejectsBadCommands) {

@@ -51,7 +51,6 @@ constexpr unsigned short RAMP_STAT_AT_ZERO = 0x2000;
 constexpr unsigned short RAMP_STAT_AT_TGT_LIM = 0x4000;
 constexpr unsigned short RAMP_STAT_RUNNING = 0x8000;
 // wfCtl
-constexpr unsigned short WF_HV_SRC = 0x0001;
 constexpr unsigned short WF_PRIMARY_SRC = 0x0002;
 constexpr unsigned short WF_WAVE_RUN = 0x0010;
 constexpr unsigned short WF_OBUF_WRITES = 0x0200;

@@ -8,7 +8,6 @@
 // header bytes are all 0xFF has no identity programmed yet.
 namespace boardId {
 constexpr size_t IMAGE_BYTES = 4096;
-constexpr size_t PAGE_BYTES = 32;
 constexpr size_t LABEL_OFF = 0x000;
 constexpr size_t LABEL_BYTES = 32;
 constexpr size_t VERSION_OFF = 0x020;

@@ -13,19 +13,19 @@ const char* const BUS_DEVICES = "/sys/bus/i2c/devices";
 constexpr size_t NAME_MAX_READ = 20;
 constexpr size_t PATH_MAX_LEN = 100;
 
-// Reads a sysfs name file (up to 20 bytes) without its line end.
-bool readName(const char* path, char* name, size_t size) {
+// Reads a sysfs name file (up to 20 bytes) without its line end. A file that
+// cannot be read gives an empty name, which no chip has.
+void readName(const char* path, char* name, size_t size) {
   ssize_t n = kernel().readFile(path, name, size);
-  if (n <= 0) return false;
   if (n > 1 && (name[n - 1] == '\n' || name[n - 1] == '\r')) name[n - 1] = '\0';
-  return true;
 }
 
 bool clientNameIs(int addr, const char* expected) {
   char path[PATH_MAX_LEN + 1];
   snprintf(path, sizeof path, "%s/2-%04x/name", ADAPTER2_DIR, addr);
   char name[NAME_MAX_READ + 1];
-  return readName(path, name, sizeof name) && strcmp(name, expected) == 0;
+  readName(path, name, sizeof name);
+  return strcmp(name, expected) == 0;
 }
 
 bool selectAndWrite(int fd, int addr, int byte) {
@@ -57,7 +57,7 @@ int searchForI2cMuxSwAddr(I2cAddrSearchInfo_t const* pAddrSearchInfo, char* hwna
     len = snprintf(path, sizeof path, "%s/%d-%04x/name", ADAPTER2_DIR, pAddrSearchInfo->bus, cand.addr);
     if (len < 0 || static_cast<size_t>(len) > PATH_MAX_LEN) return -1;
     char name[NAME_MAX_READ + 1];
-    if (!readName(path, name, sizeof name)) continue;
+    readName(path, name, sizeof name);
     for (const I2cPartAddrInfo_t& match : pAddrSearchInfo->I2cAddrInfo) {
       if (strncmp(name, match.name, sizeof match.name) != 0) continue;
       snprintf(hwname, NAME_MAX_READ, "%.19s", match.name);

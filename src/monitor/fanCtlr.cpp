@@ -97,7 +97,8 @@ const FanCtlrLayout& layout() {
 }
 }  // namespace
 
-FanCtlr::FanCtlr(I2cDevMap& devs) : regVec(layout().regs), pageMap(layout().pages), devs(devs) {}
+FanCtlr::FanCtlr(I2cDevMap& devs)
+    : regVec(layout().regs), pageMap(layout().pages), devs(devs), regRead(regVec.size(), false) {}
 
 const Reg* FanCtlr::find(unsigned char page, unsigned char offset) const {
   auto pg = pageMap.find(page);
@@ -230,7 +231,7 @@ E_STATUS FanCtlr::dispFanCtlrRegs() {
     char pgCmd[20];
     snprintf(pgCmd, sizeof pgCmd, "(%02d:0x%02x)", reg.page, reg.offset);
     const std::string dots = dotsTo(strlen(reg.pName), 40);
-    if (i < regRead.size() && regRead[i])
+    if (regRead[i])
       log(LOG_TERM, "%s %s%s0x%04x\n", reg.pName, pgCmd, dots.c_str(), reg.regContents & 0xFFFF);
     else
       log(LOG_TERM, "%s %s%snot read\n", reg.pName, pgCmd, dots.c_str());

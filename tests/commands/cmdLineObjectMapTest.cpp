@@ -87,7 +87,7 @@ TEST_F(CommandDecl, EachCommandKeepsItsOwnScanningRules) {
 TEST_F(CommandDecl, AnOptionItDoesNotHaveOrABadNumberIsRefusedBeforeAnythingIsDone) {
   const struct { const char* line; const char* says; } refused[] = {
       {"fan -S 40", "-S"}, {"runtest gpmcreg -L 10", "-L"}, {"help -x", "-x"}, {"version now", "now"},
-      {"delay -m 1 2", "2"},
+      {"delay -m 1 2", "2"}, {"runtest -zz", "runtest: unknown option -zz"},
       {"fan -ss abc", "fan -ss: abc is not a number (decimal, 0x hexadecimal or leading-zero octal)\n"},
       {"fan -ss 150", "fan -ss: 150 is out of range, 0 to 100\n"},
       {"fan -rr -p 200", "fan -p: 200 is out of range, 0 to 22\n"},

@@ -23,12 +23,12 @@ namespace {
 const char* const ODD_PATH = "/sys/odd \"name\"\\x";
 const std::string ODD_TEXT = "24c32 \"fp\"\n\x01";
 
-// An adapter on which a read gives the bytes last written, each plus one; a
+// Adapter 0, on which a read gives the bytes last written, each plus one; a
 // system file at ODD_PATH; the clock at a fixed time. Nothing else exists.
 class LoopKernel : public Kernel {
 protected:
   int doOpen(const char* path, int) override {
-    if (!strcmp(path, "/dev/i2c-2")) return 3;
+    if (!strcmp(path, "/dev/i2c-0")) return 3;
     if (!strcmp(path, ODD_PATH)) return 4;
     errno = ENOENT;
     return -1;
@@ -69,7 +69,7 @@ private:
 // The same requests, through one kernel or the other; what each gave back, as text.
 std::string requests(Kernel& k) {
   std::string seen;
-  int fd = k.open("/dev/i2c-2", O_RDWR);
+  int fd = k.open("/dev/i2c-0", O_RDWR);
   i2c_smbus_data data;  // before an address is chosen: the adapter's client is at 0
   data.block[0] = 3;
   i2c_smbus_ioctl_data block = {I2C_SMBUS_READ, 0x20, I2C_SMBUS_I2C_BLOCK_DATA, &data};
@@ -109,8 +109,8 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
   EXPECT_EQ(live, "block !\"#\nrdwr 2 \x01\x11\x01\x11\ntext " + std::to_string(ODD_TEXT.size()) + " " + ODD_TEXT +
                       "\nmissing -1 2\nclock 1764096777.94872001 0\n");
   const std::string text = readFile(path);
-  for (const char* line : {"\nargs diag \"two\\x20words\"\n", " i2c-2 rdwr 0x50 write 00 10 ; 0x50 read 4 -> 01 11 01 11\n",
-                           " i2c-2 0x00 smbus read i2c_block_data cmd 0x20 len 3 -> 21 22 23\n",
+  for (const char* line : {"\nargs diag \"two\\x20words\"\n", " i2c-0 rdwr 0x50 write 00 10 ; 0x50 read 4 -> 01 11 01 11\n",
+                           " i2c-0 0x00 smbus read i2c_block_data cmd 0x20 len 3 -> 21 22 23\n",
                            " read \"/sys/odd\\x20\\\"name\\\"\\\\x\" 32 -> 12 \"24c32\\x20\\\"fp\\\"\\n\\x01\"\n",
                            " open /nope O_RDONLY -> ENOENT\n", " clock realtime -> 1764096777.094872001\n",
                            " sleep 5us\n", " lock take diagSem\n"})

@@ -117,6 +117,8 @@ TEST_F(I2cRegistry, SensorProbeReportsEachWayToFail) {
   EXPECT_EQ(probe_I2cSensAddr(bus.fd, 0x71, 0x08, 0x48, 0x4D, 0), -1);  // wrong channel: nobody answers
   EXPECT_EQ(t.grep("0x71 write 00").size(), 1u);  // and the switch is deselected all the same
   EXPECT_EQ(probe_I2cSensAddr(bus.fd, 0x71, 0x04, 0, 0x48, 0), 0x48);  // only a negative address is refused
+  simctl({"kernel", "fail", "ioctl", "i2c-2", "EIO", "0x0706", "after", "2", "times", "1"});  // the switch not addressed again
+  EXPECT_EQ(probe_I2cSensAddr(bus.fd, 0x71, 0x04, 0x48, 0x4D, 0), -3);
   simctl({"i2c", "vanish", "hostsw", "1"});  // takes the channel, not the deselect
   EXPECT_EQ(probe_I2cSensAddr(bus.fd, 0x71, 0x04, 0x48, 0x4D, 0), -5);
 }

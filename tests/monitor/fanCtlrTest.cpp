@@ -44,6 +44,7 @@ TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndShowsEachOnce) {
   EXPECT_EQ(out[0], "FANCTLR_FAN_CONFIG_1_2 (00:0x3a)..................0x00d0");
   EXPECT_TRUE(contains(r.out, "\nFANCTLR_MFR_FAN_FAULT_LIMIT (01:0xf5).............0x0168\n"));
   EXPECT_TRUE(contains(r.out, "FANCTLR_MFR_FAN_FAULT_LIMIT (00:0xf5).............0x0168\n"));
+  for (size_t k = 65; k <= 71; ++k) EXPECT_EQ(out[k].substr(out[k].find('(') + 1, 3), "00:") << k;  // the later copies
   EXPECT_EQ(out[86], "FANCTLR_MFR_VOUT_MIN (20:0xd7)....................0x2ee0");
   std::map<std::string, std::string> codeOf;  // a name stands for one command, a page's command has one name
   std::set<std::string> shown;

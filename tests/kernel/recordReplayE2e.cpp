@@ -179,7 +179,8 @@ TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
     RunResult r = replayed({testPath("bad")});
     EXPECT_TRUE(r.exitCode == 3 && countOf(r.out, "\n") == 1 && contains(r.out, "\" is no answer to ")) << r.out;
   }
-  RunResult bare = replayed({}), help = replayed({"--help"});
+  RunResult bare = replayed({}), help = replayed({"--help"}), two = replayed({"a.rec", "b.rec"});
+  EXPECT_TRUE(two.exitCode == 2 && two.out == "diag-replay: b.rec is not understood (--help tells the usage)\n") << two.out;
   EXPECT_TRUE(bare.exitCode == 2 && bare.out.rfind("usage: diag-replay", 0) == 0) << bare.out;
   EXPECT_TRUE(help.exitCode == 0 && help.out == bare.out) << help.out;  // asked for: told, and no failure
 }

@@ -162,8 +162,9 @@ TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
 }
 
 TEST(Interactive, EndOfInputEndsTheShell) {
-  RunResult r = runSim({}, "ec -cd Scan\n");
+  RunResult r = runSim({}, "file -h\nec -cd Scan\n");
   EXPECT_TRUE(r.exitCode == 0 && !r.timedOut && contains(r.out, "!1729")) << r.out;
+  EXPECT_TRUE(contains(r.out, "diag> file <filename> - execute diag script file\ndiag> ")) << r.out;
   r = runSim({}, "");
   EXPECT_TRUE(r.exitCode == 0 && r.out == "diag> \n") << r.out;
 }

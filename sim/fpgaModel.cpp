@@ -133,7 +133,8 @@ ssize_t fpgaWrite(SimState& s, const void* buf, size_t n) {
   }
   DrvCmd c;
   memcpy(&c, buf, sizeof c);
-  bool ok = c.offset == CMD_PREPARE_BUFFER && c.val == PREPARE_BUFFER_LEN;
+  // The one record the driver's interface names for a write: no space, no pointer.
+  bool ok = c.devtype == 0 && c.offset == CMD_PREPARE_BUFFER && c.val == PREPARE_BUFFER_LEN && c.ptr == 0;
   traceLine(withAnswer(line, ok ? "" : "EINVAL"));
   if (!ok) return -EINVAL;
   s.fpga.driverBufArmed = 1;

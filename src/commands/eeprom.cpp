@@ -104,13 +104,17 @@ E_STATUS testPart(Board& board, const char* name) {
   return st;
 }
 
-E_STATUS saveImage(Board& board, const char* name, const char* path) {
-  Image img;
-  if (E_STATUS st = readImage(board, name, img); st != SUCCESS) return st;
+E_STATUS writeImage(const Image& img, const char* path) {
   OutFile out;
   if (out.open(path, "wb") != SUCCESS) return FAILURE;
   fwrite(img.data(), 1, img.size(), out.stream());
   return out.close();
+}
+
+E_STATUS saveImage(Board& board, const char* name, const char* path) {
+  Image img;
+  if (E_STATUS st = readImage(board, name, img); st != SUCCESS) return st;
+  return writeImage(img, path);
 }
 
 // stdio rather than iostreams: the program carries its C++ library in itself,
@@ -154,10 +158,7 @@ E_STATUS makeImage(const char* xmlPath, const char* path) {
   Image img;
   LogSink sink("eeprom");
   if (m->idMake(xmlPath, img.data(), img.size(), &sink) != SUCCESS) return FAILURE;
-  OutFile out;
-  if (out.open(path, "wb") != SUCCESS) return FAILURE;
-  fwrite(img.data(), 1, img.size(), out.stream());
-  return out.close();
+  return writeImage(img, path);
 }
 
 E_STATUS needs(const Args& args, const OptDecl& o, const char* what) {

@@ -49,7 +49,6 @@ E_STATUS RegTest<T>::walk(unsigned long loop, E_STATUS status) {
         if (rprt)
           log(LOG_TERM, "walk:  offset 0x%08x (loop %lu):  exp= 0x%08x, act= 0x%08x\r\n", regAddr, loop,
               static_cast<unsigned>(wrDatum & mask), static_cast<unsigned>(rdDatum & mask));
-        if (!contOnErr) break;
       }
       wrDatum = static_cast<T>((wrDatum << 1) | ORValue);
     }

@@ -91,7 +91,6 @@ int xmlOutline(const char* where, const char* path, const char* text, size_t n, 
   xmlTextReaderPtr r = path ? xmlReaderForFile(path, nullptr, PARSE_OPTS)
                             : xmlReaderForMemory(text, static_cast<int>(n), where, "UTF-8", PARSE_OPTS);
   if (!r) return fail(sink, "%s cannot be read", where);
-  xmlTextReaderSetStructuredErrorHandler(r, ErrCapture::onError, &cap);
   std::string pending;  // an element's line, waiting for its text
   int ret;
   while ((ret = xmlTextReaderRead(r)) == 1) {

@@ -234,6 +234,7 @@ TEST(NamedSemaphores, ReentrantTakesGiveOnlyAtTheOutermost) {
   s.give();
   EXPECT_FALSE(s.held());
   EXPECT_EQ(semValue("diagSem"), 1);
+  EXPECT_EQ(countOf(readFile("/proc/self/maps"), "/dev/shm/sem."), 1u);  // made, put in place, opened: one mapping
 }
 
 // Two processes write and read one register word at once, each its own values:

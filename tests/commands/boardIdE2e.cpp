@@ -134,6 +134,7 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
   r = run({"eeprom", "-mk", "-x", testPath("bad.xml"), "-f", testPath("bad.bin")});
   EXPECT_TRUE(contains(r.out, "identity field <serial> is missing or empty\n")) << r.out;
   EXPECT_FALSE(std::filesystem::exists(testPath("bad.bin")));
+  EXPECT_NE(run({"eeprom", "-mk", "-x", testPath("id.xml"), "-f", testPath("no/such.bin")}).exitCode, 0);  // nowhere to put it
   writeFile(testPath("short.bin"), std::string(4095, '\xff'));
   std::vector<uint8_t> before = memOf("bp-eeprom");
   r = run({"eeprom", "-load", "bpEeprom", "-f", testPath("short.bin")});

@@ -100,7 +100,11 @@ TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
   expectRun("fpfa -l 5", {"5 accesses of fpfpga, 0 failed\nPASSED\n"});
   simctl({"i2c", "stuck", "fpfpga", "0x39", "0", "1"});  // the write is acknowledged; only its read-back can tell
   expectRun("fpfa -l 2", {"2 accesses of fpfpga, 2 failed\nFAILED\n"});
+  simctl({"i2c", "absent", "mrtmp1", "on"});  // each failed transfer told once: the walk's write and the put-back
+  EXPECT_EQ(countOf(expectRun("mrtmp1reg", {"FAILED\n"}), "failed to write device mrtmp1"), 2u);
   expectRun("shswfa", {"shostsw is not a device of this board"});
+  simctl({"set", "board", "signal"});
+  EXPECT_TRUE(contains(simOut({"runtest", "shswfa", "-l", "2"}), "2 accesses of shostsw, 0 failed\nPASSED\n"));
 }
 
 // The scan probes the chips of the board's own revision family without a
@@ -146,11 +150,14 @@ TEST_F(SelfTest, CablesNameWhatDoesNotAnswerAndGiveNoVerdictUnchecked) {
   EXPECT_FALSE(contains(out, "PASSED") || contains(out, "FAILED")) << out;
   // runtest passes its test's status on: no verdict is not SUCCESS.
   EXPECT_EQ(runCmd("runtest cableconn").status, FXN_NOT_SUPPORTED);
-  simctl({"i2c", "absent", "fprly-eeprom", "on"});
-  expectRun("cableconn", {"front panel relay cable: fprlyEeprom does not answer", "FAILED\n!1721\n"});
-  simctl({"i2c", "absent", "fprly-eeprom", "off"});
-  simctl({"i2c", "absent", "bp-eeprom", "on"});
-  expectRun("cableconn", {"FAILED\n!1713\n"});
+  // Each cable's memory missing in turn: the code that names that cable.
+  for (auto [chip, says, code] : {std::tuple{"fprly-eeprom", "relay cable: fprlyEeprom does not answer", "FAILED\n!1721\n"},
+                                  {"smc-eeprom", "SRC/MSMT", "FAILED\n!1722\n"}, {"bp-eeprom", "back plane", "FAILED\n!1713\n"},
+                                  {"fc-eeprom", "fan controller cable", "FAILED\n!1711\n"}}) {
+    simctl({"i2c", "absent", chip, "on"});
+    expectRun("cableconn", {says, code});
+    simctl({"i2c", "absent", chip, "off"});
+  }
 }
 
 // An endless register test stops at the operator's key and prints its total.

@@ -85,10 +85,11 @@ TEST(SimKernel, FailsLikeTheKernelAndCountsCalls) {
   EXPECT_EQ(k.read(fd, &c, 1), -1);
   EXPECT_EQ(errno, EISDIR);
   EXPECT_EQ(k.ioctl(fd, 0x0706, nullptr), -1);
+  k.write(fd, &c, 1);
   EXPECT_EQ(k.close(fd), 0);
   Kernel::Counts a = k.counts();
-  EXPECT_EQ(std::tuple(a.open - before.open, a.close - before.close, a.read - before.read, a.ioctl - before.ioctl),
-            std::tuple(3u, 2u, 1u, 1u));
+  EXPECT_EQ(std::tuple(a.open - before.open, a.close - before.close, a.read - before.read, a.ioctl - before.ioctl,
+                       a.write - before.write), std::tuple(3u, 2u, 1u, 1u, 1u));
   char text[8] = "stale";
   EXPECT_EQ(k.readFile("/nope", text, sizeof text), -1);
   EXPECT_STREQ(text, "");

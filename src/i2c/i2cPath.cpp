@@ -20,9 +20,7 @@ I2cMuxNames I2CPath::muxNames(E_HOST host, E_MUX_LEVEL level) {
 }
 
 I2CPath::I2CPath(std::string devName, E_HOST host, unsigned hostMux, unsigned localMux, I2cPathMuxes muxes)
-    : devName(std::move(devName)), host(host), hostMux(hostMux), localMux(localMux), muxes(muxes) {
-  memset(buf, 0, sizeof buf);
-}
+    : devName(std::move(devName)), host(host), hostMux(hostMux), localMux(localMux), muxes(muxes) {}
 
 E_STATUS I2CPath::setMuxes(unsigned long verbose, int fd) {
   if (hostMux == NO_MUX) return SUCCESS;

@@ -55,7 +55,7 @@ public:
   E_STATUS setSigHstMux(unsigned long verbose, int fd);
   E_STATUS setSigLclMux(unsigned long verbose, int fd);
 
-  char buf[20];
+  char buf[20] = {};
   std::string devName;
   E_HOST host;
   unsigned hostMux;

@@ -2,6 +2,8 @@
 
 #include <fcntl.h>
 
+#include <algorithm>
+
 namespace {
 inline void bump(std::atomic<unsigned long>& c) { c.fetch_add(1, std::memory_order_relaxed); }
 }  // namespace
@@ -38,12 +40,10 @@ int Kernel::munmap(void* addr, size_t len) { return doMunmap(addr, len); }
 
 ssize_t Kernel::readFile(const char* path, char* buf, size_t size) {
   if (!buf || size == 0) return -1;
-  buf[0] = '\0';
   int fd = open(path, O_RDONLY);
-  if (fd < 0) return -1;
-  ssize_t n = read(fd, buf, size - 1);
-  close(fd);
-  buf[n > 0 ? n : 0] = '\0';
+  ssize_t n = fd < 0 ? -1 : read(fd, buf, size - 1);
+  if (fd >= 0) close(fd);
+  buf[std::max<ssize_t>(n, 0)] = '\0';
   return n;
 }
 

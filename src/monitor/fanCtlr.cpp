@@ -128,7 +128,7 @@ E_STATUS FanCtlr::pagedRead(I2cDevItr itr, unsigned char page, unsigned char off
   E_STATUS st = selectPage(itr, page, true);
   if (st != SUCCESS) return st;
   kernel().sleepUs(PMBUS_GAP_US);
-  char buf[3] = {static_cast<char>(offset), 0, 0};
+  char buf[3] = {static_cast<char>(offset)};
   int cnt = 0;
   st = itr->second->rdBytes(buf, numBytesToRead, &cnt, 1);
   if (st == SUCCESS && cnt == static_cast<int>(numBytesToRead)) {

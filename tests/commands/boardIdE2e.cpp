@@ -38,7 +38,7 @@ TEST_F(BoardId, RevShowsEveryBoardEepromOfTheHostWithItsIdentity) {
   RunResult r = run({"rev"});
   EXPECT_EQ(r.exitCode, 0) << r.out;
   EXPECT_TRUE(contains(r.out, "host             Main Host\n")) << r.out;
-  EXPECT_TRUE(contains(r.out, "FPGA             device id 0x")) << r.out;
+  EXPECT_TRUE(contains(r.out, "FPGA             device id 0x4d48, revision 0x0102\n")) << r.out;
   for (const char* n : {"mhEeprom", "commEeprom", "fcEeprom", "mrEeprom", "bpEeprom", "smcEeprom", "fpioEeprom",
                         "fprlyEeprom"})
     EXPECT_TRUE(contains(r.out, std::string("  ") + n)) << n;

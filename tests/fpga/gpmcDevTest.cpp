@@ -181,6 +181,7 @@ TEST_F(GpmcTest, OutputBufferTakesWritesOnlyWhenEnabledAndReadsTwice) {
   unsigned long n = 0;
   ASSERT_EQ(obuf->write(words, 0x20, 1, &n), SUCCESS);
   EXPECT_EQ(peek("obuf", "0x20"), 0);
+  EXPECT_EQ(obuf->write(words, 0x20, 0, &n), SUCCESS);  // no word: nothing written, nothing failed
   ASSERT_EQ(ctl.GPMCEnOBufWrites(), SUCCESS);
   ASSERT_EQ(obuf->write(words, 0x20, 2, &n), SUCCESS);
   trace.mark();

@@ -4,10 +4,6 @@
 
 #include "log.h"
 
-namespace {
-constexpr int WORDS_A_LINE = 8;
-}  // namespace
-
 void GpmcWordDump::add(unsigned long offset, std::span<const unsigned short> block) {
   // An offset, eight words and their sixteen bytes as text: well within the line.
   char line[96];

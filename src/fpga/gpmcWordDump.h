@@ -14,6 +14,7 @@ public:
   void finish();
 
 private:
-  unsigned short words[8] = {};
+  static constexpr int WORDS_A_LINE = 8;
+  unsigned short words[WORDS_A_LINE] = {};
   int n = 0;
 };

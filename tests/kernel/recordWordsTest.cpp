@@ -112,7 +112,7 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
   for (const char* line : {"\nargs diag \"two\\x20words\"\n", " i2c-0 rdwr 0x50 write 00 10 ; 0x50 read 4 -> 01 11 01 11\n",
                            " i2c-0 0x00 smbus read i2c_block_data cmd 0x20 len 3 -> 21 22 23\n",
                            " read \"/sys/odd\\x20\\\"name\\\"\\\\x\" 32 -> 12 \"24c32\\x20\\\"fp\\\"\\n\\x01\"\n",
-                           " open /nope O_RDONLY -> ENOENT\n", " clock realtime -> 1764096777.094872001\n",
+                           " open /nope O_RDONLY -> ENOENT\n", " open /dev/i2c-0 O_RDWR -> fd 3\n", " clock realtime -> 1764096777.094872001\n",
                            " sleep 5us\n", " lock take diagSem\n"})
     EXPECT_TRUE(contains(text, line)) << line << "\nnot in:\n" << text;
   // An FPGA space that the driver does not have is named by its number.

@@ -107,25 +107,17 @@ const Reg* FanCtlr::find(unsigned char page, unsigned char offset) const {
   return cmd == pg->second.end() ? nullptr : &regVec[cmd->second];
 }
 
-E_STATUS FanCtlr::selectPage(I2cDevItr itr, unsigned char page, bool prefixed) {
+// wrBytes succeeds only when every byte went, and tells a short write itself.
+E_STATUS FanCtlr::selectPage(I2cDevItr itr, unsigned char page) {
   char buf[3] = {static_cast<char>(FC_PAGE), static_cast<char>(page), 0};
   int cnt = 0;
-  E_STATUS st = itr->second->wrBytes(buf, 1, &cnt, 0);
-  if (st != SUCCESS) return st;
-  if (cnt != 1) {
-    if (prefixed)
-      LOGERR_FN(LOG_TERM, "lclRdFanCtlrReg", "I2C write failed, numBytesToWrite= %d, byteCnt= %d\n", 1, cnt);
-    else
-      log(LOG_TERM, "I2C write failed, numBytesToWrite= %d, byteCnt= %d\n", 1, cnt);
-    return FAILURE;
-  }
-  return SUCCESS;
+  return itr->second->wrBytes(buf, 1, &cnt, 0);
 }
 
 // The page select and the command's read, with the pause the controller needs between them.
 E_STATUS FanCtlr::pagedRead(I2cDevItr itr, unsigned char page, unsigned char offset, unsigned long numBytesToRead,
                             unsigned short* pDatum) {
-  E_STATUS st = selectPage(itr, page, true);
+  E_STATUS st = selectPage(itr, page);
   if (st != SUCCESS) return st;
   kernel().sleepUs(PMBUS_GAP_US);
   char buf[3] = {static_cast<char>(offset)};
@@ -154,7 +146,7 @@ E_STATUS FanCtlr::lclWrFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned ch
     LOGERR(LOG_TERM, "a fan controller command takes at most 2 data bytes, not %lu\n", numBytesToWrite);
     return BAD_PARAMETER;
   }
-  E_STATUS st = selectPage(itr, page, false);
+  E_STATUS st = selectPage(itr, page);
   if (st != SUCCESS) return st;
   kernel().sleepUs(PMBUS_GAP_US);
   // The command and the whole datum, low byte first, whatever the count sent:
@@ -163,10 +155,6 @@ E_STATUS FanCtlr::lclWrFanCtlrReg(I2cDevItr itr, unsigned char page, unsigned ch
   int cnt = 0;
   st = itr->second->wrBytes(buf, numBytesToWrite, &cnt, 0);
   kernel().sleepUs(PMBUS_GAP_US);
-  if (st == SUCCESS && cnt != static_cast<int>(numBytesToWrite)) {
-    log(LOG_TERM, "I2C write failed, numBytesToWrite= %d, byteCnt= %d\n", static_cast<int>(numBytesToWrite), cnt);
-    return FAILURE;
-  }
   return st;
 }
 

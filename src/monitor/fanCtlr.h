@@ -49,7 +49,7 @@ private:
                      unsigned short* pDatum);
   bool reached(size_t ndx) const;
   std::vector<bool> regRead;  // by regVec index: the walk read it
-  E_STATUS selectPage(I2cDevItr itr, unsigned char page, bool prefixed);
+  E_STATUS selectPage(I2cDevItr itr, unsigned char page);
 };
 
 // For the test framework: reads the whole table once.

@@ -44,8 +44,7 @@ void install() {
   for (int sig : endingSignals) {
     struct sigaction old;
     if (sigaction(sig, nullptr, &old) != 0 || old.sa_handler != SIG_DFL) continue;
-    struct sigaction sa;
-    memset(&sa, 0, sizeof sa);
+    struct sigaction sa = {};
     sa.sa_handler = onEndingSignal;
     sigemptyset(&sa.sa_mask);
     for (int other : endingSignals) sigaddset(&sa.sa_mask, other);

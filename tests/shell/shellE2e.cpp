@@ -162,7 +162,7 @@ TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
 }
 
 TEST(Interactive, EndOfInputEndsTheShell) {
-  RunResult r = runSim({}, "file -h\nec -cd Scan\n");
+  RunResult r = runSim({}, "file -h\nec -cd Scan");  // the last line is run without its line end
   EXPECT_TRUE(r.exitCode == 0 && !r.timedOut && contains(r.out, "!1729")) << r.out;
   EXPECT_TRUE(contains(r.out, "diag> file <filename> - execute diag script file\ndiag> ")) << r.out;
   r = runSim({}, "");

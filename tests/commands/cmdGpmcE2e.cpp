@@ -118,9 +118,9 @@ TEST_F(GpmcCmd, ChannelOneSamplesDecodeToTheSignalTheA2DHolds) {
 }
 
 TEST_F(GpmcCmd, CollectionsAndMeasurementResets) {
-  run({"-col", "100"});
+  run({"-col"});  // 256 samples unless told
   EXPECT_EQ(wrote("0x000e"), "0x3040 0x0000");
-  EXPECT_GT(peek("reg", "0x10"), 100);
+  EXPECT_GT(peek("reg", "0x10"), 256);
   EXPECT_TRUE(contains(run({"-m", "reg", "-col", "100"}), "wrong number of arguments"));
   run({"-fmr"});
   run({"-fr"});

@@ -55,6 +55,8 @@ TEST_F(GpmcCmd, OneWordFillsTheWholeOutputBuffer) {
   EXPECT_EQ(wrote("0x0014"), "0x0200 0x0000");
   EXPECT_EQ(peek("obuf", "0"), 0x1234);
   EXPECT_EQ(peek("obuf", "0x3ffe"), 0x1234);
+  simctl({"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc2", "after", "1", "times", "1"});  // the first word refused
+  EXPECT_NE(runSim({"--exit-status", "gpmc", "-m", "obuf", "-w", "1", "-d", "1"}).exitCode, 0);  // the disable went
 }
 
 TEST_F(GpmcCmd, InputFileWritesOneWordPerLine) {

@@ -75,7 +75,7 @@ TEST_F(I2cCommand, DumpsAnEepromAndWritesItsMemory) {
   EXPECT_EQ(t.grep("i2c-2 0x56 read 256 -> 5a 39").size(), 1u);
   // A register chip's dump runs from the offset to its last register, 0xff.
   const std::string text = " " + std::string(16, '.') + "\n";  // a short last line shows the text column whole
-  EXPECT_EQ(run({"-d", "fpfpga", "-o", "0xe8", "-dump"}), std::string(32, '0') + text + std::string(16, '0') + text);
+  EXPECT_EQ(simOut({"--exit-status", "i2c", "-d", "fpfpga", "-o", "0xe8", "-dump"}), std::string(32, '0') + text + std::string(16, '0') + text);
 }
 
 // What each refusal says is shown in docs/i2c.md, which runs; none reaches a device.

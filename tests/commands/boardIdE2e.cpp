@@ -146,6 +146,7 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
   writeFile(testPath("a.xml"), "<a>\n  <b k=\"v\">text</b>\n  <c/>\n</a>\n");
   EXPECT_EQ(run({"xml", "-f", testPath("a.xml")}).out, "a\n  b k=\"v\": text\n  c\n");
   EXPECT_EQ(run({"xml", "-f", testPath("a.xml"), "-x", "//b/@k"}).out, "v\n");
+  EXPECT_TRUE(contains(run({"xml", "-f", testPath("a.xml"), "-x", "//["}).out, "XPath //[: Invalid expression\n"));
   writeFile(testPath("bad.xml"), "<a>\n  <b>\n</a>\n");
   RunResult r = run({"xml", "-f", testPath("bad.xml")});
   EXPECT_NE(r.exitCode, 0);

@@ -46,9 +46,9 @@ TEST(OneShot, RunsOneCommandLineAndHandlesHostileArguments) {
 
 TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {
   writeFile(testPath("s1.txt"),
-            "#!banner %s\n# note\n\n ec -cd Scan\n~nosuch\nec -cd SD\r\nfile other\nq\nstop\nversion\n");
+            "#!banner %s\n# note\n\n ec -cd Scan\n~nosuch\n!x\nec -cd SD\r\nfile other\nq\nstop\nversion\n");
   const std::string expect =
-      "#!banner %s\ncommand not found\r\n!1723\nfile - command not connected to a function\n"
+      "#!banner %s\ncommand not found\r\ncommand not found\r\n!1723\nfile - command not connected to a function\n"
       "command not found\r\nfound stop - stopping\n";
   EXPECT_EQ(runSim({"file", testPath("s1.txt")}).out, expect);
   // One-shot mode drops white space from the name; the interactive shell does not.

@@ -9,7 +9,6 @@
 #include "semIsolation.h"
 
 #if defined(__x86_64__)
-#include <cxxabi.h>
 #include <elf.h>
 #include <sys/personality.h>
 #include <sys/ptrace.h>
@@ -19,6 +18,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdlib>
+#include <cstdio>
 #include <cstring>
 #include <fstream>
 #include <map>
@@ -29,19 +29,10 @@
 namespace {
 constexpr int REFUSED = 126;  // the child could not ask to be traced
 
-std::string demangled(const char* name) {
-  int status = 0;
-  char* d = abi::__cxa_demangle(name, nullptr, nullptr, &status);
-  std::string out = status == 0 && d ? d : name;
-  free(d);
-  return out;
-}
-
-// A program's functions by demangled name, with the address its first loaded
-// segment asks for (subtracted when the program is position independent).
+// A program's functions by demangled name, as the toolchain's nm lists them,
+// and whether they are relative to where the program is loaded.
 struct SymbolTable {
   std::map<std::string, uint64_t> functions;
-  uint64_t firstLoad = 0;
   bool relocated = false;
 };
 
@@ -51,30 +42,20 @@ const SymbolTable& symbols(const std::string& file) {
   auto known = read.find(file);
   if (known != read.end()) return known->second;
   SymbolTable& t = read[file];
-  std::string elf = readFile(file);
-  const char* base = elf.data();
-  auto inside = [&](uint64_t off, uint64_t len) { return off <= elf.size() && len <= elf.size() - off; };
-  if (!inside(0, sizeof(Elf64_Ehdr))) return t;
-  auto eh = reinterpret_cast<const Elf64_Ehdr*>(base);
-  if (!inside(eh->e_phoff, uint64_t{eh->e_phnum} * sizeof(Elf64_Phdr)) ||
-      !inside(eh->e_shoff, uint64_t{eh->e_shnum} * sizeof(Elf64_Shdr)))
-    return t;
-  t.relocated = eh->e_type == ET_DYN;
-  auto ph = reinterpret_cast<const Elf64_Phdr*>(base + eh->e_phoff);
-  for (int i = eh->e_phnum - 1; i >= 0; --i)
-    if (ph[i].p_type == PT_LOAD) t.firstLoad = ph[i].p_vaddr & ~(ph[i].p_align - 1);
-  auto sh = reinterpret_cast<const Elf64_Shdr*>(base + eh->e_shoff);
-  for (int i = 0; i < eh->e_shnum; ++i) {
-    if (sh[i].sh_type != SHT_SYMTAB || sh[i].sh_link >= eh->e_shnum) continue;
-    const Elf64_Shdr& str = sh[sh[i].sh_link];
-    if (!inside(sh[i].sh_offset, sh[i].sh_size) || !inside(str.sh_offset, str.sh_size) || str.sh_size == 0 ||
-        base[str.sh_offset + str.sh_size - 1] != '\0')
-      continue;
-    auto sym = reinterpret_cast<const Elf64_Sym*>(base + sh[i].sh_offset);
-    for (size_t k = 0; k < sh[i].sh_size / sizeof(Elf64_Sym); ++k)
-      if (ELF64_ST_TYPE(sym[k].st_info) == STT_FUNC && sym[k].st_value && sym[k].st_name < str.sh_size)
-        t.functions.emplace(demangled(base + str.sh_offset + sym[k].st_name), sym[k].st_value);
+  std::ifstream elf(file, std::ios::binary);
+  char head[EI_NIDENT + 2] = {};
+  t.relocated = elf.read(head, sizeof head) && head[EI_NIDENT] == ET_DYN;  // e_type, little-endian
+  FILE* nm = popen(("nm -C --defined-only '" + file + "'").c_str(), "r");
+  char line[4096];
+  while (nm && fgets(line, sizeof line, nm)) {
+    char* name = nullptr;
+    uint64_t addr = strtoull(line, &name, 16);
+    if (name[0] == ' ' && strchr("TtW", name[1]) && name[2] == ' ') {
+      name[strcspn(name, "\n")] = '\0';
+      t.functions.emplace(name + 3, addr);
+    }
   }
+  if (nm) pclose(nm);
   return t;
 }
 
@@ -94,8 +75,7 @@ uint64_t loadBase(pid_t pid, const std::string& file) {
 }
 
 struct user_regs_struct regs(pid_t pid) {
-  struct user_regs_struct r;
-  memset(&r, 0, sizeof r);
+  struct user_regs_struct r = {};
   ptrace(PTRACE_GETREGS, pid, nullptr, &r);
   return r;
 }
@@ -177,7 +157,7 @@ uint64_t Tracee::function(const std::string& prefix) const {
   const SymbolTable& t = symbols(path);
   auto f = t.functions.lower_bound(prefix);
   if (f == t.functions.end() || f->first.rfind(prefix, 0) != 0) return 0;
-  return t.relocated ? loadBase(pid, path) + f->second - t.firstLoad : f->second;
+  return t.relocated ? loadBase(pid, path) + f->second : f->second;
 }
 
 bool Tracee::resume(int request) {

@@ -54,13 +54,16 @@ void sig(PtySession& s, int n) { kill(s.programPid(), n); }
 }  // namespace
 
 TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
-  // Ctrl-C stops a command or drops a line; the shell then goes on until q.
-  auto interruptThenQ = [](PtySession& s) {
-    s.mark();
-    key(s, "\x03");
-    s.waitFor("diag> ");
-    s.type("q\r");
+  // Keys that end a command or drop a line; the shell then goes on until q.
+  auto keysThenQ = [](const char* keys) {
+    return [keys](PtySession& s) {
+      s.mark();
+      key(s, keys);
+      s.waitFor("diag> ");
+      s.type("q\r");
+    };
   };
+  auto interruptThenQ = keysThenQ("\x03");
   const WayOut ways[] = {
       {"q, blanks after it", "", "", true, [](PtySession& s) { s.type("q  \r"); }, 0, 0},
       {"Ctrl-D", "", "", true, [](PtySession& s) { key(s, "\x04"); }, 0, 0},
@@ -72,6 +75,7 @@ TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
       {"terminate in gpmc -rc", "gpmc -m reg -rc -s", "continuously reading reg", true,
        [](PtySession& s) { sig(s, SIGTERM); }, -1, SIGTERM},
       {"Ctrl-C in gpmc -rc, then q", "gpmc -m reg -rc -s", "continuously reading reg", true, interruptThenQ, 0, 0},
+      {"x and q in gpmc -rc, then q", "gpmc -m reg -rc -s", "continuously reading reg", true, keysThenQ("xq"), 0, 0},
       {"Ctrl-C in runtest -l 0, then q", "runtest gpmcreg -l 0", "<CR> to quit", false, interruptThenQ, 0, 0},
   };
   const termios before = startModes();

@@ -84,7 +84,7 @@ TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
       {"crc", [](Image& i) { i[0x27] ^= 1; }, "identity CRC mismatch: stored 0x"},
       {"zlib", [](Image& i) { setStream(i, "\x78\x9c\xff\xff\xff"); },
        "identity stream does not inflate: zlib error -3 (invalid block type)"},
-      {"cut", [](Image& i) { setStream(i, compressed(DOC).substr(0, 20)); }, "identity stream is cut short"},
+      {"cut", [](Image& i) { setStream(i, compressed(DOC).substr(0, 1)); }, "identity stream is cut short"},
       {"trailing", [](Image& i) { setStream(i, compressed(DOC) + "xy"); },
        "identity stream ends 2 bytes before its length says"},
       {"xml", [](Image& i) { setStream(i, compressed("<board type=\"0970\">\n<name>x</board>")); },

@@ -22,7 +22,7 @@ TimeLineTime::TimeLineTime(long sec, long usec) : now(false), time{sec, usec} {}
 TimeLineTime::TimeLineTime(const timeval* tv) : now(false), time(*tv) {}
 
 E_STATUS TimeLineTime::get(TimeLineTime*) {
-  struct timespec t;
+  struct timespec t = {};  // a clock that cannot be read gives the epoch, not stack bytes
   kernel().clockGet(CLOCK_REALTIME, &t);
   time = {t.tv_sec, t.tv_nsec / 1000};
   now = false;

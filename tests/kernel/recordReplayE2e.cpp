@@ -139,6 +139,7 @@ TEST(RecordReplay, EveryCommandOfTheEndToEndTestsReplaysWithItsOutputAndStatus) 
 TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
   simctl({"reset"});
   const std::string rec = testPath("rec");
+  writeFile(rec, "an older recording, replaced\n");
   {
     EnvSet utc("TZ", "UTC");
     ASSERT_EQ(recorded(rec, {"i2c", "-d", "fctl", "-o", "0x90", "-r", "2"}).out, "0x0be0\n");

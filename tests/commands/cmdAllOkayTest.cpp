@@ -112,6 +112,8 @@ TEST_F(AllokTest, ListsHelpAndDisplay) {
   EXPECT_NE(r.out.find("\nfctl\tyes\t\ttrue\t\tNA\n"), std::string::npos);
   EXPECT_NE(r.out.find("\npfc\tno\t"), std::string::npos);
   EXPECT_NE(r.out.find("\npsc\tno\t\t?\t\t?\n"), std::string::npos);
+  // Forcing the PSC source's fault tries its link, which says it is not in this build.
+  EXPECT_NE(runCmd("allok -fno psc").out.find("function PSCFPGASetFrcNotOK - PSC FPGA of source 14"), std::string::npos);
 }
 
 // On a signal host both names of the signal host drive its one okay bit.

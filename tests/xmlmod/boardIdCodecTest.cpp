@@ -12,6 +12,7 @@
 #include "boardIdCodec.h"
 #include "boardIdLayout.h"
 #include "diagStatus.h"
+#include "testEnv.h"
 
 namespace {
 struct Lines : S_TEXT_SINK {
@@ -90,6 +91,8 @@ TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
       {"xml", [](Image& i) { setStream(i, compressed("<board type=\"0970\">\n<name>x</board>")); },
        "identity XML error at line 2, column"},
       {"root", [](Image& i) { setStream(i, compressed("<card/>")); }, "identity document's root is not <board>"},
+      {"twice", [](Image& i) { setStream(i, compressed("<board type=\"0970\"><name>a</name><name>b</name></board>")); },
+       "identity field <name> appears twice"},
       {"missing", [](Image& i) { setStream(i, compressed("<board type=\"0970\"><name>n</name></board>")); },
        "identity field <part> is missing or empty"},
       {"type", [](Image& i) { setStream(i, compressed("<board type=\"97\"/>")); },
@@ -132,4 +135,9 @@ TEST(BoardIdCodec, ADocumentThatCannotBeAnIdentityBuildsNoImage) {
   big.insert(big.find("</board>"), "<pad>" + noise + "</pad>");
   EXPECT_FALSE(idImage(big, img.data(), img.size(), &err));
   EXPECT_EQ(err, "the compressed identity is longer than 4024 bytes");
+  for (size_t size : {65536u, 65537u}) {  // the largest document a decoder inflates, and one byte more
+    writeFile(testPath("big.xml"), std::string(DOC).insert(DOC.find("</board>"), size - DOC.size(), ' '));
+    Lines l;
+    EXPECT_EQ(idMake(testPath("big.xml").c_str(), img.data(), img.size(), &l), size == 65536 ? SUCCESS : FAILURE) << size;
+  }
 }

@@ -6,6 +6,7 @@
 // each other in a circle.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
@@ -57,47 +58,29 @@ std::map<std::string, SrcFile> sources(const fs::path& top) {
   return files;
 }
 
-// The circles of a dependency graph (strongly connected parts of more than one node).
-std::vector<std::set<std::string>> circles(const std::map<std::string, std::set<std::string>>& g) {
-  std::map<std::string, int> index, low;
-  std::vector<std::string> stack;
-  std::set<std::string> onStack;
-  std::vector<std::set<std::string>> out;
-  int next = 0;
-  std::function<void(const std::string&)> visit = [&](const std::string& v) {
-    index[v] = low[v] = next++;
-    stack.push_back(v);
-    onStack.insert(v);
-    auto it = g.find(v);
-    if (it != g.end())
+// One circle of a dependency graph, its nodes in order; empty when there is none.
+std::string circleOf(const std::map<std::string, std::set<std::string>>& g) {
+  std::map<std::string, int> state;  // 1 on the path being walked, 2 done
+  std::vector<std::string> path;
+  std::string found;
+  std::function<bool(const std::string&)> visit = [&](const std::string& v) {
+    state[v] = 1;
+    path.push_back(v);
+    if (auto it = g.find(v); it != g.end())
       for (const std::string& w : it->second) {
-        if (!index.count(w)) {
-          visit(w);
-          low[v] = std::min(low[v], low[w]);
-        } else if (onStack.count(w)) {
-          low[v] = std::min(low[v], index[w]);
+        if (state[w] == 1) {
+          for (auto p = std::find(path.begin(), path.end(), w); p != path.end(); ++p) found += *p + " ";
+          return true;
         }
+        if (state[w] == 0 && visit(w)) return true;
       }
-    if (low[v] != index[v]) return;
-    std::set<std::string> part;
-    std::string w;
-    do {
-      w = stack.back();
-      stack.pop_back();
-      onStack.erase(w);
-      part.insert(w);
-    } while (w != v);
-    if (part.size() > 1) out.push_back(part);
+    state[v] = 2;
+    path.pop_back();
+    return false;
   };
   for (const auto& [v, edges] : g)
-    if (!index.count(v)) visit(v);
-  return out;
-}
-
-std::string describe(const std::set<std::string>& part) {
-  std::string s;
-  for (const std::string& n : part) s += n + " ";
-  return s;
+    if (state[v] == 0 && visit(v)) break;
+  return found;
 }
 
 // Per object of the program's libraries (its own code and the kernel seam): the symbols it defines and those it uses.
@@ -147,7 +130,7 @@ TEST(Layers, IncludesOnlyLookDownAndNeverGoRound) {
       graph[name].insert(it->first);
     }
   }
-  for (const auto& part : circles(graph)) ADD_FAILURE() << "files include each other in a circle: " << describe(part);
+  EXPECT_EQ(circleOf(graph), "") << "files that include each other in a circle";
 }
 
 TEST(Layers, TheSimulatedInstrumentOnlyBorrowsTheKernelSeam) {
@@ -174,5 +157,5 @@ TEST(Layers, NoTwoObjectsOfTheProgramCallEachOtherInACircle) {
       auto it = definedIn.find(s);
       if (it != definedIn.end() && it->second != obj) graph[obj].insert(it->second);
     }
-  for (const auto& part : circles(graph)) ADD_FAILURE() << "objects call each other in a circle: " << describe(part);
+  EXPECT_EQ(circleOf(graph), "") << "objects that call each other in a circle";
 }

@@ -248,13 +248,15 @@ TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
   }
   ASSERT_EQ(recorded(rec, {"fan", "-r"}).exitCode, 0);  // the dump: the same for each register
   EXPECT_EQ(countOf(readFile(rec), " sleep 2000us\n"), 2 * countOf(readFile(rec), "0x52 smbus read "));
-  // The hardware's own times: an all-okay output's settling, a sensor's conversion, an FPGA write's, the transmit count's second.
+  // The hardware's own times: an all-okay output's settling, a sensor's conversion, an FPGA write's, an input file's words, the transmit count's second.
   writeFile(testPath("mref.txt"), "allok -fno mref\nallok -set M mref\n");
+  writeFile(testPath("words.txt"), "1\n2\n3\n");
   const std::pair<std::vector<std::string>, std::string> paused[] = {
       {{"allok", "-set", "M"}, "2 x 300000us"},
       {{"allok", "-fno", "fctl"}, "2 x 300000us"},
       {{"file", testPath("mref.txt")}, "100000us"},
       {{"gpmc", "-m", "reg", "-w", "1", "-o", "0x10", "-d", "1"}, "50000us"},
+      {{"gpmc", "-m", "reg", "-w", "-fi", testPath("words.txt")}, "3 x 500us"},
       {{"gpmc", "-m", "reg", "-t"}, "1032 x 900us"}};
   for (const auto& [args, pauses] : paused) {
     simctl({"reset"});

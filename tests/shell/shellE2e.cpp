@@ -2,6 +2,7 @@
 // interactive prompt in a real pseudo-terminal.
 #include <gtest/gtest.h>
 
+#include <fcntl.h>
 #include <signal.h>
 #include <unistd.h>
 
@@ -12,6 +13,7 @@
 #include "processEnd.h"
 #include "programs.h"
 #include "ptySession.h"
+#include "semIsolation.h"
 #include "testEnv.h"
 #include "textUtil.h"
 
@@ -167,6 +169,11 @@ TEST(Interactive, EndOfInputEndsTheShell) {
   EXPECT_TRUE(contains(r.out, "diag> file <filename> - execute diag script file\ndiag> ")) << r.out;
   r = runSim({}, "");
   EXPECT_TRUE(r.exitCode == 0 && r.out == "diag> \n") << r.out;
+  int dir = open("/", O_RDONLY | O_DIRECTORY);  // input that cannot be read ends the shell as well
+  Child c = spawn(programArgv(diagSimBin(), {}), dir);
+  close(dir);
+  EXPECT_EQ(waitChild(c.pid, 10000), 0);
+  close(c.out);
 }
 
 TEST(UtilityCommands, DelaySystemBackgroundAndPause) {
@@ -218,4 +225,5 @@ TEST(LogCommand, CategoriesAndArgumentChecks) {
   r = runSim({"log", "psc", "on"});
   EXPECT_NE(r.out.find("category= 2, on= 1"), std::string::npos);
   EXPECT_NE(r.out.find("function cmdLog - exit"), std::string::npos);
+  EXPECT_EQ(runSim({"--exit-status", "log", "all", "on"}).exitCode, 0);
 }

@@ -1,4 +1,5 @@
-// Steps that must not be cut in half by a terminate or an interrupt.
+// Steps that must not be cut in half by a terminate or an interrupt, and the
+// hooks that run at the process's end.
 #include <gtest/gtest.h>
 
 #include <signal.h>
@@ -39,4 +40,23 @@ TEST(ProcessEnd, ATerminateWaitsForTheOutermostDeferredStep) {
   ASSERT_EQ(waitpid(pid, &status, 0), pid);
   EXPECT_EQ(got, "outer step done");
   EXPECT_TRUE(WIFSIGNALED(status) && WTERMSIG(status) == SIGTERM) << status;
+}
+
+// A terminate that comes while the hooks run at the exit does not run them again.
+TEST(ProcessEnd, HooksRunOnceThoughASignalComesWhileTheyRun) {
+  static int p[2];
+  ASSERT_EQ(pipe(p), 0);
+  pid_t pid = fork();
+  if (pid == 0) {
+    atProcessEnd([] {
+      (void)!write(p[1], "h", 1);
+      raise(SIGTERM);
+    });
+    exit(0);
+  }
+  close(p[1]);
+  waitpid(pid, nullptr, 0);
+  char buf[4];
+  EXPECT_EQ(read(p[0], buf, sizeof buf), 1);
+  close(p[0]);
 }

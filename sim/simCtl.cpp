@@ -174,6 +174,10 @@ int revision(SimState& s, const std::string& file, std::string& out) {
   }
   std::stringstream ss;
   ss << in.rdbuf();
+  if (ss.str().size() >= sizeof s.revisionText) {
+    out = file + " is longer than the simulator keeps (" + std::to_string(sizeof s.revisionText - 1) + " bytes)\n";
+    return 2;
+  }
   snprintf(s.revisionText, sizeof s.revisionText, "%s", ss.str().c_str());
   return 0;
 }

@@ -21,7 +21,7 @@ struct SimState {
   uint32_t generation;  // bumped by every reset
   uint64_t accesses;    // kernel-level operations served since the reset
   BoardConfig cfg;
-  char revisionText[256];  // contents of the installed-diagnostics revision file
+  char revisionText[1024];  // contents of the installed-diagnostics revision file, more than one read's worth
   char configFile[256];    // the file that answers for diag.cfg: "" the built-in sample, "none" missing
   char boardRevText[32];   // what the board revision file holds instead of cfg.rev's number ("" none)
   FpgaState fpga;

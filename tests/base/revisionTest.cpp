@@ -14,7 +14,8 @@ TEST(Version, ShowsTheRevisionFileWhenThereIsOne) {
   EXPECT_EQ(out.rfind("Diagnostics Build: ", 0), 0u);
   EXPECT_NE(out.find("\nMerged to develop branch from branch feature-x\nBranch commit# 7\nBuild# 42\n"),
             std::string::npos);
-  writeFile(testPath("rev.txt"), "build:42\n");  // a line that is not there gives 0 and no branch
+  // A line that is not there gives 0 and no branch; the file's last byte comes in a read of its own.
+  writeFile(testPath("rev.txt"), std::string(504, '#') + "\nbuild:42");
   simctl({"revision", testPath("rev.txt")});
   EXPECT_NE(runCmd("version").out.find("branch \nBranch commit# 0\nBuild# 42\n"), std::string::npos);
 

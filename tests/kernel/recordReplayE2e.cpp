@@ -181,6 +181,9 @@ TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
     RunResult r = replayed({testPath("bad")});
     EXPECT_TRUE(r.exitCode == 3 && countOf(r.out, "\n") == 1 && contains(r.out, "\" is no answer to ")) << r.out;
   }
+  std::string counted = text;  // a driver's count where nothing was answered is taken as the call's result
+  writeFile(testPath("count"), counted.insert(counted.find("slave_force 0x52") + 16, " -> 0"));
+  EXPECT_EQ(replayed({testPath("count")}).out, "0x0be0\n");
   RunResult bare = replayed({}), help = replayed({"--help"}), two = replayed({"a.rec", "b.rec"});
   EXPECT_TRUE(two.exitCode == 2 && two.out == "diag-replay: b.rec is not understood (--help tells the usage)\n") << two.out;
   EXPECT_TRUE(bare.exitCode == 2 && bare.out.rfind("usage: diag-replay", 0) == 0) << bare.out;

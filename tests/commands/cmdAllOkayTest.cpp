@@ -89,7 +89,7 @@ TEST_F(AllokTest, MainReferenceAndFrontPanelFollowTheirOutputs) {
   EXPECT_NE(scanM().find("mref       true     NA"), std::string::npos);
 
   EXPECT_EQ(runCmd("allok -fno fp").status, SUCCESS);
-  EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "0x10"}), "0x0\n");
+  EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "0x10"}) + simctl({"i2c", "peek", "fpfpga", "0x11"}), "0x0\n0x0\n");
   EXPECT_NE(scanM().find("fp         false    false"), std::string::npos);
   EXPECT_EQ(runCmd("allok -set M fp").status, SUCCESS);
   EXPECT_NE(scanM().find("fp         true     true"), std::string::npos);

@@ -193,7 +193,7 @@ TEST(UtilityCommands, DelaySystemBackgroundAndPause) {
   for (int i = 0; i < 100 && readFile(testPath("bg.out")).empty(); ++i) usleep(50000);
   EXPECT_EQ(readFile(testPath("bg.out")), "50%% %s -h\n");
 
-  EXPECT_EQ(runSim({"delay", "-m", "0x10", "-s"}).out, "");
+  EXPECT_EQ(runSim({"delay", "-s", "0", "-m", "0", "-m", "0x10", "-s"}).out, "");  // 0 is a delay too
 
   RunResult r = runSim({"utp", "-m", "Press", "Enter", "-f", testPath("utp.out")}, "done 100%% %d\n");
   EXPECT_EQ(r.out, "Press Enter ");

@@ -1,6 +1,5 @@
 // The named semaphores between processes: a holder that dies does not stop
 // the next process, and processes share the FPGA word by word.
-#include <dirent.h>
 #include <fcntl.h>
 #include <sched.h>
 #include <signal.h>
@@ -8,7 +7,6 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
-#include <algorithm>
 #include <atomic>
 #include <cstdlib>
 #include <random>
@@ -165,19 +163,11 @@ TEST(NamedSemaphores, CreatedOpenToEveryUserWhateverTheUmask) {
     runSim({"gpmc", "-m", "reg", "-r", "1"});
     runSim({"i2c", "-d", "mhEeprom", "-o", "0", "-r", "1"});
     umask(before);
-    std::vector<std::string> lines;
-    DIR* d = opendir("/dev/shm");
-    while (dirent* e = d ? readdir(d) : nullptr) {
-      struct stat st;
-      char mode[8];
-      if (e->d_name[0] == '.' || stat(("/dev/shm/" + std::string(e->d_name)).c_str(), &st) != 0) continue;
-      snprintf(mode, sizeof mode, "%o", static_cast<unsigned>(st.st_mode & 0777));
-      lines.push_back(std::string(e->d_name) + " " + mode);
-    }
-    if (d) closedir(d);
-    std::sort(lines.begin(), lines.end());
     std::string out;
-    for (const std::string& l : lines) out += l + "\n";
+    for (const std::string& name : shmNames()) {
+      struct stat st;
+      if (stat(("/dev/shm/" + name).c_str(), &st) == 0) out += name + formatted(" %o\n", st.st_mode & 0777);
+    }
     return out;
   });
   EXPECT_EQ(report, "diagGPMCSem.lock 666\ndiagSem.lock 666\nsem.diagGPMCSem 666\nsem.diagSem 666\n");

@@ -14,7 +14,6 @@
 // after each of them, and at the opening, covers every state a kill can leave:
 // each run stops at the noted execution by a breakpoint, checks that its next
 // step changes the state again, and is killed there.
-#include <dirent.h>
 #include <fcntl.h>
 #include <sys/file.h>
 #include <sys/mman.h>
@@ -68,11 +67,7 @@ public:
     std::string out;
     for (const File& f : files) {
       out += f.name + (f.locked ? " locked" : "");
-      for (size_t i = 0; i < f.size; ++i) {
-        char hex[4];
-        snprintf(hex, sizeof hex, " %02x", f.bytes[i]);
-        out += hex;
-      }
+      for (size_t i = 0; i < f.size; ++i) out += formatted(" %02x", f.bytes[i]);
       out += "\n";
     }
     return out;
@@ -95,13 +90,7 @@ private:
 
   void relist() {
     forget();
-    std::vector<std::string> names;
-    DIR* d = opendir("/dev/shm");
-    while (dirent* e = d ? readdir(d) : nullptr)
-      if (e->d_name[0] != '.') names.push_back(e->d_name);
-    if (d) closedir(d);
-    std::sort(names.begin(), names.end());
-    for (const std::string& name : names) {
+    for (const std::string& name : shmNames()) {
       int fd = open(("/dev/shm/" + name).c_str(), O_RDONLY);
       struct stat st;
       File f = {name, flock(fd, LOCK_EX | LOCK_NB) != 0, nullptr, 0};

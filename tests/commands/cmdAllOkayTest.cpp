@@ -20,12 +20,7 @@ int firstLine(const std::vector<std::string>& lines, const std::string& text) {
 
 std::string scanM() { return runCmd("allok -scn M").out; }
 
-struct AllokTest : testing::Test {
-  void SetUp() override {
-    simctl({"reset"});
-    testBoard().i2c.devices();  // its start-up probe is not part of what the tests look at
-  }
-};
+using AllokTest = FreshBoard;
 }  // namespace
 
 TEST_F(AllokTest, ScanShowsTheHostsSourcesInNameOrder) {

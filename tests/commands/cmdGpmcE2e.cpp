@@ -16,12 +16,6 @@ protected:
     return simOut(args, input);
   }
 };
-
-std::string hex4(unsigned v) {
-  char b[16];
-  snprintf(b, sizeof b, "%04x", v);
-  return b;
-}
 }  // namespace
 
 TEST_F(GpmcCmd, ReadsInBlocksOf256WordsAndWritesStepByOneByte) {
@@ -51,7 +45,7 @@ TEST_F(GpmcCmd, OneWordFillsTheWholeOutputBuffer) {
   std::vector<std::string> writes = trace.grep("fpga wr obuf");
   ASSERT_EQ(writes.size(), 2u * 8192u);
   for (size_t i = 0; i < writes.size(); ++i)
-    ASSERT_EQ(writes[i], "fpga wr obuf 0x" + hex4(static_cast<unsigned>(i / 2 * 2)) + " 0x1234");
+    ASSERT_EQ(writes[i], formatted("fpga wr obuf 0x%04x 0x1234", static_cast<unsigned>(i / 2 * 2)));
   EXPECT_EQ(wrote("0x0014"), "0x0200 0x0000");
   EXPECT_EQ(peek("obuf", "0"), 0x1234);
   EXPECT_EQ(peek("obuf", "0x3ffe"), 0x1234);

@@ -36,7 +36,7 @@ const char* const TABLE[] = {
     "line", "bg", "calc", "utp", "ec", "file", "mrtmp", "mrtmpwr", "mref", "msdat", "matrix", "bt", "sfp", "xml",
     "sd", "cfg", "cap", "xth", "rmp", "dta"};
 
-struct CommandDecl : testing::Test { void SetUp() override { simctl({"reset"}); } };
+using CommandDecl = FreshSim;
 }  // namespace
 
 TEST_F(CommandDecl, EveryDeclarationIsListedAndAnswersHelpAtOnceWithoutTouchingADevice) {

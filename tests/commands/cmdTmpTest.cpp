@@ -9,9 +9,7 @@
 namespace {
 using SimCmds = std::vector<std::vector<std::string>>;
 
-struct TempCmdTest : testing::Test {
-  void SetUp() override { simctl({"reset"}); }
-};
+using TempCmdTest = FreshSim;
 
 bool has(const std::string& out, const std::string& text) { return out.find(text) != std::string::npos; }
 

@@ -53,10 +53,7 @@ struct Block {
   std::vector<std::string> lines;
 };
 
-std::string trimRight(std::string s) {
-  while (!s.empty() && (s.back() == ' ' || s.back() == '\r' || s.back() == '\t')) s.pop_back();
-  return s;
-}
+std::string trimRight(std::string s) { return s.erase(s.find_last_not_of(" \r\t") + 1); }
 
 // A printed line as the terminal shows it: what follows a carriage return (a progress count) is what stays.
 std::string shown(const std::string& line) {

@@ -13,15 +13,12 @@
 namespace {
 // The page's text with its troff escapes undone.
 std::string pageText(const std::string& path) {
+  static const std::map<std::string, std::string> undone = {{"\\-", "-"}, {"\\e", "\\"}, {"\\&", ""}};
   std::string page = readFile(path), out;
   for (size_t i = 0; i < page.size(); ++i) {
-    if (page[i] == '\\' && i + 1 < page.size() && (page[i + 1] == '-' || page[i + 1] == 'e' || page[i + 1] == '&')) {
-      if (page[i + 1] == '-') out += '-';
-      if (page[i + 1] == 'e') out += '\\';
-      ++i;
-    } else {
-      out += page[i];
-    }
+    const auto escape = undone.find(page.substr(i, 2));
+    out += escape == undone.end() ? page.substr(i, 1) : escape->second;
+    i += escape != undone.end();  // the escape's second character taken with it
   }
   return out;
 }

@@ -164,11 +164,7 @@ TEST_F(GpmcTest, SignalHostSnapshotReadsEachRegisterOnceButTheUnmappedOne) {
   // offset with its even word, so only the offsets read show a moved address.
   std::string want, got;
   for (unsigned a = 0; a <= 0x62; a += 2)
-    if (a != 0x3c && a != 0x3e && a != 0x48 && a != 0x52 && a != 0x54) {
-      char w[8];
-      snprintf(w, sizeof w, " 0x%04x", a);
-      want += w;
-    }
+    if (a != 0x3c && a != 0x3e && a != 0x48 && a != 0x52 && a != 0x54) want += formatted(" 0x%04x", a);
   for (const std::string& l : trace.grep("fpga rd reg")) got += " " + l.substr(12, 6);
   EXPECT_EQ(got, want);
 }
@@ -199,12 +195,8 @@ TEST_F(GpmcTest, SampleBlocksGoToAFileFromTheSettledAddress) {
     EXPECT_EQ(GpmcDevBuf(*dev("ibuf")).rdOBufToFile(f, 2), SUCCESS);
     fclose(f);
     std::string expected;
-    char at[16], word[8];
-    for (int k = 0; k < 8; ++k) {
-      snprintf(at, sizeof at, "0x%x", offset + 2 * (k % 4));
-      snprintf(word, sizeof word, "%04x\n", peek("ibuf", at));
-      expected += word;
-    }
+    for (unsigned k = 0; k < 8; ++k)
+      expected += formatted("%04x\n", peek("ibuf", formatted("0x%x", offset + 2 * (k % 4))));
     EXPECT_EQ(readFile(path), expected) << std::hex << offset;
   };
   simctl({"fpga", "poke", "reg", "0x0e", "0x1040"});  // an A2D that is not collecting, at address 0

@@ -26,14 +26,10 @@ void action() { calls.emplace_back(NAME, clockUsec()); }
 // Microseconds since the epoch of a time printed as "%m-%d-%Y  %T." and microseconds.
 long long parsePrinted(const std::string& s) {
   struct tm tmv = {};
-  long us = 0;
-  if (sscanf(s.c_str(), "%d-%d-%d  %d:%d:%d.%ld", &tmv.tm_mon, &tmv.tm_mday, &tmv.tm_year, &tmv.tm_hour, &tmv.tm_min,
-             &tmv.tm_sec, &us) != 7)
-    return -1;
-  tmv.tm_mon -= 1;
-  tmv.tm_year -= 1900;
+  const char* us = strptime(s.c_str(), "%m-%d-%Y %T.", &tmv);
+  if (!us) return -1;
   tmv.tm_isdst = -1;
-  return mktime(&tmv) * 1000000LL + us;
+  return mktime(&tmv) * 1000000LL + atol(us);
 }
 }  // namespace
 

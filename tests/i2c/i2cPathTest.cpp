@@ -9,10 +9,9 @@
 #include "textUtil.h"
 
 namespace {
-class I2cPathSelect : public I2cTest {
+// The registry is built before the counts and traces the tests look at.
+class I2cPathSelect : public FreshBoard {
 protected:
-  // The registry is built before the counts and traces the tests look at.
-  void SetUp() override { I2cTest::SetUp(); testBoard().i2c.devices(); }
   // A new revision, as the next command sees it.
   void rev(int r) {
     simctl({"set", "rev", std::to_string(r)});

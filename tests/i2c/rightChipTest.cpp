@@ -41,12 +41,6 @@ std::vector<unsigned> bytesShown(const std::string& out) {
   return b;
 }
 
-std::string hex(unsigned v) {
-  char buf[8];
-  snprintf(buf, sizeof buf, "0x%x", v);
-  return buf;
-}
-
 class Walk {
 public:
   Walk(std::vector<Chip> chips, unsigned seed) : chips(std::move(chips)), rng(seed) {}
@@ -59,7 +53,7 @@ public:
     unsigned count = c.memory ? 1 + pick(write ? 8 : 24) : 1;
     unsigned at = c.lo + pick(c.hi - c.lo + 2 - count);  // every start that leaves room for count
     if (c.memory && write) at -= (at % 32 + count > 32) ? (at % 32 + count - 32) : 0;  // within one page
-    std::string line = std::string("i2c -d ") + c.name + " -o " + hex(at);
+    std::string line = std::string("i2c -d ") + c.name + " -o " + formatted("0x%x", at);
     SCOPED_TRACE("step " + std::to_string(n) + ": " + line);
     if (write) return writeStep(c, line, at, count);
     std::vector<unsigned> want;
@@ -78,7 +72,7 @@ private:
     line += " -w";
     std::vector<unsigned> data;
     for (unsigned k = 0; k < count; ++k) data.push_back(pick(256));
-    for (unsigned d : data) line += " " + hex(d);
+    for (unsigned d : data) line += formatted(" 0x%x", d);
     run(line);
     for (unsigned k = 0; k < count; ++k) EXPECT_EQ(peek(c, at + k), data[k]) << c.name;
     for (size_t i = 0; i < chips.size(); ++i)

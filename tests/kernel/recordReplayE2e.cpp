@@ -9,7 +9,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <regex>
 #include <string>
@@ -20,13 +19,6 @@
 #include "textUtil.h"
 
 namespace {
-// Sets an environment variable while it lives.
-struct EnvSet {
-  EnvSet(const char* name, const std::string& value) : name(name) { setenv(name, value.c_str(), 1); }
-  ~EnvSet() { unsetenv(name); }
-  const char* name;
-};
-
 RunResult recorded(const std::string& rec, const std::vector<std::string>& args, const std::string& input = "") {
   EnvSet on("DIAG_RECORD", rec);
   return runSim(args, input);

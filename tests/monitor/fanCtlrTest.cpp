@@ -28,9 +28,7 @@ void expectRun(const char* line, E_STATUS status, const std::string& text) {
   EXPECT_TRUE(contains(r.out, text)) << line << "\n" << r.out;
 }
 
-struct FanCtlrTest : testing::Test {
-  void SetUp() override { simctl({"reset"}); }
-};
+using FanCtlrTest = FreshSim;
 }  // namespace
 
 // Each register once, with the value read: of a page-0 register the table

@@ -13,11 +13,7 @@
 namespace {
 const char* const SMBUS = "0x0720";  // I2C_SMBUS
 
-struct MonitorFaultTest : testing::Test {
-  void SetUp() override {
-    simctl({"reset"});
-    testBoard().i2c.devices();  // its start-up probe is not part of what the tests look at
-  }
+struct MonitorFaultTest : FreshBoard {
   void TearDown() override { simctl({"kernel", "clear"}); }
   // Sets source's okay out to ok, expecting status expected and each of texts printed.
   static void setOkay(const char* source, bool ok, E_STATUS expected, std::initializer_list<const char*> texts) {

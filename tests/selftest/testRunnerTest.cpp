@@ -40,9 +40,7 @@ void expectScanNeedsEveryChip(const std::function<std::string()>& scan, const ch
   }
 }
 
-struct SelfTest : testing::Test {
-  void SetUp() override { simctl({"reset"}); }
-};
+using SelfTest = FreshSim;
 }  // namespace
 
 TEST_F(SelfTest, RegistryListsAndRunsByName) {

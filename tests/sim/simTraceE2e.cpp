@@ -7,7 +7,6 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include <cstdlib>
 #include <string>
 
 #include "programs.h"
@@ -17,15 +16,6 @@
 
 namespace {
 const std::string DROPPED = "diag-sim: cannot write the trace to ";
-
-// Points the trace of the programs started while it lives at another path.
-struct TraceAt {
-  explicit TraceAt(const std::string& path) : saved(getenv("DIAG_SIM_TRACE")) {
-    setenv("DIAG_SIM_TRACE", path.c_str(), 1);
-  }
-  ~TraceAt() { setenv("DIAG_SIM_TRACE", saved.c_str(), 1); }
-  std::string saved;
-};
 
 std::string fifo(const std::string& name) {
   std::string path = testPath(name);
@@ -48,7 +38,7 @@ TEST(SimTrace, UnusableTraceIsReportedOnceAndTheProgramGoesOn) {
   };
   for (const Case& c : cases) {
     SCOPED_TRACE(c.path);
-    TraceAt at(c.path);
+    EnvSet at("DIAG_SIM_TRACE", c.path);
     RunResult r = runSim(c.args, "", 20000);
     EXPECT_TRUE(!r.timedOut && r.exitCode == 0) << r.out;
     EXPECT_EQ(countOf(r.out, DROPPED), 1u) << r.out;
@@ -62,7 +52,7 @@ TEST(SimTrace, UnusableTraceIsReportedOnceAndTheProgramGoesOn) {
 TEST(SimTrace, ReaderThatGoesAwayEndsTheTraceNotTheShell) {
   const std::string path = fifo("reader.fifo");
   int reader = open(path.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
-  TraceAt at(path);
+  EnvSet at("DIAG_SIM_TRACE", path);
   PtySession sh(programArgv(diagSimBin(), {}));
   ASSERT_TRUE(sh.waitFor("diag> "));
   sh.mark();

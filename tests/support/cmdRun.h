@@ -2,6 +2,7 @@
 #include <string>
 
 #include "board.h"
+#include "testEnv.h"
 
 // The board of the test process, built once as the program's entry builds its own.
 Board& testBoard();
@@ -16,3 +17,11 @@ struct CmdResult {
 CmdResult runCmd(const std::string& line);
 // The same with the rows of the argument array as given (words no line could hold).
 CmdResult runRows(int argc, char argv[][ARG_LEN]);
+
+// A fresh instrument, and the test process's registry built: its start-up probe is no part of what a test looks at.
+struct FreshBoard : FreshSim {
+  void SetUp() override {
+    FreshSim::SetUp();
+    testBoard().i2c.devices();
+  }
+};

@@ -64,6 +64,4 @@ inline void plantBlock() {
 inline void resetSim() { simctl({"reset"}); }
 
 // Each test starts from one.
-struct I2cTest : ::testing::Test {
-  void SetUp() override { resetSim(); }
-};
+using I2cTest = FreshSim;

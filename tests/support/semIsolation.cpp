@@ -11,6 +11,7 @@
 #include <chrono>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
 
 #include "programs.h"
 #include "testEnv.h"
@@ -69,10 +70,8 @@ Child spawn(const std::vector<std::string>& argv, int in) {
 }
 
 Child startHelper(const std::string& mode) {
-  setenv("DIAG_SEM_HELPER", mode.c_str(), 1);
-  Child c = spawn(programArgv(selfPath(), {}));
-  unsetenv("DIAG_SEM_HELPER");
-  return c;
+  EnvSet asked("DIAG_SEM_HELPER", mode);
+  return spawn(programArgv(selfPath(), {}));
 }
 
 bool waitForLine(int fd, const std::string& text, int timeoutMs, std::string* got) {
@@ -111,4 +110,12 @@ int semValue(const char* name) {
   sem_getvalue(s, &v);
   sem_close(s);
   return v;
+}
+
+std::set<std::string> shmNames() {
+  std::set<std::string> names;
+  std::error_code ec;  // no /dev/shm: no names
+  for (const auto& e : std::filesystem::directory_iterator("/dev/shm", ec))
+    if (e.path().filename().string()[0] != '.') names.insert(e.path().filename().string());
+  return names;
 }

@@ -2,6 +2,7 @@
 #include <sys/types.h>
 
 #include <functional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -39,6 +40,8 @@ bool waitForLine(int fd, const std::string& text, int timeoutMs, std::string* go
 // Waits for a child to end within timeoutMs; its wait status, or -1 (killed
 // then, unless told not to).
 int waitChild(pid_t pid, int timeoutMs, bool killLate = true);
+// The names in /dev/shm but the hidden ones, in order.
+std::set<std::string> shmNames();
 // The value of a named semaphore as a fresh opener sees it; -1 when it does not exist.
 int semValue(const char* name);
 long long monoMs();

@@ -1,4 +1,8 @@
 #pragma once
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -22,6 +26,23 @@ long procStatus(int pid, const std::string& field);
 
 // The simulator's control surface, in-process (same state as the started programs).
 std::string simctl(const std::vector<std::string>& args);
+
+// Sets an environment variable, which the programs started meanwhile inherit, while it lives; then puts back
+// what was there.
+struct EnvSet {
+  EnvSet(const char* name, const std::string& value) : name(name) {
+    if (const char* v = getenv(name)) was = v;
+    setenv(name, value.c_str(), 1);
+  }
+  ~EnvSet() { was ? setenv(name, was->c_str(), 1) : unsetenv(name); }
+  const char* name;
+  std::optional<std::string> was;
+};
+
+// A fixture whose tests each start from a freshly powered-on instrument with the default configuration.
+struct FreshSim : ::testing::Test {
+  void SetUp() override { simctl({"reset"}); }
+};
 
 // The lines that a trace file gained since mark().
 class Trace {

@@ -1,6 +1,7 @@
 #pragma once
 #include <gtest/gtest.h>
 
+#include <cstdio>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -12,6 +13,13 @@ inline size_t countOf(const std::string& text, const std::string& piece) {
   size_t n = 0;
   for (size_t at = text.find(piece); at != std::string::npos; at = text.find(piece, at + 1)) ++n;
   return n;
+}
+
+// One unsigned number as a printf format shows it: formatted("0x%04x", 18) is "0x0012".
+inline std::string formatted(const char* format, unsigned v) {
+  char buf[64];
+  snprintf(buf, sizeof buf, format, v);
+  return buf;
 }
 
 inline std::vector<std::string> splitLines(const std::string& text) {

@@ -140,6 +140,8 @@ TEST(AllokStuckFault, AnyFansFaultIsTheControllersAndReleaseTimesOut) {
   EXPECT_NE(scan.find("fctl       false    NA"), std::string::npos) << scan;
   EXPECT_NE(scan.find("mnhost     true     false"), std::string::npos) << scan;
   AllOkayMap m(testBoard().devices);
+  Trace t;
   std::string out = captured([&] { EXPECT_EQ(m.find("fctl")->setOkayOut(true, false), TIMEOUT); });
   EXPECT_NE(out.find("function setOkayOut - timed out waiting for All-okay okay"), std::string::npos) << out;
+  EXPECT_EQ(t.grep("smbus write word_data cmd 0xf5").size(), 40u);  // forty attempts, no more
 }

@@ -111,6 +111,8 @@ TEST_F(GpmcCmd, ChannelOneSamplesDecodeToTheSignalTheA2DHolds) {
   EXPECT_EQ(std::stol(splitLines(readFile(out))[0]), -sim::a2dSample(0, 2, false));
   run({"-inv", "1", "1"});
   EXPECT_EQ(peek("reg", "0x0e") & 3, 0);
+  run({"-inv", "0", "2"});  // channel 2 by its own bit
+  EXPECT_EQ(peek("reg", "0x0e") & 3, 2);
 }
 
 TEST_F(GpmcCmd, CollectionsAndMeasurementResets) {

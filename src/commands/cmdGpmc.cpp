@@ -152,8 +152,7 @@ std::string keptName(const char* text) {
 
 E_STATUS openFiles(const GpmcArgs& a, GpmcFiles& files) {
   if (a.outName) {
-    const char* mode = a.dumpKind == GPMC_DUMP_BIN ? "w+b" : "w+";
-    E_STATUS status = files.out.open(keptName(a.outName), mode);
+    E_STATUS status = files.out.open(keptName(a.outName), "w+");  // binary or text: the same bytes here
     if (status != SUCCESS) return status;
   }
   if (!a.inName) return SUCCESS;

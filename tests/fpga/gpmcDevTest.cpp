@@ -60,21 +60,21 @@ TEST_F(GpmcTest, ReadHandsTheWordsToItsReaderBeforeAFailureIsReported) {
 }
 
 TEST_F(GpmcTest, DriverFailuresAreReportedWithTheSystemError) {
-  unsigned short two[2] = {0xa, 0xb};
+  unsigned short three[3] = {0xa, 0xb, 0xc};
   unsigned long n = 99;
   // A failed write shows the first four words of the writer's buffer, whatever
   // the count, and 0 only past the buffer's end.
-  std::string out = captured([&] { EXPECT_EQ(reg->write(two, 0xfff, 2, &n), FAILURE); });
+  std::string out = captured([&] { EXPECT_EQ(reg->write(three, 0xfff, 2, &n), FAILURE); });
   EXPECT_EQ(n, 1u);
-  EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x000a, buf[1]= 0x000b, buf[2]= 0x0000, "
+  EXPECT_TRUE(contains(out, "failed to write device 4(0x1000), buf[0]= 0x000a, buf[1]= 0x000b, buf[2]= 0x000c, "
                             "buf[3]= 0x0000\n"));
   expectPrints([&] { EXPECT_EQ(reg->regWrWithRdBack(0x4321, 0x1000, true), FAILURE); },
                {"buf[0]= 0x4321, buf[1]= 0x0000, buf[2]= 0x0000, buf[3]= 0x0000\n"});
   // A count beyond the buffer writes the buffer and no more.
   trace.mark();
-  EXPECT_EQ(reg->write(two, 0x20, 5, &n), SUCCESS);
-  EXPECT_EQ(n, 2u);
-  EXPECT_EQ(trace.grep("fpga wr reg").size(), 2u);
+  EXPECT_EQ(reg->write(three, 0x20, 5, &n), SUCCESS);
+  EXPECT_EQ(n, 3u);
+  EXPECT_EQ(trace.grep("fpga wr reg").size(), 3u);
   unsigned short seven[1] = {7};
   expectPrints([&] { EXPECT_EQ(dev("obuf")->write(seven, 0x4000, 1, &n), FAILURE); },
                {"function wrOBufLoc - failed to write device 2(0x4000), datum= 0x0007\nInvalid argument (22)\n"});

@@ -43,6 +43,7 @@ TEST(OneShot, RunsOneCommandLineAndHandlesHostileArguments) {
   EXPECT_EQ(runSim({std::string(300, 'x')}).out,
             "the line is 309 characters long: at most 199 are taken; nothing was run\n");
   EXPECT_EQ(runSim({"ec", "-cd", "%s%n%d%%"}).out, "");
+  EXPECT_EQ(runSim({"file", "-h"}).out, "file <filename> - execute diag script file\n");
   EXPECT_EQ(runSim({"\"unbalanced", "quote"}).out, "command not found\r\n");
 }
 

@@ -70,7 +70,7 @@ constexpr OptDecl posWord(const char* name) { return {.name = name, .kind = OPT_
 constexpr OptDecl restWords(const char* name) { return {.name = name, .kind = OPT_REST}; }
 constexpr OptDecl rawRestWords(const char* name) { return {.name = name, .kind = OPT_RAW_REST}; }
 constexpr S_VAL_DECL numVal(unsigned long min, unsigned long max) { return {VAL_NUM, min, max, false}; }
-constexpr S_VAL_DECL wordVal(bool optional = false) { return {VAL_WORD, 0, ULONG_MAX, optional}; }
+constexpr S_VAL_DECL wordVal(bool optional) { return {VAL_WORD, 0, ULONG_MAX, optional}; }
 
 // Whether the word after an option that takes a value is consumed, or the scan
 // still looks at that word too (so that a value is itself compared with the

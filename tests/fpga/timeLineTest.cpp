@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "programs.h"
+#include "testEnv.h"
 #include "textUtil.h"
 #include "timeLine.h"
 
@@ -87,8 +88,12 @@ TEST(TimeLine, WaitEndsAtItsTimeWithoutTakingAProcessor) {
 }
 
 TEST(TaCommand, ActionsRunAboutOneAndTwoSecondsApart) {
+  EnvSet recorded("DIAG_RECORD", testPath("ta.rec"));
   RunResult r = runSim({"ta"});
   ASSERT_EQ(r.exitCode, 0) << r.out;
+  // The command reads the clock once for nothing; the timeline then reads it three times before its first wait.
+  const std::string rec = readFile(testPath("ta.rec"));
+  EXPECT_EQ(countOf(rec.substr(0, rec.find(" sleep ")), " clock realtime"), 4u) << rec;
   std::vector<std::string> lines = splitLines(r.out);
   ASSERT_EQ(lines.size(), 9u) << r.out;
   EXPECT_EQ(lines[0], "NOW");

@@ -57,6 +57,8 @@ TEST_F(SelfTest, RegistryListsAndRunsByName) {
   // An unknown name is an unknown command: see Dispatch.EveryOutcomeIsReportedAndOnlyABadArrayFails.
   // A register walk this build cannot run still has its usage, and gives no verdict.
   EXPECT_EQ(runCmd("runtest tmp0reg -l 2 -h").out, "-l <loops (0=>infinite)>\n");
+  EXPECT_EQ(runCmd("runtest pscfa -h").out,
+            "-l <loops (0=>infinite)> - write 996200 to hvuc3, register 0, that many times\n");
   EXPECT_TRUE(contains(runCmd("runtest mbt -l 2").out, "mbt: unknown option -l"));  // one that is no walk has none
   out = expectRun("tmp0reg", {"not available in this build"});
   EXPECT_FALSE(contains(out, "PASSED") || contains(out, "FAILED")) << out;

@@ -88,7 +88,7 @@ TEST(LineEditor, CursorKeysMoveBrowseAndEdit) {
       {"\x1b[A", "two"}, {"\x1b[A\x1b[A", "one"}, {"\x1bOA\x1b[A\x1b[B", "two"},
       {"ac\x1b[Db", "abc"}, {"ac\x1bODb\x1b[Cd", "abcd"}, {"bc\x1b[Ha\x1b[Fd", "abcd"},
       {"abc\x1b[1~\x1b[3~", "bc"}, {"abc\x1b[D\x1b[D\x04", "ac"}, {"ab\x1b[D\x7f", "b"},
-      {"ab\x1b[15~\x1b[1;5A\x1b[Zc", "abc"}, {"\x1b[D\x1b[D\x7fx\x1b[C\x1b[C", "x"}, {"ab\x1b[\x7f", "a"},
+      {"ab\x1b[19~\x1b[20~\x1b[1;5A\x1b[Zc", "abc"}, {"\x1b[D\x1b[D\x7fx\x1b[C\x1b[C", "x"}, {"ab\x1b[\x7f", "a"},
       {"ab\x1b[ c", "abc"}, {"abc\x1b[D\x1b[3~x", "abx"}};
   for (const Case& c : cases) {
     Editor e(h);

@@ -29,6 +29,7 @@ TEST_F(I2cCommand, ListsEveryDeviceOfTheBoardWithItsDescription) {
   EXPECT_TRUE(contains(out, "mc2i2cspi"));
   EXPECT_FALSE(contains(out, "fctl"));
   simctl({"set", "board", "mref"});  // the main reference's one chip answers where its table says
+  EXPECT_TRUE(contains(run({"-l"}), "mrefEeprom   0x50 plain Main Reference 1   0989 Main Reference Processor EEPROM"));
   EXPECT_TRUE(contains(run({"-d", "mrefEeprom", "-o", "0", "-r", "2"}), "5a39 "));
 }
 

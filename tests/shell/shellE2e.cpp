@@ -128,9 +128,10 @@ TEST(Interactive, SecondInterruptEndsTheShell) {
 // a message naming it, the script goes on, and the shell's memory does not grow
 // with the line (an endless line, as /dev/zero holds, once took it all).
 TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
-  RunResult r = runSim({"file", testDir()});
+  RunResult r = runSim({"--exit-status", "file", testDir()});
   EXPECT_NE(r.out.find("unable to read file " + testDir() + ", so it cannot be run\nIs a directory (21)\n"),
             std::string::npos) << r.out;
+  EXPECT_NE(r.exitCode, 0);
 
   const std::string banner = "#!" + std::string(600, '=') + " 100% %s";
   writeFile(testPath("banner.txt"), banner + "\nec -cd Scan\n");

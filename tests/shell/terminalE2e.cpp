@@ -91,6 +91,8 @@ TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
     }
     if (w.keyWait) {
       ASSERT_TRUE(sh.waitCanonical(false));
+    } else if (*w.command) {
+      ASSERT_TRUE(sh.waitCanonical(true));  // a command that reads lines has them edited by the terminal
     }
     w.end(sh);
     EXPECT_EQ(sh.waitExit(), w.exitCode) << sh.since();

@@ -73,3 +73,13 @@ TEST(SimTrace, ReaderThatGoesAwayEndsTheTraceNotTheShell) {
   sh.type("q\r");
   EXPECT_EQ(sh.waitExit(), 0);
 }
+
+// A program started without standard input may get descriptor 0 for its trace, as good as any other.
+TEST(SimTrace, DescriptorZeroCarriesTheTrace) {
+  std::string line = "exec 0<&-";
+  for (const std::string& w : programArgv(diagSimBin(), {"i2c", "-d", "fctl", "-o", "0x90", "-r", "2"}))
+    line += " '" + w + "'";
+  Trace t;
+  runProgram({"/bin/sh", "-c", line});
+  EXPECT_FALSE(t.grep("smbus read word_data cmd 0x90").empty());
+}

@@ -49,7 +49,10 @@ struct WayOut {
   int signal;
 };
 
-void key(PtySession& s, const char* k) { s.send(k); }
+// At the prompt, then Ctrl-Z: true once the job shell says the shell stopped.
+bool stoppedAtPrompt(PtySession& sh) {
+  return sh.waitFor("diag> ") && sh.waitCanonical(false) && (sh.send("\x1a"), sh.waitJob("stopped"));
+}
 void sig(PtySession& s, int n) { kill(s.programPid(), n); }
 }  // namespace
 
@@ -58,7 +61,7 @@ TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
   auto keysThenQ = [](const char* keys) {
     return [keys](PtySession& s) {
       s.mark();
-      key(s, keys);
+      s.send(keys);
       s.waitFor("diag> ");
       s.type("q\r");
     };
@@ -66,9 +69,9 @@ TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
   auto interruptThenQ = keysThenQ("\x03");
   const WayOut ways[] = {
       {"q, blanks after it", "", "", true, [](PtySession& s) { s.type("q  \r"); }, 0, 0},
-      {"Ctrl-D", "", "", true, [](PtySession& s) { key(s, "\x04"); }, 0, 0},
+      {"Ctrl-D", "", "", true, [](PtySession& s) { s.send("\x04"); }, 0, 0},
       {"Ctrl-C at the prompt, then q", "", "", true, interruptThenQ, 0, 0},
-      {"Ctrl-\\ at the prompt", "", "", true, [](PtySession& s) { key(s, "\x1c"); }, -1, SIGQUIT},
+      {"Ctrl-\\ at the prompt", "", "", true, [](PtySession& s) { s.send("\x1c"); }, -1, SIGQUIT},
       {"terminate at the prompt", "", "", true, [](PtySession& s) { sig(s, SIGTERM); }, -1, SIGTERM},
       {"hang-up at the prompt", "", "", true, [](PtySession& s) { sig(s, SIGHUP); }, -1, SIGHUP},
       {"abort (a fatal fault)", "", "", true, [](PtySession& s) { sig(s, SIGABRT); }, -1, SIGABRT},
@@ -106,10 +109,7 @@ TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
 TEST(Terminal, GivenBackWhileStoppedAndTakenUpOnContinue) {
   const termios before = startModes();
   PtySession sh(programArgv(diagSimBin(), {}), {&before, true});
-  ASSERT_TRUE(sh.waitFor("diag> "));
-  ASSERT_TRUE(sh.waitCanonical(false));
-  sh.send("\x1a");
-  ASSERT_TRUE(sh.waitJob("stopped"));
+  ASSERT_TRUE(stoppedAtPrompt(sh));
   EXPECT_EQ(text(sh.modes()), text(before));
 
   kill(sh.programPid(), SIGCONT);
@@ -125,15 +125,18 @@ TEST(Terminal, GivenBackWhileStoppedAndTakenUpOnContinue) {
   EXPECT_EQ(text(sh.modes()), text(before));
 }
 
-// Ended while it is stopped in the background, the shell leaves the terminal to the foreground job: touching it
-// from there would stop the shell again, for good.
-TEST(Terminal, EndedInTheBackgroundLeavesTheTerminalAlone) {
+// Continued in the background, the shell leaves the terminal alone; brought to the foreground, it takes up its
+// modes again. Ended while it is stopped in the background, it leaves the terminal to the foreground job: touching
+// it from there would stop the shell again, for good.
+TEST(Terminal, InTheBackgroundItLeavesTheTerminalAloneAndInTheForegroundTakesItUp) {
   const termios before = startModes();
   PtySession sh(programArgv(diagSimBin(), {}), {&before, true, true});
-  ASSERT_TRUE(sh.waitFor("diag> "));
-  ASSERT_TRUE(sh.waitCanonical(false));
-  sh.send("\x1a");
-  ASSERT_TRUE(sh.waitJob("stopped"));
+  ASSERT_TRUE(stoppedAtPrompt(sh));
+  kill(sh.programPid(), SIGCONT);
+  ASSERT_TRUE(sh.waitJob("continued"));
+  EXPECT_EQ(text(sh.modes()), text(before));
+  sh.foreground();
+  ASSERT_TRUE(stoppedAtPrompt(sh));  // its modes taken up again
   kill(sh.programPid(), SIGTERM);
   kill(sh.programPid(), SIGCONT);
   EXPECT_EQ(sh.waitExit(), -1);

@@ -15,11 +15,14 @@
 #include "semIsolation.h"
 
 namespace {
+volatile sig_atomic_t fgAsked = 0;
+
 // The session leader under job control: puts the program in a process group
 // of its own in the foreground, reports on the events pipe how the job fares,
 // and ends as the job ended (its exit code, or its signal).
 [[noreturn]] void jobShell(const std::vector<std::string>& argv, int events, bool takeBackOnStop) {
   signal(SIGTTOU, SIG_IGN);  // handing the terminal to the job from outside the foreground
+  signal(SIGUSR1, [](int) { fgAsked = 1; });  // "fg"
   pid_t job = fork();
   if (job == 0) {
     setpgid(0, 0);
@@ -32,8 +35,18 @@ namespace {
   tcsetpgrp(STDIN_FILENO, job);
   dprintf(events, "job %d\n", static_cast<int>(job));
   for (;;) {
+    if (fgAsked) {
+      fgAsked = 0;
+      tcsetpgrp(STDIN_FILENO, job);
+      kill(job, SIGCONT);
+    }
     int st;
-    if (waitpid(job, &st, WUNTRACED | WCONTINUED) < 0) _exit(126);
+    pid_t r = waitpid(job, &st, WUNTRACED | WCONTINUED | WNOHANG);
+    if (r == 0 || (r < 0 && errno == EINTR)) {
+      usleep(1000);  // a short look again, so that an fg asked at any moment is seen
+      continue;
+    }
+    if (r < 0) _exit(126);
     if (WIFSTOPPED(st)) {
       if (takeBackOnStop) tcsetpgrp(STDIN_FILENO, getpgrp());
       dprintf(events, "stopped\n");
@@ -96,6 +109,8 @@ bool PtySession::waitUntil(const std::function<bool()>& done, int timeoutMs) {
 bool PtySession::waitCanonical(bool canonical, int timeoutMs) {
   return waitUntil([&] { return ((modes().c_lflag & ICANON) != 0) == canonical; }, timeoutMs);
 }
+
+void PtySession::foreground() { kill(pid, SIGUSR1); }
 
 bool PtySession::waitJob(const std::string& event, int timeoutMs) {
   if (!::waitForLine(events, event + "\n", timeoutMs, &eventText)) return false;

@@ -49,6 +49,8 @@ public:
   bool waitCanonical(bool canonical, int timeoutMs = 10000);
   // The program's process (under job control the job, not its shell).
   pid_t programPid() const { return jobPid > 0 ? jobPid : pid; }
+  // Under job control: the shell brings the job to the foreground and continues it, as its fg does.
+  void foreground();
   // Under job control: waits for the shell to report the job "stopped" or "continued".
   bool waitJob(const std::string& event, int timeoutMs = 10000);
 

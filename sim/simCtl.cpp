@@ -38,10 +38,10 @@ std::string usage() {
          "                                -128 to 127.875, to the eighth of a degree\n"
          "  set sensor mrtmp1|mrtmp2 remote open|closed\n"
          "                                the sensor's remote diode is disconnected, or back\n"
-         "  set zone N DEGREES|absent|failed|in-degrees\n"
+         "  set zone N DEGREES|absent|failed|in-degrees|empty\n"
          "                                the processor's thermal zone N (0-3): its temperature (-273 to\n"
          "                                200, to the thousandth), not there, its reading fails (EIO),\n"
-         "                                or it reads in degrees (48.500), not thousandths\n"
+         "                                it reads in degrees (48.500), not thousandths, or it reads empty\n"
          "  set adapter omap|full|smbus   I2C controller of adapter 2: the instrument's own (omap:\n"
          "                                no SMBus quick, no zero-length message, no block read),\n"
          "                                a full-featured one, or one that carries SMBus only\n"
@@ -97,13 +97,16 @@ int setZone(SimState& s, const std::vector<std::string>& a, std::string& out) {
     out = "set zone: " + a[2] + " is not a zone from 0 to " + std::to_string(THERMAL_ZONES - 1) + "\n";
     return 2;
   }
-  if (a[3] == "absent" || a[3] == "failed" || a[3] == "in-degrees") {
+  if (a[3] == "absent" || a[3] == "failed" || a[3] == "in-degrees" || a[3] == "empty") {
     s.cfg.zonePresent[z] = a[3] != "absent";
-    s.cfg.zoneFault[z] = a[3] == "failed" ? ZONE_FAILED : a[3] == "in-degrees" ? ZONE_IN_DEGREES : ZONE_READS;
+    s.cfg.zoneFault[z] = a[3] == "failed"       ? ZONE_FAILED
+                         : a[3] == "in-degrees" ? ZONE_IN_DEGREES
+                         : a[3] == "empty"      ? ZONE_EMPTY
+                                                : ZONE_READS;
     return 0;
   }
   if (!parseTemp(a[3], ZONE_MIN_DEG, ZONE_MAX_DEG, 1000, &milli)) {
-    out = "set zone: " + a[3] + " is not a temperature from -273 to 200 degrees, nor absent, failed or in-degrees\n";
+    out = "set zone: " + a[3] + " is not a temperature from -273 to 200 degrees, nor absent, failed, empty or in-degrees\n";
     return 2;
   }
   s.cfg.zonePresent[z] = 1;
@@ -204,8 +207,8 @@ std::string show(const SimState& s) {
   std::string out = buf;
   for (int z = 0; z < THERMAL_ZONES; ++z) {
     if (!s.cfg.zonePresent[z]) continue;
-    if (s.cfg.zoneFault[z] == ZONE_FAILED)
-      snprintf(buf, sizeof buf, "zone %d %s failed\n", z, zoneType(z));
+    if (s.cfg.zoneFault[z] == ZONE_FAILED || s.cfg.zoneFault[z] == ZONE_EMPTY)
+      snprintf(buf, sizeof buf, "zone %d %s %s\n", z, zoneType(z), s.cfg.zoneFault[z] == ZONE_EMPTY ? "empty" : "failed");
     else
       snprintf(buf, sizeof buf, "zone %d %s %.3f%s\n", z, zoneType(z), s.cfg.zoneMilliC[z] / 1000.0,
                s.cfg.zoneFault[z] == ZONE_IN_DEGREES ? " in degrees" : "");

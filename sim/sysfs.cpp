@@ -49,6 +49,7 @@ std::vector<Client> clientsOnAdapter2(const SimState& s) {
 // type and its temperature in thousandths of a degree.
 const std::string THERMAL_DIR = "/sys/class/thermal";
 std::string zoneTempText(const BoardConfig& cfg, int z) {
+  if (cfg.zoneFault[z] == ZONE_EMPTY) return "";
   if (cfg.zoneFault[z] != ZONE_IN_DEGREES) return std::to_string(cfg.zoneMilliC[z]) + "\n";
   char buf[32];
   snprintf(buf, sizeof buf, "%.3f\n", cfg.zoneMilliC[z] / 1000.0);

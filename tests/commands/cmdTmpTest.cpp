@@ -124,6 +124,8 @@ TEST_F(TempCmdTest, TmpShowsEachThermalZone) {
   r = runCmd("tmp");
   EXPECT_TRUE(r.status == FAILURE && has(r.out, "thermal_zone3 (iva_thermal): its temperature reads \"150.000\", "
                                                  "not thousandths of a degree\n")) << r.out;
+  simctl({"set", "zone", "1", "empty"});  // read, and nothing in it: no system error to tell
+  EXPECT_TRUE(has(runCmd("tmp").out, "(core_thermal): its temperature cannot be read\nfile cmdTmp, line "));
   simctl({"set", "zone", "0", "absent"});
   r = runCmd("tmp");
   EXPECT_EQ(r.status, FAILURE);

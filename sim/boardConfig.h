@@ -40,8 +40,8 @@ struct BoardConfig {
 };
 
 // How a thermal zone's temperature file reads: as the kernel writes it, not at
-// all (EIO), or in degrees with a fraction, as a driver that has the unit
-// wrong would give it.
+// all (EIO), in degrees with a fraction, as a driver that has the unit wrong
+// would give it, or empty.
 enum ZoneFault : uint8_t { ZONE_READS, ZONE_FAILED, ZONE_IN_DEGREES, ZONE_EMPTY };
 
 void defaultConfig(BoardConfig& cfg);

@@ -120,6 +120,7 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
   simctl({"i2c", "nack", "bpEeprom", "on"});  // a page the part refuses is told, and the load stops there
   r = run({"eeprom", "-load", "bpEeprom", "-f", testPath("id.bin")});
   EXPECT_TRUE(contains(r.out, "failed to write device bpEeprom(0x50)") && contains(r.out, "stopped at 0x000")) << r.out;
+  EXPECT_NE(r.exitCode, 0);
   simctl({"i2c", "nack", "bpEeprom", "off"});
   r = run({"eeprom", "-load", "bpEeprom", "-f", testPath("id.bin")});
   EXPECT_EQ(r.exitCode, 0) << r.out;
@@ -147,10 +148,14 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
   EXPECT_EQ(run({"xml", "-f", testPath("a.xml")}).out, "a\n  b k=\"v\": text\n  c\n");
   EXPECT_EQ(run({"xml", "-f", testPath("a.xml"), "-x", "//b/@k"}).out, "v\n");
   EXPECT_TRUE(contains(run({"xml", "-f", testPath("a.xml"), "-x", "//["}).out, "XPath //[: Invalid expression\n"));
+  RunResult n = run({"xml", "-f", testPath("a.xml"), "-x", "count(//b)"});
+  EXPECT_EQ(n.out + std::to_string(n.exitCode), "1\n0");
   writeFile(testPath("bad.xml"), "<a>\n  <b>\n</a>\n");
   RunResult r = run({"xml", "-f", testPath("bad.xml")});
   EXPECT_NE(r.exitCode, 0);
   EXPECT_TRUE(contains(r.out, "line 3, column 5: Opening and ending tag mismatch")) << r.out;
+  r = run({"xml", "-f", testPath("bad.xml"), "-x", "//b"});
+  EXPECT_TRUE(contains(r.out, "bad.xml: line 3, column 5: Opening and ending tag mismatch")) << r.out;
   EXPECT_EQ(run({"cfg", "-g", "production.station"}).out, "bench-1\n");
   EXPECT_TRUE(contains(run({"cfg", "-l"}).out, "limits.fanTestSpeed = 60\n"));
   r = run({"cfg", "-g", "limits.nosuch"});

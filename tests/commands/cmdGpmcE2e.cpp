@@ -134,9 +134,9 @@ TEST_F(GpmcCmd, CollectionsAndMeasurementResets) {
   EXPECT_FALSE(contains(simctl({"fpga", "status"}), "a2d: continuous"));  // nothing after the failed stage
   EXPECT_TRUE(contains(failed.out, "function rdOBufToFile - failed to read device")) << failed.out;
   trace.mark();
-  run({"-caon"});
+  EXPECT_EQ(run({"-caon"}), "");  // started and stopped without a word
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "a2d: continuous"));
-  run({"-caoff"});
+  EXPECT_EQ(run({"-caoff"}), "");
   EXPECT_EQ(trace.grep("fpga ioctl"),
             (std::vector<std::string>{"fpga ioctl 0x11abc6 devtype 3", "fpga ioctl 0x11abca devtype 3"}));
 }

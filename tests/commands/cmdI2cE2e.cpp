@@ -98,7 +98,7 @@ TEST_F(I2cCommand, EachLimitTakesItsLastValue) {
   struct Case { const char* line; E_STATUS status; const char* out; } cases[] = {
       {"i2c -d fpfpga -o 0xff -r 1", SUCCESS, "0x"},
       {"i2c -d fpfpga -o 0x100 -r 1", BAD_PARAMETER, "i2c -o: 256 is out of range, 0 to 255"},
-      {"i2c -d fpfpga -o 0x20 -r 32", SUCCESS, ""},
+      {"i2c -d fpfpga -o 0x20 -r 32", SUCCESS, "00000000000000000000000000000000 ................\n"},
       {"i2c -d fpfpga -o 0x20 -r 33", BAD_PARAMETER, "too many bytes to read, 33, at most 32"},
       {"i2c -d fpfpga -o 0x11 -w 1 2", SUCCESS, ""},
       {"i2c -d mhEeprom -o 0xffff -r 1", SUCCESS, ""}};

@@ -50,7 +50,7 @@ TEST_F(GpmcFaultTest, BitChangeStopsAtTheFailedStepOfItsReadWriteReadCycle) {
   failIoctl(RD, 1);
   expectPrints([&] { EXPECT_EQ(ctl.GPMCEnDAC(), FAILURE); },
                {"function setResetBits - failed to read FPGA\n", "failed to enable waveform to AD5542A DAC\n"});
-  EXPECT_NE(peek("reg", "0x14"), before);
+  EXPECT_EQ(peek("reg", "0x14"), before | 0x0400);
 
   // A field change whose read fails writes nothing.
   failIoctl(RD);
@@ -72,6 +72,13 @@ TEST_F(GpmcFaultTest, MeasurementResetAndCollectionReportTheirFailedStep) {
   failIoctl(RD, 1 + 2);  // the preset's read-back, the pulse's two reads
   expectPrints([&] { EXPECT_EQ(ctl.GPMCFrcMeasReset(), FAILURE); }, {"failed to clear A2D control register bit\n"});
   EXPECT_EQ(peek("reg", "0x0e") & A2D_FRC_MEAS_RESET, A2D_FRC_MEAS_RESET);
+
+  // A one-shot collection whose first look at the sample address fails stops there and says why.
+  failIoctl(RD, 2);  // the status, the start's read-back
+  int waited = -1;
+  expectPrints([&] { EXPECT_EQ(ctl.GPMCEnOSDataCollNWait4Dn(0xfffe, &waited), FAILURE); },
+               {"exited loop with bad status= 2\n"});
+  EXPECT_EQ(waited, 0);
 
   // Clearing the waveform control register whose write is refused.
   simctl({"fpga", "poke", "reg", "0x14", "0x0010"});

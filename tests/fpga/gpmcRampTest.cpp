@@ -39,6 +39,7 @@ TEST_F(GpmcTest, TimerRampUpAndDownWithTheirWaits) {
   ASSERT_EQ(ramp.GPMCRampDownTmr(0x100, 100), SUCCESS);
   EXPECT_EQ(wrote("0x0028") + " " + wrote("0x001e"), "0x0064 0x0000");
   ASSERT_EQ(ramp.waitForAtZero(false, true), SUCCESS);
+  EXPECT_NE(peek("reg", "0x30") & 0x2000, 0);  // it waited for the at-zero status, not its absence
   ASSERT_EQ(ramp.waitForCurrValZero(false, true), SUCCESS);
   EXPECT_EQ(peek("reg", "0x24"), 0);
 }

@@ -6,6 +6,7 @@
 #include "i2cPath.h"
 #include "cmdRun.h"
 #include "i2cTestUtil.h"
+#include "programs.h"
 #include "textUtil.h"
 
 namespace {
@@ -62,6 +63,11 @@ TEST_F(I2cPathSelect, AControlByteNotTakenOrNotHeldFailsTheSelection) {
   out = captured([&] { EXPECT_EQ(p.setMuxes(0, bus.fd), FAILURE); });
   EXPECT_TRUE(contains(out, "I2C switch hostsw(0x71) holds 0x04 after control byte 0x02 selecting the path to fctl\n"))
       << out;
+  // Without plain transfers the byte goes out at the switch's own address; a refused address is a byte not taken.
+  simctl({"set", "adapter", "smbus"});
+  simctl({"kernel", "fail", "ioctl", "i2c-2", "EBUSY", "0x706"});
+  out = runSim({"i2c", "-d", "fctl", "-o", "0x90", "-r", "2"}).out;
+  EXPECT_TRUE(contains(out, "did not take control byte 0x02 selecting the path to fctl\nDevice or resource busy (16)\n")) << out;
 }
 
 // A path reaches the bus only through the chips the registry handed it, and

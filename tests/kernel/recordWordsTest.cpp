@@ -128,14 +128,14 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
   // A recording edited by hand may spell an escape in capitals, or a carriage return as \r; what is not a
   // line of a recording is refused, not read as something else.
   const size_t take = text.find(" lock take diagSem");
-  const size_t stamp = text.find(' ', text.rfind('\n', take) + 1) + 1;
+  const size_t no = text.rfind('\n', take) + 1, stamp = text.find(' ', no) + 1;
   struct Edit { size_t at, len; std::string by, why; } edits[] = {
       {text.find("\\x20words"), 4, "\\r\\x2A", ""},
       {text.find("\\x20words"), 4, "\\x2G", "not a line of a recording"},
       {text.find("\\x20words"), 4, "\\q20", "not a line of a recording"},
       {text.find("\nargs "), 1, "\ncolour blue\n", "not a line of a recording"},
       {text.find("\nargs "), 1, "\nenv TZ\n", "not a line of a recording"},  // a name without its value
-      {stamp, take - stamp, "", "not request "}};
+      {stamp, take - stamp, "", "not request "}, {no, stamp - 1 - no, "99", "not request "}};
   for (const Edit& e : edits) {
     writeFile(path, text.substr(0, e.at) + e.by + text.substr(e.at + e.len));
     ReplayKernel edited;

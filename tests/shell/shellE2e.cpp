@@ -67,6 +67,10 @@ TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {
   const std::string count = "system ls /proc/$PPID/fd | wc -l\n";
   std::vector<std::string> n = splitLines(
       runSim({}, count + "file " + testPath("s2.txt") + "\nfile " + testPath("s2.txt") + "\n" + count + "q\n").out);
+  // file alone names no script (not the last one), and a line of too many words is not run.
+  std::string out = runSim({}, "file " + testPath("s2.txt") + "\nfile\nec -cd SD 1 2 3 4 5 6 7 8 9 a b c d e f g h i\n").out;
+  EXPECT_TRUE(contains(out, "runScriptFile - unable to open file \ndiag> too many words in the line, 21: at most 20 are taken; "
+                            "nothing was run\ndiag> \n")) << out;
   std::vector<std::string> counts;
   for (std::string l : n) {
     if (l.rfind("diag> ", 0) == 0) l.erase(0, 6);  // the prompt before the command's output

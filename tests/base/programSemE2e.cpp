@@ -231,15 +231,11 @@ TEST(NamedSemaphores, ReentrantTakesGiveOnlyAtTheOutermost) {
 // every word read back is one that was written whole.
 TEST(NamedSemaphores, TwoProcessesShareTheFpgaWordByWord) {
   constexpr int ROUNDS = 60;
-  simctl({"reset"});
-  simctl({"set", "board", "signal"});
+  simctls({{"reset"}, {"set", "board", "signal"}});
   for (char who : {'a', 'b'}) {
     std::string script;
-    for (int i = 0; i < ROUNDS; ++i) {
-      char line[96];
-      snprintf(line, sizeof line, "gpmc -m reg -w 1 -o 4 -d 0x%c%03x\ngpmc -m reg -r 1 -o 4 -s\n", who, i);
-      script += line;
-    }
+    for (int i = 0; i < ROUNDS; ++i)
+      script += formatted("gpmc -m reg -w 1 -o 4 -d 0x%c%03x\ngpmc -m reg -r 1 -o 4 -s\n", who, i);
     writeFile(testPath(std::string("share-") + who), script);
   }
   Trace trace;

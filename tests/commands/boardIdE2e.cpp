@@ -37,25 +37,21 @@ const char* const DOC =
 TEST_F(BoardId, RevShowsEveryBoardEepromOfTheHostWithItsIdentity) {
   RunResult r = run({"rev"});
   EXPECT_EQ(r.exitCode, 0) << r.out;
-  EXPECT_TRUE(contains(r.out, "host             Main Host\n")) << r.out;
-  EXPECT_TRUE(contains(r.out, "FPGA             device id 0x4d48, revision 0x0102\n")) << r.out;
-  for (const char* n : {"mhEeprom", "commEeprom", "fcEeprom", "mrEeprom", "bpEeprom", "smcEeprom", "fpioEeprom",
-                        "fprlyEeprom"})
-    EXPECT_TRUE(contains(r.out, std::string("  ") + n)) << n;
-  EXPECT_TRUE(contains(r.out, "bpEeprom     type 0970, name back plane, part Z9-0970-03, serial 0970-24-")) << r.out;
+  EXPECT_TRUE(holdsAll(r.out, {"host             Main Host\n", "FPGA             device id 0x4d48, revision 0x0102\n",
+                               "  mhEeprom", "  commEeprom", "  fcEeprom", "  mrEeprom", "  bpEeprom", "  smcEeprom",
+                               "  fpioEeprom", "  fprlyEeprom",
+                               "bpEeprom     type 0970, name back plane, part Z9-0970-03, serial 0970-24-"}));
   // A part that does not answer and one with no identity keep their rows.
-  simctl({"i2c", "absent", "fcEeprom", "on"});
-  simctl({"i2c", "identity", "mrEeprom", "blank"});
+  simctls({{"i2c", "absent", "fcEeprom", "on"}, {"i2c", "identity", "mrEeprom", "blank"}});
   r = run({"rev"});
   EXPECT_NE(r.exitCode, 0);
-  EXPECT_TRUE(contains(r.out, "  fcEeprom     does not answer\n")) << r.out;
-  EXPECT_TRUE(contains(r.out, "  mrEeprom     no identity programmed (blank)\n")) << r.out;
-  EXPECT_TRUE(contains(r.out, "  bpEeprom     type 0970")) << r.out;
+  EXPECT_TRUE(holdsAll(r.out, {"  fcEeprom     does not answer\n", "  mrEeprom     no identity programmed (blank)\n",
+                               "  bpEeprom     type 0970"}));
   simctl({"set", "board", "signal"});
   r = run({"rev"});
   EXPECT_TRUE(contains(r.out, "mc2Eeprom    type 0985, name measurement channel 2")) << r.out;
-  simctl({"set", "rev-text", "x\n"});  // a damaged board revision file: the revision is assumed
-  simctl({"revision", "none"});
+  // A damaged board revision file: the revision is assumed.
+  simctls({{"set", "rev-text", "x\n"}, {"revision", "none"}});
   r = run({"rev"});
   EXPECT_TRUE(contains(r.out, "board revision   3 (assumed: no number in")) << r.out;
   EXPECT_TRUE(contains(r.out, "diagnostics      no /vesta/diags/revision.txt\n")) << r.out;
@@ -78,8 +74,7 @@ TEST_F(BoardId, EachDamageHasItsOwnLineAndFails) {
       {"empty", "commEeprom: identity length 0 out of range (1 to 4024)\n"},  // and no stream read at all
   };
   for (const auto& c : cases) {
-    simctl({"i2c", "identity", "commEeprom", "reset"});
-    simctl({"i2c", "identity", "commEeprom", c.damage});
+    simctls({{"i2c", "identity", "commEeprom", "reset"}, {"i2c", "identity", "commEeprom", c.damage}});
     RunResult r = run({"eeprom", "-id", "commEeprom"});
     EXPECT_NE(r.exitCode, 0) << c.damage;
     EXPECT_TRUE(contains(r.out, c.line)) << c.damage << ": " << r.out;
@@ -99,8 +94,7 @@ TEST_F(BoardId, TestPassesLeavingEveryByteAndFailsOnAStuckBit) {
   simctl({"i2c", "stuck", "bpEeprom", "0xfe5", "3", "1"});
   r = run({"eeprom", "-t", "bpEeprom"});
   EXPECT_NE(r.exitCode, 0);
-  EXPECT_TRUE(contains(r.out, "bpEeprom byte 0xfe5: wrote 0x55, read back 0x5d\n")) << r.out;
-  EXPECT_TRUE(contains(r.out, "eeprom test bpEeprom FAILED\n")) << r.out;
+  EXPECT_TRUE(holdsAll(r.out, {"bpEeprom byte 0xfe5: wrote 0x55, read back 0x5d\n", "eeprom test bpEeprom FAILED\n"}));
   std::vector<uint8_t> after = memOf("bp-eeprom");
   EXPECT_TRUE(std::equal(before.begin(), before.begin() + 0xFE0, after.begin()));  // nothing outside the test page
   // A part that stops answering after its first page write: the write cycle is waited out 20 times, then given up.

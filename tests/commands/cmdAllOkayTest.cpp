@@ -13,9 +13,8 @@
 namespace {
 // Index of the first trace line that contains text, or -1.
 int firstLine(const std::vector<std::string>& lines, const std::string& text) {
-  for (size_t i = 0; i < lines.size(); ++i)
-    if (lines[i].find(text) != std::string::npos) return static_cast<int>(i);
-  return -1;
+  auto at = std::ranges::find_if(lines, [&](const std::string& l) { return contains(l, text); });
+  return at == lines.end() ? -1 : static_cast<int>(at - lines.begin());
 }
 
 std::string scanM() { return runCmd("allok -scn M").out; }
@@ -113,8 +112,7 @@ TEST_F(AllokTest, ListsHelpAndDisplay) {
 
 // On a signal host both names of the signal host drive its one okay bit.
 TEST(AllokSignalHost, BothNamesSetTheSignalHostBit) {
-  simctl({"reset"});
-  simctl({"set", "board", "signal"});
+  simctls({{"reset"}, {"set", "board", "signal"}});
   Trace t;
   runSim({"allok", "-snk", "mshost"});
   EXPECT_FALSE(t.grep("fpga wr reg 0x0016 0x4000").empty());
@@ -134,8 +132,7 @@ TEST(AllokSignalHost, BothNamesSetTheSignalHostBit) {
 // shows as the fan controller's okay output false, beside the pulled line,
 // and keeps its fault, so that releasing the output runs out of attempts.
 TEST(AllokStuckFault, AnyFansFaultIsTheControllersAndReleaseTimesOut) {
-  simctl({"reset"});
-  simctl({"i2c", "fan-fail", "3", "on"});
+  simctls({{"reset"}, {"i2c", "fan-fail", "3", "on"}});
   std::string scan = scanM();
   EXPECT_NE(scan.find("fctl       false    NA"), std::string::npos) << scan;
   EXPECT_NE(scan.find("mnhost     true     false"), std::string::npos) << scan;

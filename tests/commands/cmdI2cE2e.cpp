@@ -21,12 +21,11 @@ TEST_F(I2cCommand, ListsEveryDeviceOfTheBoardWithItsDescription) {
   std::string out = run({"-l"});
   I2cDevMap fresh(testBoard().i2cSem);
   for (const auto& [name, dev] : fresh.devices()) EXPECT_TRUE(contains(out, "\n" + name + " ")) << name;
-  EXPECT_TRUE(contains(out, "smcEeprom    0x54 plain Main Host 1 3 0 1000 SRC/Meas Connector EEPROM 24LC32A\n"));
-  EXPECT_TRUE(contains(out, "fctl         0x52 smbus Main Host 1 1   0995 Fan Controller MAX31785\n"));
+  EXPECT_TRUE(holdsAll(out, {"smcEeprom    0x54 plain Main Host 1 3 0 1000 SRC/Meas Connector EEPROM 24LC32A\n",
+                             "fctl         0x52 smbus Main Host 1 1   0995 Fan Controller MAX31785\n"}));
   simctl({"set", "board", "signal"});
   out = run({"-l"});
-  EXPECT_TRUE(contains(out, "I2C devices of the Signal Host board"));
-  EXPECT_TRUE(contains(out, "mc2i2cspi"));
+  EXPECT_TRUE(holdsAll(out, {"I2C devices of the Signal Host board", "mc2i2cspi"}));
   EXPECT_FALSE(contains(out, "fctl"));
   simctl({"set", "board", "mref"});  // the main reference's one chip answers where its table says
   EXPECT_TRUE(contains(run({"-l"}), "mrefEeprom   0x50 plain Main Reference 1   0989 Main Reference Processor EEPROM"));
@@ -47,8 +46,8 @@ TEST_F(I2cCommand, WritesAndReadsARegisterBehindTwoLevelsOfSwitches) {
   simctl({"i2c", "nack", "fpfpga", "on"});  // a write the chip refuses is told
   EXPECT_TRUE(contains(run({"-d", "fpfpga", "-o", "0x11", "-w", "0x06"}),
                        "wrBytes - failed to write device fpfpga(0x40) bytesWritten= 0, numBytesToWrite= 1 buf[0]= 0x11, buf[1]= 0x06"));
-  simctl({"i2c", "nack", "fpfpga", "off"});
-  simctl({"i2c", "nack", "mh-eeprom", "on"});  // a memory's refused write is not waited for as if stored
+  // The memory refuses now: its refused write is not waited for as if stored.
+  simctls({{"i2c", "nack", "fpfpga", "off"}, {"i2c", "nack", "mh-eeprom", "on"}});
   t.mark();
   EXPECT_TRUE(contains(run({"-d", "mhEeprom", "-o", "0x100", "-w", "0x41"}), "failed to write device mhEeprom(0x56)"));
   EXPECT_EQ(t.grep(" 0x56 ").size(), 1u);
@@ -93,8 +92,7 @@ TEST_F(I2cCommand, RefusesBadInputBeforeTouchingTheBus) {
 
 // The last value of each limit is taken and the next one refused (in the shell's own process).
 TEST_F(I2cCommand, EachLimitTakesItsLastValue) {
-  simctl({"set", "adapter", "full"});
-  simctl({"i2c", "poke", "fpfpga", "0x20", "32"});  // a block of 32 bytes starts there
+  simctls({{"set", "adapter", "full"}, {"i2c", "poke", "fpfpga", "0x20", "32"}});  // a block of 32 bytes starts there
   struct Case { const char* line; E_STATUS status; const char* out; } cases[] = {
       {"i2c -d fpfpga -o 0xff -r 1", SUCCESS, "0x"},
       {"i2c -d fpfpga -o 0x100 -r 1", BAD_PARAMETER, "i2c -o: 256 is out of range, 0 to 255"},

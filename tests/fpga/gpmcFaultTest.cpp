@@ -87,8 +87,7 @@ TEST_F(GpmcFaultTest, MeasurementResetAndCollectionReportTheirFailedStep) {
   EXPECT_EQ(peek("reg", "0x14"), 0x0010);
 
   // The driver refuses continuous acquisition: reported with the system's error, nothing else done.
-  simctl({"kernel", "clear"});
-  simctl({"kernel", "fail", "ioctl", "fpga", "EBUSY", "0x11abc6"});
+  simctls({{"kernel", "clear"}, {"kernel", "fail", "ioctl", "fpga", "EBUSY", "0x11abc6"}});
   expectPrints([&] { ctl.drvrContColl(true); },
                {"failed to start continuous acquistion (driver style)\nDevice or resource busy (16)\n"});
   EXPECT_TRUE(contains(simctl({"kernel", "list"}), "given 1")) << simctl({"kernel", "list"});
@@ -111,8 +110,7 @@ TEST_F(GpmcFaultTest, DriverBufferAndSampleFileStopAtTheRefusedCall) {
                {"driver write failed\nInput/output error (5)\n"});
   EXPECT_TRUE(trace.grep("fpga mmap").empty());
 
-  simctl({"kernel", "clear"});
-  simctl({"kernel", "fail", "mmap", "fpga", "ENOMEM"});
+  simctls({{"kernel", "clear"}, {"kernel", "fail", "mmap", "fpga", "ENOMEM"}});
   expectPrints([&] { EXPECT_EQ(GpmcDevBuf(*reg).GPMCPreventDriverOverflow(), FAILURE); },
                {"mmap() failed\nCannot allocate memory (12)\n"});
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "driver buffer prepared: yes"));
@@ -129,8 +127,7 @@ TEST_F(GpmcFaultTest, DriverBufferAndSampleFileStopAtTheRefusedCall) {
   EXPECT_EQ(splitLines(readFile(path)).size(), 3u);
 
   // An address that never settles: the bounded wait gives up before any word is read.
-  simctl({"kernel", "clear"});
-  simctl({"fpga", "fault", "a2d-addr-unsettled"});
+  simctls({{"kernel", "clear"}, {"fpga", "fault", "a2d-addr-unsettled"}});
   trace.mark();
   f = fopen(path.c_str(), "w+");
   ASSERT_NE(f, nullptr);
@@ -153,12 +150,10 @@ TEST_F(GpmcFaultTest, RampWritesThatAreReadBackShowAStuckBit) {
   trace.mark();
   EXPECT_EQ(captured([&] { EXPECT_EQ(ramp.GPMCStepUp(1), SUCCESS); }), "");
   EXPECT_EQ(trace.grep("fpga rd reg 0x0026").size(), 1u);
-  simctl({"fpga", "clear"});
-  simctl({"fpga", "fault", "stuck", "0x30", "2", "0"});
+  simctls({{"fpga", "clear"}, {"fpga", "fault", "stuck", "0x30", "2", "0"}});
   expectPrints([&] { EXPECT_EQ(ramp.GPMCSetOutput(5), FAILURE); }, {"failed to write ramp control reg."});
   // A ramp that cannot be switched off: the read-back of that first write stops the set there.
-  simctl({"fpga", "clear"});
-  simctl({"fpga", "fault", "stuck", "0x30", "3", "1"});
+  simctls({{"fpga", "clear"}, {"fpga", "fault", "stuck", "0x30", "3", "1"}});
   trace.mark();
   expectPrints([&] { EXPECT_EQ(ramp.GPMCSetOutput(5), FAILURE); }, {"failed to write ramp control reg."});
   EXPECT_EQ(trace.grep("fpga wr reg 0x0030").size(), 1u);

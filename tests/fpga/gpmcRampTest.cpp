@@ -28,8 +28,7 @@ TEST_F(GpmcTest, TimerRampUpAndDownWithTheirWaits) {
   std::string out = captured([&] { EXPECT_EQ(ramp.waitForAtTgtLim(true, true), SUCCESS); });
   EXPECT_EQ(peek("reg", "0x24"), 0x400);
   // Which value the first progress line shows depends on how busy the machine is.
-  EXPECT_TRUE(contains(out, "function waitForAtTgtLim - current value= 0x"));
-  EXPECT_TRUE(contains(out, "function waitForAtTgtLim - waited "));
+  EXPECT_TRUE(holdsAll(out, {"function waitForAtTgtLim - current value= 0x", "function waitForAtTgtLim - waited "}));
   ASSERT_EQ(ramp.waitForRampEnd(false, false), SUCCESS);
   bool ended = false;
   ASSERT_EQ(ramp.checkForRampEnd(&ended), SUCCESS);
@@ -99,9 +98,8 @@ TEST_F(GpmcTest, RampThatNeverStartsTimesOutWithItsMessage) {
   ASSERT_EQ(ramp.GPMCRampUpTmr(0x400, 0x100, 100), SUCCESS);
   trace.mark();
   std::string out = captured([&] { EXPECT_EQ(ramp.waitForRampStart(true, false), TIMEOUT); });
-  EXPECT_TRUE(contains(out, "function waitForRampStart - timed out waiting for ramp start\n"));
-  EXPECT_TRUE(contains(out, "function waitForRampStart - waited 5000000 microsecs\n"));
-  EXPECT_TRUE(contains(out, "current value= 0x0000")) << out;
+  EXPECT_TRUE(holdsAll(out, {"function waitForRampStart - timed out waiting for ramp start\n",
+                             "function waitForRampStart - waited 5000000 microsecs\n", "current value= 0x0000"}));
   EXPECT_EQ(countOf(out, "current value="), 10u);
   EXPECT_EQ(trace.grep("fpga rd reg 0x0030").size(), 10000u);
   EXPECT_EQ(trace.grep("fpga rd reg 0x0024").size(), 10u);

@@ -39,8 +39,7 @@ TEST_F(I2cRegistry, PathsSelectThroughTheirBoardsOwnMultiplexers) {
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.board) + " " + c.device);
     resetSim();
-    simctl({"set", "board", c.board});
-    simctl({"set", "rev", std::to_string(c.rev)});
+    simctls({{"set", "board", c.board}, {"set", "rev", std::to_string(c.rev)}});
     I2cDevMap m{testBoard().i2cSem};
     m.devices();  // filled (and its sensor probed) before the trace looks
     Bus bus;
@@ -51,20 +50,17 @@ TEST_F(I2cRegistry, PathsSelectThroughTheirBoardsOwnMultiplexers) {
 }
 
 TEST_F(I2cRegistry, SwitchAddressesComeFromTheirSysfsNames) {
-  simctl({"set", "switch", "host", "pca9545"});
-  simctl({"set", "switch", "fp", "pca9545"});
+  simctls({{"set", "switch", "host", "pca9545"}, {"set", "switch", "fp", "pca9545"}});
   I2cDevMap m{testBoard().i2cSem};
   EXPECT_EQ(m.find("hostsw")->address, 0x69u);
   EXPECT_EQ(m.find("fpsw")->address, 0x6Au);
-  simctl({"set", "board", "signal"});
-  simctl({"set", "switch", "shost", "pca9545"});
+  simctls({{"set", "board", "signal"}, {"set", "switch", "shost", "pca9545"}});
   I2cDevMap signal(testBoard().i2cSem);
   EXPECT_EQ(signal.find("shostsw")->address, 0x68u);
 }
 
 TEST_F(I2cRegistry, ProbeFindsTheMainReferenceSensorAndDeselectsTheSwitch) {
-  simctl({"set", "switch", "host", "pca9545"});
-  simctl({"set", "mref-addr", "0x4d"});
+  simctls({{"set", "switch", "host", "pca9545"}, {"set", "mref-addr", "0x4d"}});
   Trace t;
   I2cDevMap m{testBoard().i2cSem};
   EXPECT_EQ(m.find("mrtmp1")->address, 0x4Du);
@@ -77,8 +73,7 @@ TEST_F(I2cRegistry, ProbeFindsTheMainReferenceSensorAndDeselectsTheSwitch) {
 }
 
 TEST_F(I2cRegistry, BelowRevisionThreeNothingIsSearchedOrProbed) {
-  simctl({"set", "rev", "2"});
-  simctl({"set", "mref-addr", "0x4d"});
+  simctls({{"set", "rev", "2"}, {"set", "mref-addr", "0x4d"}});
   Trace t;
   I2cDevMap m{testBoard().i2cSem};
   EXPECT_TRUE(t.grep("/sys/bus/i2c/devices").empty());

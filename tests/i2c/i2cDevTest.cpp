@@ -139,8 +139,7 @@ std::string writeFailure(I2cDev& d, std::span<const char> buf, unsigned long n) 
 // The message shows the caller's first four buffer bytes whatever the count
 // sent, 0 only where the buffer has ended.
 TEST_F(I2cDevOps, WriteFailureShowsTheFirstFourBufferBytes) {
-  simctl({"i2c", "nack", "mh-eeprom", "on"});
-  simctl({"i2c", "nack", "fpfpga", "on"});
+  simctls({{"i2c", "nack", "mh-eeprom", "on"}, {"i2c", "nack", "fpfpga", "on"}});
   {
     OPEN_DEV("mhEeprom");
     const char offset[2] = {0x00, 0x10}, page[6] = {0x00, 0x10, 0x41, 0x42, 0x43, 0x44};

@@ -16,9 +16,9 @@
 #include "semIsolation.h"
 #include "textUtil.h"
 
-TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
-  resetSim();
-  testBoard().i2c.devices();
+using I2cAccessor = FreshBoard;
+
+TEST_F(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
   testBoard().i2c.beginCommand();
   ProgramSem& sem = testBoard().i2cSem;
   kernel().resetCounts();
@@ -45,8 +45,7 @@ TEST(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
 // most seven device requests: the adapter opened, asked once what it carries,
 // the switch set and checked in one combined request, the chip addressed, its
 // register written and read, the adapter closed.
-TEST(I2cAccessor, ASimpleTransactionIsAtMostSevenDeviceRequests) {
-  resetSim();
+TEST_F(I2cAccessor, ASimpleTransactionIsAtMostSevenDeviceRequests) {
   for (auto [name, reg, n] : {std::tuple{"commEeprom", std::string("\0\0", 2), 16}, {"fctl", std::string("\x90"), 2}}) {
     I2cDevMap fresh(testBoard().i2cSem);
     fresh.find(name);
@@ -69,9 +68,7 @@ TEST(I2cAccessor, ASimpleTransactionIsAtMostSevenDeviceRequests) {
 
 // Whatever fails, the accessor gives everything back before it returns: the
 // semaphore, and the adapter it opened, which no device of the path keeps.
-TEST(I2cAccessor, AFailedAcquisitionHoldsNothing) {
-  resetSim();
-  testBoard().i2c.devices();
+TEST_F(I2cAccessor, AFailedAcquisitionHoldsNothing) {
   ProgramSem& sem = testBoard().i2cSem;
   const struct { const char* name; std::vector<std::string> fault; E_STATUS st; } cases[] = {
       {"nosuch", {}, ENTRY_NOT_FOUND},
@@ -100,8 +97,7 @@ TEST(I2cAccessor, AFailedAcquisitionHoldsNothing) {
 
 // Asked to, the accessor names the caller's file, line and function (as
 // __func__ names it); else its own place.
-TEST(I2cAccessor, AMissingDeviceIsReportedWhereTheCallerAskedForIt) {
-  resetSim();
+TEST_F(I2cAccessor, AMissingDeviceIsReportedWhereTheCallerAskedForIt) {
   testing::internal::CaptureStdout();
   int line = __LINE__ + 1;
   I2cDevUtil asked(testBoard().i2c, "nosuch", true);
@@ -110,14 +106,12 @@ TEST(I2cAccessor, AMissingDeviceIsReportedWhereTheCallerAskedForIt) {
   EXPECT_EQ(asked.stat(), ENTRY_NOT_FOUND);
   EXPECT_TRUE(contains(out, "file i2cDevUtilTest, line " + std::to_string(line) +
                                 ", function TestBody - I2C device nosuch not found\n")) << out;
-  EXPECT_TRUE(contains(out, "function reportMissing - I2C device nosuch not found\n")) << out;
-  EXPECT_TRUE(contains(out, "file i2cDevUtil, line ")) << out;
+  EXPECT_TRUE(holdsAll(out, {"function reportMissing - I2C device nosuch not found\n", "file i2cDevUtil, line "}));
 }
 
 // The shell waits at its prompt after an I2C command failed (the adapter
 // could not be opened): another diag gets the fan controller at once.
-TEST(I2cAccessor, AnIdleShellKeepsNoOtherProcessWaiting) {
-  resetSim();
+TEST_F(I2cAccessor, AnIdleShellKeepsNoOtherProcessWaiting) {
   simctl({"kernel", "fail", "open", "i2c-2", "ENODEV"});
   PtySession shell(programArgv(diagSimBin(), {}));
   ASSERT_TRUE(shell.waitFor("diag> "));

@@ -109,13 +109,13 @@ unsigned seed() {
 
 // The sensors answer with their own limits, set apart so that one cannot pass for the other.
 void setSensorsApart() {
-  simctl({"i2c", "poke", "mrtmp1", "0x06", "0x11"});
-  simctl({"i2c", "poke", "mrtmp2", "0x06", "0x22"});
+  simctls({{"i2c", "poke", "mrtmp1", "0x06", "0x11"}, {"i2c", "poke", "mrtmp2", "0x06", "0x22"}});
 }
+
+using RightChip = FreshSim;
 }  // namespace
 
-TEST(RightChip, MainHostAccessesReachTheNamedChipOnly) {
-  resetSim();
+TEST_F(RightChip, MainHostAccessesReachTheNamedChipOnly) {
   setSensorsApart();
   unsigned s = seed();
   SCOPED_TRACE("DIAG_TEST_SEED=" + std::to_string(s));
@@ -131,8 +131,7 @@ TEST(RightChip, MainHostAccessesReachTheNamedChipOnly) {
   for (int n = 0; n < 300 && !testing::Test::HasFailure(); ++n) walk.step(n);
 }
 
-TEST(RightChip, SignalHostAccessesReachTheNamedChipOnly) {
-  resetSim();
+TEST_F(RightChip, SignalHostAccessesReachTheNamedChipOnly) {
   simctl({"set", "board", "signal"});
   unsigned s = seed();
   SCOPED_TRACE("DIAG_TEST_SEED=" + std::to_string(s));

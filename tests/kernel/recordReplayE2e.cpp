@@ -78,9 +78,11 @@ struct Row {
   std::vector<std::string> args;
   std::string input = "";
 };
+
+using RecordReplay = FreshSim;
 }  // namespace
 
-TEST(RecordReplay, EveryCommandOfTheEndToEndTestsReplaysWithItsOutputAndStatus) {
+TEST_F(RecordReplay, EveryCommandOfTheEndToEndTestsReplaysWithItsOutputAndStatus) {
   writeFile(testPath("s1.txt"), "#!banner %s\n# note\n ec -cd Scan\nnosuch\nec -cd SD\r\nfile other\nq\nstop\nversion\n");
   const std::vector<std::string> stuck = {"fpga", "fault", "stuck", "0x04", "3", "0"};
   const Row rows[] = {
@@ -129,8 +131,7 @@ TEST(RecordReplay, EveryCommandOfTheEndToEndTestsReplaysWithItsOutputAndStatus) 
 }
 
 // One byte changed in a request: the replay runs up to it and stops there, naming it.
-TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
-  simctl({"reset"});
+TEST_F(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
   const std::string rec = testPath("rec");
   writeFile(rec, "an older recording, replaced\n");
   {
@@ -186,11 +187,10 @@ TEST(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
   EXPECT_TRUE(help.exitCode == 0 && help.out == bare.out) << help.out;  // asked for: told, and no failure
 }
 
-TEST(RecordReplay, ARecordingThatCannotBeWrittenIsOneLineAndTheRunGoesOn) {
+TEST_F(RecordReplay, ARecordingThatCannotBeWrittenIsOneLineAndTheRunGoesOn) {
   const std::string fifo = testPath("unread.fifo");
   mkfifo(fifo.c_str(), 0600);
   const std::vector<std::string> args = {"gpmc", "-m", "reg", "-r", "4"};
-  simctl({"reset"});
   const RunResult plain = runSim(args);
   for (const auto& [path, why] : {std::pair{testDir(), "Is a directory"}, {fifo, "a FIFO that nothing reads"},
                                   {testPath("no/such/dir"), "No such file or directory"}}) {
@@ -201,8 +201,7 @@ TEST(RecordReplay, ARecordingThatCannotBeWrittenIsOneLineAndTheRunGoesOn) {
 }
 
 // A process started by a recorded one records beside it and replays on its own.
-TEST(RecordReplay, ABackgroundJobRecordsBesideItsParentAndReplaysOnItsOwn) {
-  simctl({"reset"});
+TEST_F(RecordReplay, ABackgroundJobRecordsBesideItsParentAndReplaysOnItsOwn) {
   std::string child;  // in a script: with the emulator of a cross build, the line would pass 199 characters
   for (const std::string& w : programArgv(diagSimBin(), {"gpmc", "-m", "reg", "-r", "2"})) child += w + " ";
   writeFile(testPath("child.sh"), child + "> " + testPath("child.out") + "\n");
@@ -221,7 +220,7 @@ TEST(RecordReplay, ABackgroundJobRecordsBesideItsParentAndReplaysOnItsOwn) {
 
 // Pauses are replayed, not slept: a recorded second of delay is a thousand
 // pauses, each a voluntary wait of the process only when slept.
-TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
+TEST_F(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
   const std::string rec = testPath("delay.rec");
   {
     EnvSet halfHour("TZ", "<-0330>3:30");  // the start's zone has its minutes too
@@ -271,7 +270,7 @@ TEST(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
 // The simulator set from a recording answers as the recorded instrument did:
 // its board and revision found from the system files, the chips' contents from
 // what was read (a failed fan, a memory byte, a temperature), the FPGA words.
-TEST(RecordReplay, TheSimulatorTakesTheStateARecordingRead) {
+TEST_F(RecordReplay, TheSimulatorTakesTheStateARecordingRead) {
   const std::vector<std::vector<std::string>> setups[] = {
       {{"set", "board", "signal"}, {"set", "rev", "2"}, {"fpga", "poke", "reg", "0x04", "0xbeef"}},
       {{"i2c", "fan-fail", "1", "on"}, {"i2c", "poke", "bpEeprom", "0", "0x41"}, {"set", "temp", "45.5"}},

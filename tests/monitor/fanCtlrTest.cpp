@@ -159,8 +159,7 @@ TEST_F(FanCtlrTest, DumpShowsWhatWasNotReadAsNotRead) {
   EXPECT_EQ(lines[0], "FANCTLR_FAN_CONFIG_1_2 (00:0x3a)..................0x00d0");
   EXPECT_EQ(lines[1], "FANCTLR_FAN_CONFIG_1_2 (01:0x3a)..................not read");
   EXPECT_EQ(countOf(r.out, "not read\n"), 87u - 4u);
-  simctl({"i2c", "clear"});
-  simctl({"i2c", "absent", "fctl", "on"});
+  simctls({{"i2c", "clear"}, {"i2c", "absent", "fctl", "on"}});
   r = runCmd("fan -r");
   EXPECT_EQ(r.status, FAILURE);
   EXPECT_FALSE(contains(r.out, "FANCTLR_")) << r.out;

@@ -32,9 +32,7 @@ TEST_F(MonitorFaultTest, RefusedSpeedReadIsReportedAndTheOtherFansAreRead) {
   EXPECT_TRUE(contains(r.out, "failed to read device fctl(0x52), byteCnt= 0\nInput/output error (5)\n")) << r.out;
   EXPECT_TRUE(contains(r.out, "I2C read failed, numBytesToRead= 2, byteCnt= 0\n")) << r.out;
   EXPECT_EQ(r.out.find("I2C read failed"), r.out.rfind("I2C read failed"));
-  size_t speeds = 0;
-  for (const std::string& l : splitLines(r.out)) speeds += l == "3040(0x0be0) rpm";
-  EXPECT_EQ(speeds, 5u) << r.out;
+  EXPECT_EQ(std::ranges::count(splitLines(r.out), std::string("3040(0x0be0) rpm")), 5) << r.out;
   EXPECT_TRUE(contains(r.out, "byteCnt= 0\nfan 1 speed not read\n")) << r.out;
 }
 
@@ -47,8 +45,7 @@ TEST_F(MonitorFaultTest, ReadBackMismatchesStopTheSourceAtTheFirstAttempt) {
                                    "bad status 2, while reading STATUS_FANS_1_2\n"});
   EXPECT_EQ(t.grep("smbus write word_data cmd 0xf5").size(), 1u);
 
-  simctl({"i2c", "unstuck", "fctl"});
-  simctl({"i2c", "stuck", "mrtmp1", "0x03", "6", "1"});
+  simctls({{"i2c", "unstuck", "fctl"}, {"i2c", "stuck", "mrtmp1", "0x03", "6", "1"}});
   t.mark();
   setOkay("mref", false, FAILURE, {"FAILURE to read back 0x00 (0x40) from configuration register\n",
                                    "FAILURE while trying to set All-okay out to not okay\n"});

@@ -5,9 +5,7 @@
 
 #include "memTest.h"
 #include "regTest.h"
-
-using testing::internal::CaptureStdout;
-using testing::internal::GetCapturedStdout;
+#include "textUtil.h"
 
 namespace {
 // A register in memory whose bits can be stuck, counting its accesses.
@@ -32,10 +30,10 @@ std::string run(RegTest<T>& t, std::vector<std::string> opts, E_STATUS* status =
   char argv[MAX_ARGS][ARG_LEN] = {"runtest", "fake"};
   int argc = 2;
   for (const std::string& o : opts) snprintf(argv[argc++], ARG_LEN, "%s", o.c_str());
-  CaptureStdout();
-  E_STATUS s = t.runTest(argc, argv);
+  E_STATUS s = INVALID_STATUS;
+  std::string out = captured([&] { s = t.runTest(argc, argv); });
   if (status) *status = s;
-  return GetCapturedStdout();
+  return out;
 }
 }  // namespace
 
@@ -80,9 +78,7 @@ TEST(RegTest, HelpAndProgressLine) {
 TEST(MemTest, DataLinesThroughOneWord) {
   DDR3DataLineMemTest t("ddr3dl", "Test the DDR3 Main Memory data lines", &arbitraryMemLocation, 0, true, false);
   char argv[MAX_ARGS][ARG_LEN] = {"runtest", "ddr3dl", "-l", "5"};
-  CaptureStdout();
-  EXPECT_EQ(t.runTest(4, argv), SUCCESS);
-  std::string out = GetCapturedStdout();
+  std::string out = captured([&] { EXPECT_EQ(t.runTest(4, argv), SUCCESS); });
   EXPECT_NE(out.find("runTest - looping 5 times\r\nPASSED\r\n"), std::string::npos);
   EXPECT_EQ(arbitraryMemLocation, 0x7FFFFFFFu);  // the last pattern of the walking zero
 }
@@ -104,9 +100,7 @@ protected:
 TEST(MemTest, AStuckDataLineFailsAtItsFirstPattern) {
   StuckLineWord t("ddr3dl", "Test the DDR3 Main Memory data lines", &arbitraryMemLocation, 0, true, false);
   char argv[MAX_ARGS][ARG_LEN] = {"runtest", "ddr3dl", "-l", "3"};
-  CaptureStdout();
-  EXPECT_EQ(t.runTest(4, argv), FAILURE);
-  std::string out = GetCapturedStdout();
+  std::string out = captured([&] { EXPECT_EQ(t.runTest(4, argv), FAILURE); });
   // The walking one finds it at 0x10, and the walk stops there: one mismatch, no later loop.
   EXPECT_NE(out.find("(loop 0):  exp= 0x00000010, act= 0x00000000\r\nFAILED\r\n"), std::string::npos) << out;
   EXPECT_EQ(out.find("exp=", out.find("exp=") + 1), std::string::npos) << out;

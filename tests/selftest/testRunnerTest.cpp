@@ -117,13 +117,11 @@ TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
 // board and fails as soon as any one chip of it is missing.
 TEST_F(SelfTest, ScanPassesOnAHealthyBoardAndFailsForEachMissingChip) {
   expectScanNeedsEveryChip([] { return runCmd("runtest i2cscn").out; }, "14");
-  simctl({"reset"});
-  simctl({"i2c", "absent", "mr-eeprom", "on"});
+  simctls({{"reset"}, {"i2c", "absent", "mr-eeprom", "on"}});
   expectRun("i2cscn", {"mrEeprom (0x50) does not answer: Main Host 1 2   0989 Main Reference EEPROM 24LC32A",
                        "FAILED\n!1729\n"});
   // An adapter that offers the quick command probes the chips that are not memories with it.
-  simctl({"reset"});
-  simctl({"set", "adapter", "full"});
+  simctls({{"reset"}, {"set", "adapter", "full"}});
   Trace quick;
   RunResult r = runSim({"runtest", "i2cscn"});
   EXPECT_TRUE(contains(r.out, "i2cscn - 14 devices checked\nPASSED\n")) << r.out;

@@ -97,13 +97,14 @@ Dispatched dispatch(const std::string& line) {
   d.out = captured([&] { d.ret = cmdExec(p.argc, p.argv, testBoard(), &d.cmd); });
   return d;
 }
+
+using Dispatch = FreshSim;
 }  // namespace
 
 // The dispatcher reports every outcome to its caller (for an exit status) and
 // fails only on a bad array: a script goes on after an unknown, unconnected or
 // failing command.
-TEST(Dispatch, EveryOutcomeIsReportedAndOnlyABadArrayFails) {
-  simctl({"reset"});
+TEST_F(Dispatch, EveryOutcomeIsReportedAndOnlyABadArrayFails) {
   const struct { const char* line; const char* out; E_STATUS cmd; } cases[] = {
       {"  help", "command not found\r\n", CMD_NOT_FOUND},
       {"HELP", "command not found\r\n", CMD_NOT_FOUND},
@@ -127,8 +128,7 @@ TEST(Dispatch, EveryOutcomeIsReportedAndOnlyABadArrayFails) {
   EXPECT_EQ(cmdExec(1, nullptr, testBoard()), NULL_POINTER);
 }
 
-TEST(Dispatch, DescriptorZeroIsAsGoodAsAnyOther) {
-  simctl({"reset"});
+TEST_F(Dispatch, DescriptorZeroIsAsGoodAsAnyOther) {
   writeFile(testPath("rev.txt"), "build:42\n");
   simctl({"revision", testPath("rev.txt")});
   for (const char* line : {"i2c -d mhEeprom -o 0 -r 4", "gpmc -m reg -r 1", "rev", "version", "tmp", "fan -rr -p 1"}) {
@@ -137,8 +137,7 @@ TEST(Dispatch, DescriptorZeroIsAsGoodAsAnyOther) {
     EXPECT_EQ(withoutStdin([&] { Parsed p = parse(line); cmdExec(p.argc, p.argv, testBoard(), &st); }), open.out);
     EXPECT_EQ(st, open.status) << line;
   }
-  simctl({"set", "switch", "host", "pca9545"});
-  simctl({"set", "mref-addr", "0x4d"});
+  simctls({{"set", "switch", "host", "pca9545"}, {"set", "mref-addr", "0x4d"}});
   EXPECT_EQ(withoutStdin([] {
               I2cDevMap m{testBoard().i2cSem};
               printf("%u %u\n", m.find("hostsw")->address, m.find("mrtmp1")->address);

@@ -6,13 +6,13 @@
 #include <signal.h>
 #include <unistd.h>
 
-#include <cstdio>
 #include <functional>
 #include <string>
 
 #include "programs.h"
 #include "ptySession.h"
 #include "testEnv.h"
+#include "textUtil.h"
 
 namespace {
 // The pty's own modes with a minimum read count of 4: canonical mode ignores
@@ -31,10 +31,7 @@ termios startModes() {
 }
 
 std::string text(const termios& t) {
-  char buf[64];
-  std::string out;
-  snprintf(buf, sizeof buf, "iflag %x oflag %x cflag %x lflag %x cc", t.c_iflag, t.c_oflag, t.c_cflag, t.c_lflag);
-  out = buf;
+  std::string out = formatted("iflag %x oflag %x cflag %x lflag %x cc", t.c_iflag, t.c_oflag, t.c_cflag, t.c_lflag);
   for (cc_t c : t.c_cc) out += " " + std::to_string(c);
   return out;
 }

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <chrono>
-#include <thread>
 
 #include "i2cTestUtil.h"
 
@@ -34,11 +32,7 @@ protected:
   }
   // Polls the fan's speed until it reads rpm; false when it does not within the bound.
   bool speedReaches(int page, int rpm) {
-    for (int i = 0; i < 200; ++i) {
-      if (onPage(page, READ_FAN_SPEED_1) == rpm) return true;
-      std::this_thread::sleep_for(std::chrono::milliseconds(25));
-    }
-    return false;
+    return waitUntil([&] { return onPage(page, READ_FAN_SPEED_1) == rpm; }, 5000, 25);
   }
 };
 

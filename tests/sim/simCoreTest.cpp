@@ -53,8 +53,7 @@ TEST(SimState, TwoProcessesLoseNoUpdate) {
 // Board detection and the switch addresses read from these entries are
 // checked through the device registry in i2cDevMapTest.cpp.
 TEST(SimState, SysfsFollowsTheBoardConfiguration) {
-  simctl({"reset"});
-  simctl({"set", "switch", "host", "pca9545"});
+  simctls({{"reset"}, {"set", "switch", "host", "pca9545"}});
   EXPECT_EQ(sysName(0x69), "pca9545\n");
   EXPECT_FALSE(kernel().canOpen("/sys/bus/i2c/devices/2-0071"));
   simctl({"set", "rev", "2"});
@@ -113,8 +112,7 @@ TEST(SimCtl, ResetsAStateFileOfAnotherLayoutAndRejectsBadCommands) {
 // It is refused, as a sensor, a channel or a zone that is not there is, and
 // the temperature set before stays.
 TEST(SimCtl, RefusesTemperaturesOutsideTheSensorsRangeAndWhatNoSensorOrZoneMeasures) {
-  simctl({"reset"});
-  simctl({"set", "temp", "45.5"});
+  simctls({{"reset"}, {"set", "temp", "45.5"}});
   EXPECT_NE(simctl({"show"}).find("temp 45.5\n"), std::string::npos);
   std::vector<std::vector<std::string>> bad = {
       {"set", "sensor", "mrtmp3", "local", "1"},    {"set", "sensor", "mrtmp1", "middle", "1"},
@@ -133,8 +131,7 @@ TEST(SimCtl, RefusesTemperaturesOutsideTheSensorsRangeAndWhatNoSensorOrZoneMeasu
 // An operator reads the program's chip names in i2c -l; diag-simctl takes
 // them as well as its own, and an unknown name says where the names are.
 TEST(SimCtl, TakesTheProgramsChipNamesToo) {
-  simctl({"reset"});
-  simctl({"i2c", "absent", "bpEeprom", "on"});
+  simctls({{"reset"}, {"i2c", "absent", "bpEeprom", "on"}});
   const std::string list = simctl({"i2c", "list"});
   const size_t line = list.find("\nbp-eeprom ");
   ASSERT_NE(line, std::string::npos) << list;

@@ -99,9 +99,8 @@ namespace {
   expect(fd >= 0 && kernel().ioctlVal(fd, I2C_SLAVE_FORCE, 0x56) == 0 && kernel().write(fd, at, 2) == 2 &&
              kernel().read(fd, id, 2) == 2 && id[0] == 'Z' && id[1] == '9',
          "the main host EEPROM reads its identification");
-  simctl({"i2c", "fan-settle", "60000"});
-  simctl({"i2c", "fan-fail", "1", "on"});
-  simctl({"i2c", "fan-fail", "1", "off"});  // fan 1 spins up from standstill over a minute
+  // Fan 1 spins up from standstill over a minute.
+  simctls({{"i2c", "fan-settle", "60000"}, {"i2c", "fan-fail", "1", "on"}, {"i2c", "fan-fail", "1", "off"}});
   expect(contains(simctl({"i2c", "list"}), "rpm 0 3040"), "fan 1 stands at first");
   expect(sim::skipTime(60000000000ull), "skipping refused");
   expect(contains(simctl({"i2c", "list"}), "rpm 3040 3040"), "fan 1 at its speed a skipped minute later");

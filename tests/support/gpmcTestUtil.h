@@ -37,9 +37,8 @@ protected:
   }
 
   // Runs f, which checks its own status, and expects each of texts in what it printed.
-  static void expectPrints(const std::function<void()>& f, std::initializer_list<const char*> texts) {
-    std::string out = captured(f);
-    for (const char* text : texts) EXPECT_TRUE(contains(out, text)) << text << "\n" << out;
+  static void expectPrints(const std::function<void()>& f, const std::vector<std::string>& texts) {
+    EXPECT_TRUE(holdsAll(captured(f), texts));
   }
 
   Trace trace;

@@ -89,18 +89,13 @@ bool waitForLine(int fd, const std::string& text, int timeoutMs, std::string* go
 }
 
 int waitChild(pid_t pid, int timeoutMs, bool killLate) {
-  long long deadline = monoMs() + timeoutMs;
   int status = 0;
-  while (waitpid(pid, &status, WNOHANG) == 0) {
-    if (monoMs() > deadline) {
-      if (!killLate) return -1;
-      kill(pid, SIGKILL);
-      waitpid(pid, nullptr, 0);
-      return -1;
-    }
-    usleep(10000);
+  if (waitUntil([&] { return waitpid(pid, &status, WNOHANG) != 0; }, timeoutMs, 10)) return status;
+  if (killLate) {
+    kill(pid, SIGKILL);
+    waitpid(pid, nullptr, 0);
   }
-  return status;
+  return -1;
 }
 
 int semValue(const char* name) {

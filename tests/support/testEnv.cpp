@@ -59,11 +59,21 @@ long procStatus(int pid, const std::string& field) {
   return at == std::string::npos ? -1 : atol(status.c_str() + at + field.size() + 2);
 }
 
+bool waitUntil(const std::function<bool()>& done, int timeoutMs, int stepMs) {
+  for (long long deadline = monoMs() + timeoutMs; !done(); usleep(stepMs * 1000))
+    if (monoMs() > deadline) return false;
+  return true;
+}
+
 std::string simctl(const std::vector<std::string>& args) {
   std::string out;
   int rc = sim::simCtl(args, out);
   if (rc != 0) throw std::runtime_error("simctl failed: " + out);
   return out;
+}
+
+void simctls(std::initializer_list<std::vector<std::string>> commands) {
+  for (const std::vector<std::string>& c : commands) simctl(c);
 }
 
 void Trace::mark() { offset = readFile(getenv("DIAG_SIM_TRACE")).size(); }

@@ -2,6 +2,7 @@
 #include <gtest/gtest.h>
 
 #include <cstdlib>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -24,8 +25,13 @@ std::string usePrivateShm();
 // A number field of /proc/PID/status (VmHWM in kB, voluntary_ctxt_switches); -1 when /proc cannot tell.
 long procStatus(int pid, const std::string& field);
 
+// Asks done() every stepMs until it holds (true) or timeoutMs has passed (false).
+bool waitUntil(const std::function<bool()>& done, int timeoutMs, int stepMs);
+
 // The simulator's control surface, in-process (same state as the started programs).
 std::string simctl(const std::vector<std::string>& args);
+// Several control commands in order, as one step of a test's setup: simctls({{"reset"}, {"set", "board", "signal"}}).
+void simctls(std::initializer_list<std::vector<std::string>> commands);
 
 // Sets an environment variable, which the programs started meanwhile inherit, while it lives; then puts back
 // what was there.

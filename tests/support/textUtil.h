@@ -15,11 +15,21 @@ inline size_t countOf(const std::string& text, const std::string& piece) {
   return n;
 }
 
-// One unsigned number as a printf format shows it: formatted("0x%04x", 18) is "0x0012".
-inline std::string formatted(const char* format, unsigned v) {
-  char buf[64];
-  snprintf(buf, sizeof buf, format, v);
+// Values as a printf format shows them: formatted("0x%04x", 18) is "0x0012".
+template <typename... V>
+std::string formatted(const char* format, V... v) {
+  char buf[256];
+  snprintf(buf, sizeof buf, format, v...);
   return buf;
+}
+
+// Whether text holds each of pieces; a failure names every piece it lacks, then shows the text.
+inline ::testing::AssertionResult holdsAll(const std::string& text, const std::vector<std::string>& pieces) {
+  std::string lacks;
+  for (const std::string& p : pieces)
+    if (!contains(text, p)) lacks += "\"" + p + "\" ";
+  if (lacks.empty()) return ::testing::AssertionSuccess();
+  return ::testing::AssertionFailure() << "lacks " << lacks << "in:\n" << text;
 }
 
 inline std::vector<std::string> splitLines(const std::string& text) {

@@ -39,8 +39,7 @@ struct SymbolTable {
 // Read once per program: a test starts the same program many times.
 const SymbolTable& symbols(const std::string& file) {
   static std::map<std::string, SymbolTable> read;
-  auto known = read.find(file);
-  if (known != read.end()) return known->second;
+  if (auto known = read.find(file); known != read.end()) return known->second;
   SymbolTable& t = read[file];
   std::ifstream elf(file, std::ios::binary);
   char head[EI_NIDENT + 2] = {};

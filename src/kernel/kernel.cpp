@@ -54,7 +54,10 @@ bool Kernel::canOpen(const char* path) {
   return true;
 }
 
-int Kernel::sleepUs(long long us) { return doSleepUs(us); }
+int Kernel::sleepUs(long long us) {
+  nPausedUs += static_cast<unsigned long long>(us);
+  return doSleepUs(us);
+}
 int Kernel::clockGet(clockid_t id, struct timespec* t) { return doClockGet(id, t); }
 void Kernel::lockNote(bool take, const char* name, int err) { doLockNote(take, name, err); }
 
@@ -67,7 +70,9 @@ int Kernel::doSleepUs(long long us) {
 int Kernel::doClockGet(clockid_t id, struct timespec* t) { return clock_gettime(id, t); }
 
 Kernel::Counts Kernel::counts() const {
-  return {nOpen.load(), nClose.load(), nRead.load(), nWrite.load(), nIoctl.load(), nMmap.load()};
+  return {nOpen.load(), nClose.load(), nRead.load(), nWrite.load(), nIoctl.load(), nMmap.load(), nPausedUs.load()};
 }
 
-void Kernel::resetCounts() { nOpen = nClose = nRead = nWrite = nIoctl = nMmap = 0; }
+void Kernel::resetCounts() { nOpen = nClose = nRead = nWrite = nIoctl = nMmap = 0;
+  nPausedUs = 0;
+}

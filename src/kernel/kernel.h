@@ -18,6 +18,7 @@ class Kernel {
 public:
   struct Counts {
     unsigned long open, close, read, write, ioctl, mmap;
+    unsigned long long pausedUs;  // the pauses asked for, the hardware's own times: not a call the total counts
     unsigned long total() const { return open + close + read + write + ioctl + mmap; }
   };
 
@@ -69,6 +70,7 @@ protected:
 
 private:
   std::atomic<unsigned long> nOpen{0}, nClose{0}, nRead{0}, nWrite{0}, nIoctl{0}, nMmap{0};
+  std::atomic<unsigned long long> nPausedUs{0};
 };
 
 // The kernel this program is linked with.

@@ -135,6 +135,10 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
   r = run({"eeprom", "-load", "bpEeprom", "-f", testPath("short.bin")});
   EXPECT_TRUE(contains(r.out, "short.bin is 4095 bytes: an image is exactly 4096; nothing was written")) << r.out;
   EXPECT_EQ(memOf("bp-eeprom"), before);
+  simctl({"kernel", "fail", "read", "i2c-2", "EIO"});  // the address taken, the bytes refused: nothing is saved
+  r = run({"eeprom", "-save", "bpEeprom", "-f", testPath("none.bin")});
+  EXPECT_TRUE(r.exitCode != 0 && contains(r.out, "unable to read 4096 bytes of bpEeprom")) << r.out;
+  EXPECT_FALSE(std::filesystem::exists(testPath("none.bin")));
 }
 
 TEST_F(BoardId, XmlFilesAndConfiguration) {

@@ -107,8 +107,10 @@ TEST_F(GpmcCmd, ChannelOneSamplesDecodeToTheSignalTheA2DHolds) {
   // Inverted channel 1 reads back negated; un-inverting restores it.
   run({"-inv", "0", "1"});
   EXPECT_EQ(peek("reg", "0x0e") & 3, 1);
-  run({"-m", "ibuf", "-o", "0x10", "-r", "8", "-s", "-fs1", out});
-  EXPECT_EQ(std::stol(splitLines(readFile(out))[0]), -sim::a2dSample(0, 2, false));
+  run({"-m", "ibuf", "-o", "0x10", "-r", "6", "-s", "-fs1", out});  // six words: the block's last two are a sample
+  std::vector<std::string> inverted = splitLines(readFile(out));
+  ASSERT_EQ(inverted.size(), 2u);
+  EXPECT_EQ(std::stol(inverted[0]), -sim::a2dSample(0, 2, false));
   run({"-inv", "1", "1"});
   EXPECT_EQ(peek("reg", "0x0e") & 3, 0);
   run({"-inv", "0", "2"});  // channel 2 by its own bit
@@ -134,7 +136,8 @@ TEST_F(GpmcCmd, CollectionsAndMeasurementResets) {
   EXPECT_FALSE(contains(simctl({"fpga", "status"}), "a2d: continuous"));  // nothing after the failed stage
   EXPECT_TRUE(contains(failed.out, "function rdOBufToFile - failed to read device")) << failed.out;
   trace.mark();
-  EXPECT_EQ(run({"-caon"}), "");  // started and stopped without a word
+  RunResult on = runSim({"--exit-status", "gpmc", "-caon"});  // started and stopped without a word, and no file to fail
+  EXPECT_EQ(on.out + std::to_string(on.exitCode), "0");
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "a2d: continuous"));
   EXPECT_EQ(run({"-caoff"}), "");
   EXPECT_EQ(trace.grep("fpga ioctl"),

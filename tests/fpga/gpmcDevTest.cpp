@@ -129,7 +129,9 @@ TEST_F(GpmcTest, WatchdogAndMeasurementControls) {
   EXPECT_EQ(wrote("0x0048"), "0x0000");
   ASSERT_EQ(ctl.GPMCFrcMeasReset(), SUCCESS);
   EXPECT_EQ(wrote("0x000e"), "0x1040 0x1440 0x1040");
+  const unsigned long long paused = kernel().counts().pausedUs;
   ASSERT_EQ(ctl.GPMCEnContDataColl(), SUCCESS);
+  EXPECT_EQ(kernel().counts().pausedUs - paused, 10000u);  // the arming and the run each settle for 5 ms
   EXPECT_TRUE(contains(simctl({"fpga", "status"}), "a2d: continuous"));
 }
 

@@ -85,6 +85,9 @@ TEST_F(GpmcFaultTest, MeasurementResetAndCollectionReportTheirFailedStep) {
   failIoctl(WR);
   expectPrints([&] { EXPECT_EQ(ctl.GPMCClrWFCtlReg(), FAILURE); }, {"failed to clear Waveform Control register\n"});
   EXPECT_EQ(peek("reg", "0x14"), 0x0010);
+  simctl({"kernel", "clear"});  // and taken: every bit cleared
+  EXPECT_EQ(ctl.GPMCClrWFCtlReg(), SUCCESS);
+  EXPECT_EQ(peek("reg", "0x14"), 0);
 
   // The driver refuses continuous acquisition: reported with the system's error, nothing else done.
   simctls({{"kernel", "clear"}, {"kernel", "fail", "ioctl", "fpga", "EBUSY", "0x11abc6"}});

@@ -10,8 +10,9 @@ TEST_F(GpmcTest, ManualStepsClampAtTheTopAndAtZero) {
     return peek("reg", addr);
   };
   EXPECT_EQ(then(ramp.GPMCSetOutput(0x7ff0)), 0x7ff0);
+  EXPECT_EQ(then(ramp.GPMCStepUp(0xf)), 0x7fff);  // the top itself is no clamp
   EXPECT_EQ(then(ramp.GPMCStepUp(0x20)), 0x8000);
-  EXPECT_EQ(wrote("0x0026"), "0x7ff0 0x8000");
+  EXPECT_EQ(wrote("0x0026"), "0x7ff0 0x7fff 0x8000");
   EXPECT_EQ(then(ramp.GPMCSetOutput(0x7000)), 0x7000);
   EXPECT_EQ(then(ramp.GPMCStepUp(0x100)), 0x7100);
   EXPECT_EQ(then(ramp.GPMCStepDown(0x40)), 0x70c0);

@@ -95,7 +95,9 @@ TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
     expectRun(test, {"PASSED\n"});
     EXPECT_EQ(simctl({"i2c", "peek", chip, reg}), std::string(value) + "\n") << test;
   }
+  Trace t;
   expectRun("fcreg", {"testing location 0x000000f5", "PASSED\n"});
+  EXPECT_TRUE(t.grep("0x52 smbus write byte_data cmd 0x00 data 01").empty());  // page 0's limit, not page 1's
   simctl({"i2c", "stuck", "mrtmp2", "0x05", "6", "1"});
   expectRun("mrtmp2reg", {"exp= 0x00000001, act= 0x00000041", "FAILED\n"});
   expectRun("mrtmp1reg", {"PASSED\n"});

@@ -76,6 +76,14 @@ TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
        [](PtySession& s) { sig(s, SIGTERM); }, -1, SIGTERM},
       {"Ctrl-C in gpmc -rc, then q", "gpmc -m reg -rc -s", "continuously reading reg", true, interruptThenQ, 0, 0},
       {"x and q in gpmc -rc, then q", "gpmc -m reg -rc -s", "continuously reading reg", true, keysThenQ("xq"), 0, 0},
+      {"q in gpmc -rc, then utp", "gpmc -m reg -rc -s", "continuously reading reg", true, [&](PtySession& s) {
+         s.mark();
+         s.send("q");
+         s.waitFor("diag> ");
+         s.type("utp -m Press\r");
+         EXPECT_TRUE(s.waitFor("\nPress") && s.waitCanonical(true));  // lines are the terminal's to edit again
+         interruptThenQ(s);
+       }, 0, 0},
       {"Ctrl-C in utp, then q", "utp -m Press", "\nPress", false, interruptThenQ, 0, 0},  // not the echo of the line
       {"Ctrl-C in runtest -l 0, then q", "runtest gpmcreg -l 0", "<CR> to quit", false, interruptThenQ, 0, 0},
   };

@@ -64,6 +64,8 @@ TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
     };
   };
   auto interruptThenQ = keysThenQ("\x03");
+  const std::string rcThenUtp = "file " + testPath("rc-utp.txt");
+  writeFile(testPath("rc-utp.txt"), "gpmc -m reg -rc -s\nutp -m Press\n");
   const WayOut ways[] = {
       {"q, blanks after it", "", "", true, [](PtySession& s) { s.type("q  \r"); }, 0, 0},
       {"Ctrl-D", "", "", true, [](PtySession& s) { s.send("\x04"); }, 0, 0},
@@ -76,13 +78,11 @@ TEST(Terminal, GivenBackAsFoundHoweverTheShellEnds) {
        [](PtySession& s) { sig(s, SIGTERM); }, -1, SIGTERM},
       {"Ctrl-C in gpmc -rc, then q", "gpmc -m reg -rc -s", "continuously reading reg", true, interruptThenQ, 0, 0},
       {"x and q in gpmc -rc, then q", "gpmc -m reg -rc -s", "continuously reading reg", true, keysThenQ("xq"), 0, 0},
-      {"q in gpmc -rc, then utp", "gpmc -m reg -rc -s", "continuously reading reg", true, [&](PtySession& s) {
+      {"q in a script's gpmc -rc, then its utp", rcThenUtp.c_str(), "continuously reading reg", true, [&](PtySession& s) {
          s.mark();
          s.send("q");
-         s.waitFor("diag> ");
-         s.type("utp -m Press\r");
-         EXPECT_TRUE(s.waitFor("\nPress") && s.waitCanonical(true));  // lines are the terminal's to edit again
-         interruptThenQ(s);
+         EXPECT_TRUE(s.waitFor("Press") && s.waitCanonical(true));  // lines are the terminal's to edit again
+         keysThenQ("ok\r")(s);
        }, 0, 0},
       {"Ctrl-C in utp, then q", "utp -m Press", "\nPress", false, interruptThenQ, 0, 0},  // not the echo of the line
       {"Ctrl-C in runtest -l 0, then q", "runtest gpmcreg -l 0", "<CR> to quit", false, interruptThenQ, 0, 0},

@@ -139,6 +139,8 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
   r = run({"eeprom", "-save", "bpEeprom", "-f", testPath("none.bin")});
   EXPECT_TRUE(r.exitCode != 0 && contains(r.out, "unable to read 4096 bytes of bpEeprom")) << r.out;
   EXPECT_FALSE(std::filesystem::exists(testPath("none.bin")));
+  r = run({"eeprom", "-id", "bpEeprom"});
+  EXPECT_TRUE(r.exitCode != 0 && contains(r.out, "unable to read 40 bytes of bpEeprom at 0x000\n")) << r.out;
 }
 
 TEST_F(BoardId, XmlFilesAndConfiguration) {

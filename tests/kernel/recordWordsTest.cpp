@@ -75,6 +75,9 @@ std::string requests(Kernel& k) {
   i2c_smbus_ioctl_data block = {I2C_SMBUS_READ, 0x20, I2C_SMBUS_I2C_BLOCK_DATA, &data};
   k.ioctl(fd, I2C_SMBUS, &block);
   seen += "block " + std::string(data.block + 1, data.block + 4) + "\n";
+  data.block[0] = 2;  // and a block written: its count, then its bytes
+  block.read_write = I2C_SMBUS_WRITE;
+  k.ioctl(fd, I2C_SMBUS, &block);
   k.ioctlVal(fd, I2C_SLAVE_FORCE, 0x50);
   uint8_t addr[2] = {0x00, 0x10}, got[4] = {};
   i2c_msg msgs[2] = {{0x50, 0, 2, addr}, {0x50, I2C_M_RD, 4, got}};
@@ -111,6 +114,7 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
   const std::string text = readFile(path);
   for (const char* line : {"\nargs diag \"two\\x20words\"\n", " i2c-0 rdwr 0x50 write 00 10 ; 0x50 read 4 -> 01 11 01 11\n",
                            " i2c-0 0x00 smbus read i2c_block_data cmd 0x20 len 3 -> 21 22 23\n",
+                           " i2c-0 0x00 smbus write i2c_block_data cmd 0x20 data 21 22\n",
                            " read \"/sys/odd\\x20\\\"name\\\"\\\\x\" 32 -> 12 \"24c32\\x20\\\"fp\\\"\\n\\x01\"\n",
                            " open /nope O_RDONLY -> ENOENT\n", " open /dev/i2c-0 O_RDWR -> fd 3\n", " clock realtime -> 1764096777.094872001\n",
                            " sleep 5us\n", " lock take diagSem\n"})
@@ -135,7 +139,7 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
       {text.find("\\x20words"), 4, "\\q20", "not a line of a recording"},
       {text.find("\nargs "), 1, "\ncolour blue\n", "not a line of a recording"},
       {text.find("\nargs "), 1, "\nenv TZ\n", "not a line of a recording"},  // a name without its value
-      {stamp, take - stamp, "", "not request "}, {no, stamp - 1 - no, "99", "not request "}};
+      {stamp, take - stamp, "", "not request "}, {no, stamp - 1 - no, "099", "not request "}};
   for (const Edit& e : edits) {
     writeFile(path, text.substr(0, e.at) + e.by + text.substr(e.at + e.len));
     ReplayKernel edited;

@@ -163,6 +163,8 @@ TEST_F(SelfTest, CablesNameWhatDoesNotAnswerAndGiveNoVerdictUnchecked) {
     expectRun("cableconn", {says, code});
     simctl({"i2c", "absent", chip, "off"});
   }
+  simctl({"set", "board", "signal"});  // a cable's memory that is no device of this board, named from the check
+  EXPECT_TRUE(contains(runSim({"runtest", "cableconn"}).out, "function probe - I2C device fprlyEeprom not found\n"));
 }
 
 // An endless register test stops at the operator's key and prints its total.

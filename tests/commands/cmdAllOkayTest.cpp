@@ -124,6 +124,8 @@ TEST(AllokSignalHost, BothNamesSetTheSignalHostBit) {
   t.mark();
   runSim({"allok", "-sok", "mshost"});
   EXPECT_FALSE(t.grep("fpga wr reg 0x0016 0x0002").empty());
+  t.mark();  // a name that is no host's sets nothing, and is no failure
+  EXPECT_TRUE(runSim({"--exit-status", "allok", "-snk", "fctl"}).exitCode == 0 && t.grep("fpga wr").empty());
   RunResult r = runSim({"allok", "-scn", "s"});
   EXPECT_NE(r.out.find("srchost    true     true"), std::string::npos) << r.out;
 }

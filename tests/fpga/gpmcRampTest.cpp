@@ -15,7 +15,10 @@ TEST_F(GpmcTest, ManualStepsClampAtTheTopAndAtZero) {
   EXPECT_EQ(wrote("0x0026"), "0x7ff0 0x7fff 0x8000");
   EXPECT_EQ(then(ramp.GPMCSetOutput(0x7000)), 0x7000);
   EXPECT_EQ(then(ramp.GPMCStepUp(0x100)), 0x7100);
+  trace.mark();
   EXPECT_EQ(then(ramp.GPMCStepDown(0x40)), 0x70c0);
+  // Each control write is read back, though only the last is judged: the first of four reads is the control's own.
+  EXPECT_EQ(trace.grep("fpga rd reg 0x0030").size(), 4u);
   EXPECT_EQ(then(ramp.GPMCStepDown(0x8000)), 0);
   // Zero is set with the direction bit clear, any other value with it set.
   EXPECT_EQ(then(ramp.GPMCSetOutput(0), "0x30") & 0x000f, 0x000b);

@@ -95,6 +95,8 @@ TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
        "identity field <name> appears twice"},
       {"missing", [](Image& i) { setStream(i, compressed("<board type=\"0970\"><name>n</name></board>")); },
        "identity field <part> is missing or empty"},
+      {"option", [](Image& i) { setStream(i, compressed("<board type=\"0970\">\n<option value=\"6\"/></board>")); },
+       "identity field <option> at line 2 has no name or no value"},
       {"type", [](Image& i) { setStream(i, compressed("<board type=\"97\"/>")); },
        "identity field type \"97\" is malformed: four digits expected"},
       {"label", [](Image& i) { i[4] = '8'; }, "identity type 0970 differs from the label's 0870"},

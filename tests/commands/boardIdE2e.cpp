@@ -134,6 +134,7 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
   std::vector<uint8_t> before = memOf("bp-eeprom");
   r = run({"eeprom", "-load", "bpEeprom", "-f", testPath("short.bin")});
   EXPECT_TRUE(contains(r.out, "short.bin is 4095 bytes: an image is exactly 4096; nothing was written")) << r.out;
+  EXPECT_NE(run({"eeprom", "-load", "bpEeprom", "-f", testPath("nosuch.bin")}).exitCode, 0);
   EXPECT_EQ(memOf("bp-eeprom"), before);
   simctl({"kernel", "fail", "read", "i2c-2", "EIO"});  // the address taken, the bytes refused: nothing is saved
   r = run({"eeprom", "-save", "bpEeprom", "-f", testPath("none.bin")});

@@ -6,6 +6,7 @@
 #include "allOkayMap.h"
 #include "cmdRun.h"
 #include "i2cDevMap.h"
+#include "kernel.h"
 #include "programs.h"
 #include "testEnv.h"
 #include "textUtil.h"
@@ -140,7 +141,11 @@ TEST(AllokStuckFault, AnyFansFaultIsTheControllersAndReleaseTimesOut) {
   EXPECT_NE(scan.find("mnhost     true     false"), std::string::npos) << scan;
   AllOkayMap m(testBoard().devices);
   Trace t;
+  const unsigned long long paused = kernel().counts().pausedUs;
   std::string out = captured([&] { EXPECT_EQ(m.find("fctl")->setOkayOut(true, false), TIMEOUT); });
   EXPECT_NE(out.find("function setOkayOut - timed out waiting for All-okay okay"), std::string::npos) << out;
   EXPECT_EQ(t.grep("smbus write word_data cmd 0xf5").size(), 40u);  // forty attempts, no more
+  // Each attempt settles 0.3 s after the limit, its read and the clear, waits 0.5 s for the next, and pauses
+  // 2 ms after each of its eighteen transfers.
+  EXPECT_EQ(kernel().counts().pausedUs - paused, 40u * (1100000 + 18 * 2000));
 }

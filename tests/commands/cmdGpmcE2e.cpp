@@ -212,6 +212,8 @@ TEST_F(GpmcCmd, FailedTransfersShowTheWordsOnEitherSide) {
   EXPECT_TRUE(out.starts_with("reading reg:\n0ff8: 0000000000000000file gpmcDev, line ")) << out;
   EXPECT_TRUE(out.ends_with("function rdLoop - failed to read device 4(0x1000), byteCnt= 4\nInvalid argument (22)\n\n"))
       << out;
+  run({"-m", "reg", "-o", "0xff8", "-r", "10", "-s", "-f", testPath("part.txt")});  // a block cut short is not stored
+  EXPECT_EQ(readFile(testPath("part.txt")), "");
 }
 
 TEST_F(GpmcCmd, BadInputGetsAClearMessage) {

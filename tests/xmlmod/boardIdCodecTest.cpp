@@ -121,6 +121,8 @@ TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
 TEST(BoardIdCodec, ADocumentThatCannotBeAnIdentityBuildsNoImage) {
   Image img(boardId::IMAGE_BYTES);
   std::string err;
+  EXPECT_FALSE(idImage(DOC, img.data(), 4095, &err));
+  EXPECT_EQ(err, "an identity image is 4096 bytes, not 4095");
   for (size_t len : {24u, 25u}) {  // the label "Z9 0970 " and the name fill its 32 bytes, or would overrun them
     std::string named = DOC;
     named.replace(named.find("back plane"), 10, std::string(len, 'n'));

@@ -144,7 +144,9 @@ TEST_F(GpmcMainHostTest, MainHostOkayWatchdogOledResetAndSnapshot) {
   ASSERT_EQ(stat.setMHDogEn(true), SUCCESS);
   trace.mark();
   ASSERT_EQ(stat.tickleDog(true), SUCCESS);
+  const unsigned long long paused = kernel().counts().pausedUs;
   ASSERT_EQ(ctl.rstOLED(), SUCCESS);
+  EXPECT_EQ(kernel().counts().pausedUs - paused, 500000u);  // held in reset for half a second
   EXPECT_EQ(wrote("0x0014"), "0x0000");
   EXPECT_EQ(wrote("0x0006"), "0x0010 0x4010");
   S_GPMC_MH_FPGA_REGS regs = {};

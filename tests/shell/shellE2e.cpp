@@ -68,10 +68,10 @@ TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {
   std::vector<std::string> n = splitLines(
       runSim({}, count + "file " + testPath("s2.txt") + "\nfile " + testPath("s2.txt") + "\nxml -f " + testPath("s2.txt") + "\n" +
                      count + "q\n").out);
-  // file alone names no script (not the last one), and a line of too many words is not run.
-  std::string out = runSim({}, "file " + testPath("s2.txt") + "\nfile\nec -cd SD 1 2 3 4 5 6 7 8 9 a b c d e f g h i\n").out;
+  // file alone names no script (not the last one); a line of too many words, or one that starts with a blank, is not run.
+  std::string out = runSim({}, "file " + testPath("s2.txt") + "\nfile\nec -cd SD 1 2 3 4 5 6 7 8 9 a b c d e f g h i\n ec -cd SD\n").out;
   EXPECT_TRUE(contains(out, "runScriptFile - unable to open file \ndiag> too many words in the line, 21: at most 20 are taken; "
-                            "nothing was run\ndiag> \n")) << out;
+                            "nothing was run\ndiag> diag> \n")) << out;
   std::vector<std::string> counts;
   for (std::string l : n) {
     if (l.rfind("diag> ", 0) == 0) l.erase(0, 6);  // the prompt before the command's output
@@ -206,6 +206,7 @@ TEST(UtilityCommands, DelaySystemBackgroundAndPause) {
   EXPECT_EQ(r.out, "Press Enter ");
   EXPECT_EQ(readFile(testPath("utp.out")), "done 100%% %d\n");  // the answer as typed
   EXPECT_EQ(runSim({"utp"}, "ok%%\n").out, "...ok%%\n");
+  EXPECT_EQ(runSim({"utp"}, std::string(250, 'a') + "\n").out, "..." + std::string(199, 'a'));  // what the answer holds
   // An answer that cannot be kept is not asked for; one that was not stored is said so.
   r = runSim({"utp", "-m", "Press", "Enter", "-f", testPath("no/such/folder")}, "done\n");
   EXPECT_EQ(r.out.substr(r.out.find(" - ")), " - unable to open file " + testPath("no/such/folder") +

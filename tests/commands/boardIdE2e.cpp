@@ -62,10 +62,7 @@ TEST_F(BoardId, EachDamageHasItsOwnLineAndFails) {
   EXPECT_EQ(good.exitCode, 0) << good.out;
   EXPECT_TRUE(contains(good.out, "label     Z9 0996 communications\ntype      0996\nname      communications\n"))
       << good.out;
-  const struct {
-    const char* damage;
-    const char* line;
-  } cases[] = {
+  const struct { const char* damage; const char* line; } cases[] = {
       {"blank", "commEeprom: no identity programmed (blank)\n"},
       {"crc", "commEeprom: identity CRC mismatch: stored 0x"},
       {"stream", "commEeprom: identity stream does not inflate: zlib error -3 (invalid stored block lengths)\n"},
@@ -153,15 +150,13 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
   EXPECT_EQ(n.out + std::to_string(n.exitCode), "1\n0");
   writeFile(testPath("bad.xml"), "<a>\n  <b>\n</a>\n");
   RunResult r = run({"xml", "-f", testPath("bad.xml")});
-  EXPECT_NE(r.exitCode, 0);
-  EXPECT_TRUE(contains(r.out, "line 3, column 5: Opening and ending tag mismatch")) << r.out;
+  EXPECT_TRUE(r.exitCode != 0 && contains(r.out, "line 3, column 5: Opening and ending tag mismatch")) << r.out;
   r = run({"xml", "-f", testPath("bad.xml"), "-x", "//b"});
   EXPECT_TRUE(contains(r.out, "bad.xml: line 3, column 5: Opening and ending tag mismatch")) << r.out;
   EXPECT_EQ(run({"cfg", "-g", "production.station"}).out, "bench-1\n");
   EXPECT_TRUE(contains(run({"cfg", "-l"}).out, "limits.fanTestSpeed = 60\n"));
   r = run({"cfg", "-g", "limits.nosuch"});
-  EXPECT_NE(r.exitCode, 0);
-  EXPECT_TRUE(contains(r.out, "no setting limits.nosuch in /vesta/diags/diag.cfg\n")) << r.out;
+  EXPECT_TRUE(r.exitCode != 0 && contains(r.out, "no setting limits.nosuch in /vesta/diags/diag.cfg\n")) << r.out;
   writeFile(testPath("bad.cfg"), "a = 1;\nb = ;\n");
   r = run({"cfg", "-l", "-f", testPath("bad.cfg")});
   EXPECT_NE(r.exitCode, 0);
@@ -197,6 +192,5 @@ TEST_F(BoardId, OnlyTheCommandsThatNeedTheLibrariesLoadThem) {
   std::string lone = testPath("diag-sim");
   std::filesystem::copy_file(diagSimBin(), lone);
   RunResult r = runProgram(programArgv(lone, {"--exit-status", "cfg", "-l"}));
-  EXPECT_NE(r.exitCode, 0);
-  EXPECT_TRUE(contains(r.out, "cannot open diag-xml.so, which this command needs")) << r.out;
+  EXPECT_TRUE(r.exitCode != 0 && contains(r.out, "cannot open diag-xml.so, which this command needs")) << r.out;
 }

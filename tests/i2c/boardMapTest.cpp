@@ -87,8 +87,7 @@ TEST(BoardMap, NoTwoChipsOnTheBusAtOnceShareAnAddress) {
     for (const char* rev : REVS)
       for (const char* variant : VARIANTS) {
         std::string where = std::string(board) + " rev " + rev + " " + variant;
-        resetSim();
-        simctls({{"set", "board", board}, {"set", "rev", rev}});
+        simctls({{"reset"}, {"set", "board", board}, {"set", "rev", rev}});
         for (const char* sw : {"host", "fp", "shost"}) simctl({"set", "switch", sw, variant});
         checkRegistry("registry " + where, std::stoi(rev));
         sim::SimLock lk;

@@ -38,8 +38,7 @@ TEST_F(I2cRegistry, PathsSelectThroughTheirBoardsOwnMultiplexers) {
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(std::string(c.board) + " " + c.device);
-    resetSim();
-    simctls({{"set", "board", c.board}, {"set", "rev", std::to_string(c.rev)}});
+    simctls({{"reset"}, {"set", "board", c.board}, {"set", "rev", std::to_string(c.rev)}});
     I2cDevMap m{testBoard().i2cSem};
     m.devices();  // filled (and its sensor probed) before the trace looks
     Bus bus;

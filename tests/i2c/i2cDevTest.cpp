@@ -42,9 +42,8 @@ TEST_F(I2cDevOps, SmbusWritesGoOutByDataCount) {
     EXPECT_EQ(d.wrBytes(buf, len, &n, 0), SUCCESS);
     EXPECT_EQ(n, len);
   }
-  EXPECT_EQ(t.grep("i2c-2 0x40 smbus write byte cmd 0x30").size(), 1u);
-  EXPECT_EQ(t.grep("i2c-2 0x40 smbus write byte_data cmd 0x10 data 11").size(), 1u);
-  EXPECT_EQ(t.grep("i2c-2 0x40 smbus write word_data cmd 0x05 data 1234").size(), 1u);
+  for (const char* sent : {"byte cmd 0x30", "byte_data cmd 0x10 data 11", "word_data cmd 0x05 data 1234"})
+    EXPECT_EQ(t.grep(std::string("i2c-2 0x40 smbus write ") + sent).size(), 1u) << sent;
   EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "6"}), "0x12\n");
 
   // Three or more: a block whose data start at the command byte; never reported as written.

@@ -78,8 +78,7 @@ TEST_F(I2cAccessor, AFailedAcquisitionHoldsNothing) {
       {"mrtmp2", {"kernel", "fail", "ioctl", "i2c-2", "EBUSY", "0x706"}, FAILURE},
   };
   for (const auto& c : cases) {
-    resetSim();
-    simctl({"kernel", "clear"});
+    simctls({{"reset"}, {"kernel", "clear"}});
     if (!c.fault.empty()) simctl(c.fault);
     Trace t;
     captured([&] { EXPECT_EQ(I2cDevUtil(testBoard().i2c, c.name, false).stat(), c.st) << c.name; });

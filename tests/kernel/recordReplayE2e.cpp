@@ -142,9 +142,7 @@ TEST_F(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
   const std::regex start("(^|\n)start 2[0-9]{3}-[01][0-9]-[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{6} \\+0000\n");
   EXPECT_TRUE(std::regex_search(text.substr(0, text.find("\n1 ")), start)) << text;  // its wall clock, in the zone asked
   EXPECT_TRUE(contains(text, " lock take diagSem\n") && contains(text, " lock give diagSem\n")) << text;
-  struct Change {
-    std::string from, to, recorded, asked, printedBefore;
-  } changes[] = {
+  struct Change { std::string from, to, recorded, asked, printedBefore; } changes[] = {
       {"cmd 0x90", "cmd 0x91", "i2c-2 0x52 smbus read word_data cmd 0x91", "i2c-2 0x52 smbus read word_data cmd 0x90"},
       {"0x71 write 02", "0x71 write 03", "i2c-2 rdwr 0x71 write 03 ; 0x71 read 1",
        "i2c-2 rdwr 0x71 write 02 ; 0x71 read 1"},

@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <iterator>
 #include <map>
 #include <set>
 #include <string>
@@ -62,20 +63,16 @@ TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndShowsEachOnce) {
   EXPECT_EQ(perPage, (std::map<std::string, int>{{"00", 23}, {"01", 11}, {"02", 11}, {"03", 11}, {"04", 11},
                                                  {"05", 11}, {"06", 6}, {"14", 9}}));
   // Each command read in its width: 65 of them are 16-bit words, the other 28 bytes.
-  EXPECT_EQ(std::count_if(bus.begin(), bus.end(), [](const std::string& l) { return contains(l, "read word_data"); }),
-            65);
+  EXPECT_EQ(std::ranges::count_if(bus, [](const std::string& l) { return contains(l, "read word_data"); }), 65);
   EXPECT_EQ(bus[0], "i2c-2 0x52 smbus write byte_data cmd 0x00 data 00");
   EXPECT_EQ(bus[1], "i2c-2 0x52 smbus read byte_data cmd 0x00 -> 00");
   EXPECT_EQ(bus.back(), "i2c-2 0x52 smbus read word_data cmd 0xd7 -> 2ee0");
 }
 
 TEST_F(FanCtlrTest, SpeedWritesGoToThePageGiven) {
-  struct Case {
-    const char* line;
-    const char* page;
-    const char* word;
-  } cases[] = {{"fan -ss 100 -p 2", "02", "17c0"}, {"fan -ss 50", "00", "0be0"}, {"fan -p 5 -ss 0", "05", "0000"},
-               {"fan -ss 33 -p 0x1", "01", "07d6"}};
+  struct Case { const char* line; const char* page; const char* word; } cases[] = {
+      {"fan -ss 100 -p 2", "02", "17c0"}, {"fan -ss 50", "00", "0be0"}, {"fan -p 5 -ss 0", "05", "0000"},
+      {"fan -ss 33 -p 0x1", "01", "07d6"}};
   for (const Case& c : cases) {
     Trace t;
     EXPECT_EQ(runCmd(c.line).status, SUCCESS) << c.line;
@@ -153,8 +150,7 @@ TEST_F(FanCtlrTest, DumpShowsWhatWasNotReadAsNotRead) {
   EXPECT_EQ(r.status, FAILURE);
   EXPECT_EQ(fctlTraffic(t).size(), 11u);  // the walk stopped at the failed page select
   std::vector<std::string> lines;
-  for (const std::string& l : splitLines(r.out))
-    if (l.rfind("FANCTLR_", 0) == 0) lines.push_back(l);
+  std::ranges::copy_if(splitLines(r.out), std::back_inserter(lines), [](auto& l) { return l.starts_with("FANCTLR_"); });
   ASSERT_EQ(lines.size(), 87u) << r.out;
   EXPECT_EQ(lines[0], "FANCTLR_FAN_CONFIG_1_2 (00:0x3a)..................0x00d0");
   EXPECT_EQ(lines[1], "FANCTLR_FAN_CONFIG_1_2 (01:0x3a)..................not read");

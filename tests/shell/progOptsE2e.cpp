@@ -45,10 +45,7 @@ TEST(ProgramOptions, ExitStatusTellsSuccessFailureAndBadUsage) {
   simctl({"reset"});
   std::vector<std::string> words = {"delay"};  // 19 words, the most a one-shot line takes
   for (int i = 0; i < 9; ++i) words.insert(words.end(), {"-m", "0"});
-  const struct {
-    std::vector<std::string> args;
-    int code;
-  } cases[] = {
+  const struct { std::vector<std::string> args; int code; } cases[] = {
       {{"ec", "-cd", "Scan"}, 0},
       {{"runtest", "gpmcreg"}, 0},
       {{"nosuch"}, 2},

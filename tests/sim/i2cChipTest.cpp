@@ -16,7 +16,7 @@ template <unsigned char CHANNEL, int ADDR>
 class OnChip : public ::testing::Test {
 protected:
   void SetUp() override {
-    resetSim();
+    simctl({"reset"});
     ASSERT_TRUE(bus.select(HOSTSW, CHANNEL));
     ASSERT_TRUE(bus.to(ADDR));
   }

@@ -53,9 +53,8 @@ TEST_F(KernelFaultE2e, GpmcStagesReportTheFailedStepAndStopThere) {
   EXPECT_EQ(simctl({"fpga", "peek", "reg", "0x0e"}), "0x0000\n");  // no collection started
 
   // Words from a file: the second write is refused, the first stays written and the rest are not sent.
-  simctl({"kernel", "clear"});
   writeFile(testPath("words.txt"), "17\n18\n19\n");
-  simctl({"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc2", "after", "1"});
+  simctls({{"kernel", "clear"}, {"kernel", "fail", "ioctl", "fpga", "EIO", "0x11abc2", "after", "1"}});
   out = simOut({"gpmc", "-m", "fgen", "-w", "3", "-fi", testPath("words.txt")});
   EXPECT_TRUE(contains(out, "write failed\n")) << out;
   EXPECT_EQ(simctl({"fpga", "peek", "fgen", "0"}), "0x0011\n");

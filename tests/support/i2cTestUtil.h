@@ -60,8 +60,5 @@ inline void plantBlock() {
     simctl({"i2c", "poke", "fpfpga", reg, v});
 }
 
-// A fresh power-on instrument with the default configuration.
-inline void resetSim() { simctl({"reset"}); }
-
-// Each test starts from one.
+// Each test starts from a freshly powered-on instrument with the default configuration.
 using I2cTest = FreshSim;

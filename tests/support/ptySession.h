@@ -25,10 +25,7 @@ public:
   PtySession(const PtySession&) = delete;
   PtySession& operator=(const PtySession&) = delete;
 
-  static constexpr const char* TAB = "\t";
   static constexpr const char* ENTER = "\r";
-  static constexpr const char* BACKSPACE = "\x7f";
-  static constexpr const char* ESC = "\x1b";
 
   void send(const std::string& keys);
   // Sends the keys one at a time, each after the program has taken the previous one.

@@ -73,11 +73,7 @@ TEST(BoardIdCodec, AGoodImageShowsEveryFieldInOrder) {
 }
 
 TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
-  const struct {
-    const char* what;
-    std::function<void(Image&)> damage;
-    const char* line;
-  } cases[] = {
+  const struct { const char* what; std::function<void(Image&)> damage; const char* line; } cases[] = {
       {"blank", [](Image& i) { memset(i.data() + 0x20, 0xFF, 8); }, "no identity programmed (blank)"},
       {"version", [](Image& i) { i[0x21] = 2; }, "unknown identity layout version 2 (this program reads 1)"},
       {"length 0", [](Image& i) { setLen(i, 0); }, "identity length 0 out of range (1 to 4024)"},

@@ -119,6 +119,8 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
   EXPECT_TRUE(contains(r.out, "serial    0970-25-000777\nrevision  4\nmade      2025-02-28\noption    fans = 6\n")) << r.out;
   EXPECT_EQ(run({"xml", "-d", "bpEeprom", "-x", "/board/option[@name='fans']/@value"}).out, "6\n");
   EXPECT_TRUE(contains(run({"xml", "-d", "fctl"}).out, "fctl is not a board EEPROM of this host, see eeprom -l\n"));
+  r = run({"eeprom", "-id", "fctl"});  // refused in one line, and not read as a memory
+  EXPECT_TRUE(r.exitCode != 0 && countOf(r.out, "\n") == 1 && contains(r.out, "fctl is not a board EEPROM")) << r.out;
   r = run({"eeprom", "-save", "bpEeprom", "-f", testPath("back.bin")});
   EXPECT_EQ(readFile(testPath("back.bin")), readFile(testPath("id.bin")));
   // A document without a required field builds nothing; a file of another size is not loaded.

@@ -73,6 +73,7 @@ Kernel::Counts Kernel::counts() const {
   return {nOpen.load(), nClose.load(), nRead.load(), nWrite.load(), nIoctl.load(), nMmap.load(), nPausedUs.load()};
 }
 
-void Kernel::resetCounts() { nOpen = nClose = nRead = nWrite = nIoctl = nMmap = 0;
+void Kernel::resetCounts() {
+  nOpen = nClose = nRead = nWrite = nIoctl = nMmap = 0;
   nPausedUs = 0;
 }

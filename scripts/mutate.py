@@ -12,8 +12,9 @@ lines left alone) the tool rebuilds what the fault touches, runs only the suites
 (each test in its own process, two at once, with a time bound, stopping at the first failure) and puts the
 line back.
 Verdicts: caught (a test failed, crashed or ran past its bound), passed (every test that runs the line
-passed), unreached (no test runs the line), not compiled, and the same object (it passed, and the file compiled
-with -O2 is byte for byte the unchanged file's: no fault of the program; not counted either way).
+passed), unreached (no test runs the line), not compiled, and the same object (it passed, and the objects of
+src/ that it reaches, compiled with -O2, are byte for byte the unchanged tree's: no fault of the program; not
+counted either way).
 Results go to WORK/results-SEED.jsonl (one fault a line) and the diff of every fault that was not caught to
 WORK/passed-SEED.txt. See docs/testing.md.
 """
@@ -76,6 +77,13 @@ def angle_bracket(code, s, e):
                           r'vector<|optional<|span<|function<|map<|pair<|ptr<|_t<|numeric_limits<', code))
 
 
+def in_attribute(code, at):
+    """Whether the column lies inside an __attribute__((...)): a check of the compiler's (a printf format's
+    argument numbers), no code of the program."""
+    i = code.rfind('__attribute__', 0, at)
+    return i >= 0 and code.count('(', i, at) > code.count(')', i, at)
+
+
 def sites(tree):
     """Every fault site of src/: (path, line index, start, end, kind, replacement)."""
     out = []
@@ -91,6 +99,7 @@ def sites(tree):
                 for kind, pat, rep in OPS:
                     for m in re.finditer(pat, code):
                         a, b = m.start(), m.end()
+                        if in_attribute(code, a): continue
                         if kind == 'cmp' and code[a] in '<>' and angle_bracket(code, a, b): continue
                         if kind == 'const':
                             if '[' in code[:a] and ']' in code[b:] and re.search(r'\w+\s*\[[^\]]*$', code[:a]) \
@@ -359,18 +368,34 @@ def order(tests, names, rel, cost):
 
 
 class SameObject:
-    """Whether a fault leaves its file's optimised object byte for byte as it was. Then the fault is no fault:
-    the compiler proved the program unchanged (a value overwritten before it is read, a test that the code
-    before it already decided), and no test could tell it. Only faults that the tests let through are
-    compiled so, once each and once for the unchanged file; a header's faults are not (every includer would
-    have to be compiled)."""
-    def __init__(self, build):
+    """Whether a fault leaves the optimised objects of the program byte for byte as they were. Then the fault is
+    no fault: the compiler proved the program unchanged (a value overwritten before it is read, a test that the
+    code before it already decided, a number of an enumeration that no code names), and no test could tell it.
+    Only faults that the tests let through are compiled so, once each and once for the unchanged file. A
+    header's fault is compiled in every file of src/ whose object depends on the header (the build's own
+    dependency record tells which), up to HEADER_USERS of them; a header more widely used is not tried."""
+    HEADER_USERS = 100
+
+    def __init__(self, build, tree):
         db = os.path.join(build, 'compile_commands.json')
         rc, out = (0, open(db).read()) if os.path.exists(db) else sh('ninja -t compdb', cwd=build, timeout=120)
         self.cmds, self.orig = {}, {}
         for e in (json.loads(out) if rc == 0 else []):
             f = os.path.normpath(os.path.join(e['directory'], e['file']))
             self.cmds.setdefault(f, (e['directory'], e['command']))
+        self.users = self.header_users(build, os.path.join(tree, 'src') + os.sep)
+
+    @staticmethod
+    def header_users(build, src):
+        """header path -> the files of src/ whose objects the build records as depending on it."""
+        rc, out = sh('ninja -t deps', cwd=build, timeout=120)
+        users, first = {}, None
+        for line in (out.split('\n') if rc == 0 else []):
+            if not line.startswith(' '): first = None; continue
+            f = os.path.normpath(os.path.join(build, line.strip()))
+            if first is None: first = f; continue
+            if first.startswith(src) and f.startswith(src): users.setdefault(f, set()).add(first)
+        return users
 
     def compile(self, path):
         """The object of the file as it is now, compiled with -O2, or None when it cannot be."""
@@ -384,15 +409,29 @@ class SameObject:
             out.append(w)
         with tempfile.TemporaryDirectory() as t:
             o = os.path.join(t, 'x.o')
-            rc, _ = sh(shlex.join(out + ['-O2', '-g0', '-o', o]), cwd=d, timeout=600)
+            # A fixed build time: the version command's date and time would differ from one compile to the next.
+            rc, _ = sh(shlex.join(out + ['-O2', '-g0', '-o', o]), cwd=d, timeout=600,
+                       env=dict(os.environ, SOURCE_DATE_EPOCH='0'))
             return open(o, 'rb').read() if rc == 0 else None
 
+    def objects(self, path):
+        """The faulted objects that path's fault reaches, as {file: object}, or None when they are not tried."""
+        files = [path] if path.endswith('.cpp') else sorted(self.users.get(path, ()))
+        if not files or len(files) > self.HEADER_USERS: return None
+        objs = {}
+        for f in files:
+            objs[f] = self.compile(f)
+            if objs[f] is None: return None
+        return objs
+
     def same(self, path, faulted, text):
-        """Whether the faulted object equals the unchanged file's (text, now back in place)."""
+        """Whether the faulted objects equal the unchanged ones (path holds text again)."""
         if faulted is None: return False
         key = hashlib.sha1(text.encode()).hexdigest()
-        if key not in self.orig: self.orig[key] = self.compile(path)
-        return self.orig[key] == faulted
+        for f, o in faulted.items():
+            if (f, key) not in self.orig: self.orig[(f, key)] = self.compile(f)
+            if self.orig[(f, key)] != o: return False
+        return True
 
 
 def never_counted(m, rel, line):
@@ -424,7 +463,7 @@ def try_fault(fault, a, m, tree, tests, target, cost, so):
                                           lambda t: 30 + 4 * cost.get(t, 30))
             verdict = 'caught' if v != 'pass' else 'unreached' if never_counted(m, rel, n + 1) else 'passed'
             by = failed if v == 'fail' else [f'{f} (timeout)' for f in failed]
-        if verdict in ('passed', 'unreached') and rel.endswith('.cpp'): faulted = so.compile(p)
+        if verdict in ('passed', 'unreached'): faulted = so.objects(p)
     finally:
         open(p, 'w').write(text)
     if so.same(p, faulted, text): verdict = 'same'
@@ -491,7 +530,7 @@ def main():
     res = open(os.path.join(work, f'results-{tag}.jsonl'), 'w')
     passed = open(os.path.join(work, f'passed-{tag}.txt'), 'w')
     counts = dict(caught=0, passed=0, unreached=0, uncompiled=0, same=0)
-    so = SameObject(build)
+    so = SameObject(build, tree)
     end = time.time() + 60 * a.minutes if a.minutes else None
     taken = 0
     while taken < len(todo) and counts['caught'] + counts['passed'] + counts['unreached'] < a.n:

@@ -96,6 +96,12 @@ E_STATUS log(unsigned long flags, const char* fmt, ...) {
   return SUCCESS;
 }
 
+void logText(unsigned long flags, const std::string& text) {
+  if (flags & LOG_TRIG) pulseTrigger();
+  std::lock_guard<std::recursive_mutex> lock(logMutex);
+  emit(flags, text);
+}
+
 void logErrno(unsigned long flags, int err) {
   log(flags, "%s (%d)\n", strerror(err), err);
 }

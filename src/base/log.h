@@ -13,7 +13,11 @@ constexpr unsigned long LOG_TRIG = 4;
 // The one output call. The format is the program's own and is formatted once
 // with the arguments: a text that comes from outside (a name, a file's line,
 // an operator's answer) is always an argument, and prints as it is, '%' and all.
+// A message is cut at 511 characters; callers keep theirs far shorter.
 E_STATUS log(unsigned long flags, const char* fmt, ...) __attribute__((format(printf, 2, 3)));
+// A text that is data rather than a message (a value read from a file), printed
+// whole whatever its length, as log() prints to the same places.
+void logText(unsigned long flags, const std::string& text);
 E_STATUS setLogFlag(unsigned long flags, bool on);
 unsigned long getLogFlags();
 E_STATUS logOpen();

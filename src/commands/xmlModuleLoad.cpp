@@ -50,7 +50,7 @@ void toLog(void* ctx, bool err, const char* text) {
   if (err)
     LOGERR_FN(LOG_TERM, s->fn, "%s%s\n", s->prefix, text);
   else
-    log(LOG_TERM, "%s\n", text);
+    logText(LOG_TERM, std::string(text) + "\n");  // a value of the file: whole, however long
 }
 }  // namespace
 

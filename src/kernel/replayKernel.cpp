@@ -58,7 +58,6 @@ std::string versionNumber(const std::string& version) { return version.substr(0,
 bool ReplayKernel::load(const std::string& file, bool inRealTime, std::string* why) {
   path = file;
   realTime = inRealTime;
-  next = 0;
   return readRecording(file, &rec, why);
 }
 

@@ -115,7 +115,6 @@ void Shell::setCmdLine(int argc, char** argv) {
 E_STATUS Shell::DCLI() {
   char* line;
   getCmdLine(&line);
-  memset(shellArgv, 0, sizeof shellArgv);
   E_STATUS st = lineParser(&shellArgc, shellArgv, line);
   if (st != SUCCESS) return st;
   if (shellArgc >= 2) return oneShot();

@@ -21,9 +21,12 @@ TEST(LogOutput, FormatsOnceAndPrintsUserTextExactly) {
   EXPECT_EQ(GetCapturedStdout(), "50% of file%s.txt\nanswer 100%% %d %n\n");
 }
 
-TEST(LogOutput, LongMessagesArePrintedWhole) {
-  std::string msg(199, 'm');
-  EXPECT_EQ(captured([&] { log(LOG_TERM, "%s", msg.c_str()); }), msg);
+// A message is whole up to the buffer's 511 characters, and a longer one is cut there, never overrun.
+TEST(LogOutput, LongMessagesArePrintedWholeUpToTheBuffer) {
+  for (size_t n : {199u, 511u, 600u}) {
+    std::string msg(n, 'm');
+    EXPECT_EQ(captured([&] { log(LOG_TERM, "%s", msg.c_str()); }), msg.substr(0, 511)) << n;
+  }
 }
 
 TEST(LogOutput, ErrorPrefixNamesFileLineAndFunction) {

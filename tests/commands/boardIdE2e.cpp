@@ -150,6 +150,9 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
   EXPECT_TRUE(contains(run({"xml", "-f", testPath("a.xml"), "-x", "//["}).out, "XPath //[: Invalid expression\n"));
   RunResult n = run({"xml", "-f", testPath("a.xml"), "-x", "count(//b)"});
   EXPECT_EQ(n.out + std::to_string(n.exitCode), "1\n0");
+  const std::string value(600, 'w');  // a value longer than any message: printed whole
+  writeFile(testPath("long.xml"), "<a>" + value + "</a>");
+  EXPECT_EQ(run({"xml", "-f", testPath("long.xml"), "-x", "string(/a)"}).out, value + "\n");
   writeFile(testPath("bad.xml"), "<a>\n  <b>\n</a>\n");
   RunResult r = run({"xml", "-f", testPath("bad.xml")});
   EXPECT_TRUE(r.exitCode != 0 && contains(r.out, "line 3, column 5: Opening and ending tag mismatch")) << r.out;

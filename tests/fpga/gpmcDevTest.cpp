@@ -101,6 +101,8 @@ TEST_F(GpmcTest, WaveformActionsSetTheirBitsInOrder) {
   ASSERT_EQ(stat.isDataStrmEnabled(&enabled, &running), SUCCESS);
   EXPECT_TRUE(enabled && running);
   ASSERT_EQ(ctl.GPMCStopWaveForm(), SUCCESS);
+  ASSERT_EQ(stat.isDataStrmEnabled(&enabled, &running), SUCCESS);
+  EXPECT_FALSE(enabled || running);
   EXPECT_EQ(wrote("0x0014"), "0x1000 0x1010 0x1000 0x0000");
   trace.mark();  // the one-bit actions: data stream on, wave run on, wave run off
   for (E_GPMC_WV_ACTION a : {GPMC_WV_ACTION_DATSTRM_EN, GPMC_WV_ACTION_START_RUN, GPMC_WV_ACTION_STOP_RUN})

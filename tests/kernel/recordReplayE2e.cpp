@@ -219,11 +219,15 @@ TEST_F(RecordReplay, ABackgroundJobRecordsBesideItsParentAndReplaysOnItsOwn) {
 // Pauses are replayed, not slept: a recorded second of delay is a thousand
 // pauses, each a voluntary wait of the process only when slept.
 TEST_F(RecordReplay, PausesTakeNoTimeUnlessAskedFor) {
-  const std::string rec = testPath("delay.rec");
+  const std::string rec = testPath("delay.rec"), ta = testPath("ta.rec");
+  RunResult shown;
   {
     EnvSet halfHour("TZ", "<-0330>3:30");  // the start's zone has its minutes too
     ASSERT_EQ(recorded(rec, {"delay", "-s", "1"}).exitCode, 0);
+    shown = recorded(ta, {"ta"});
   }
+  EXPECT_TRUE(contains(shown.out, "\n12-31-1969  20:30:01.0\n")) << shown.out;  // times shown in that zone,
+  EXPECT_EQ(replayed({ta}).out, shown.out);  // and so replayed in another
   const std::string text = readFile(rec);
   EXPECT_TRUE(contains(text.substr(0, text.find("\n1 ")), " -0330\n")) << text;
   ASSERT_EQ(pausesOf(rec), "1000 x 900us");

@@ -35,6 +35,7 @@ using FanCtlrTest = FreshSim;
 // Each register once, with the value read: of a page-0 register the table
 // enters twice, the copy the page map reaches.
 TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndShowsEachOnce) {
+  ASSERT_EQ(runCmd("fan -p 0 -w 2 -o 0x3b -d 0x1235").status, SUCCESS);  // every bit of a value shown
   Trace t;
   CmdResult r = runCmd("fan -r");
   EXPECT_EQ(r.status, SUCCESS);
@@ -43,6 +44,7 @@ TEST_F(FanCtlrTest, DumpReadsEveryPageAndCommandOnceAndShowsEachOnce) {
   EXPECT_EQ(out[0], "FANCTLR_FAN_CONFIG_1_2 (00:0x3a)..................0x00d0");
   EXPECT_TRUE(contains(r.out, "\nFANCTLR_MFR_FAN_FAULT_LIMIT (01:0xf5).............0x0168\n"));
   EXPECT_TRUE(contains(r.out, "FANCTLR_MFR_FAN_FAULT_LIMIT (00:0xf5).............0x0168\n"));
+  EXPECT_TRUE(contains(r.out, "\nFANCTLR_FAN_COMMAND_1 (00:0x3b)...................0x1235\n"));
   for (size_t k = 65; k <= 71; ++k) EXPECT_EQ(out[k].substr(out[k].find('(') + 1, 3), "00:") << k;  // the later copies
   EXPECT_EQ(out[86], "FANCTLR_MFR_VOUT_MIN (20:0xd7)....................0x2ee0");
   std::map<std::string, std::string> codeOf;  // a name stands for one command, a page's command has one name

@@ -13,6 +13,9 @@ struct RegFld {
   E_ACCESS access;
 };
 
+// A field's value in a register's value: its bits msb down to lsb, shifted down.
+inline unsigned fieldValue(unsigned value, const RegFld& f) { return (value >> f.lsb) & ((2u << (f.msb - f.lsb)) - 1); }
+
 // A register description: name, command code or offset, width, the last value
 // read, display colour flag, page, access kind and bit fields.
 struct Reg {

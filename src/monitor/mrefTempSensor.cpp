@@ -61,7 +61,9 @@ std::string fmtEighths(int eighths) {
   return buf;
 }
 
-int tmpEighths(unsigned char high, unsigned char low) { return static_cast<signed char>(high) * 8 + (low >> 5); }
+int tmpEighths(unsigned char high, unsigned char low) {
+  return static_cast<signed char>(high) * 8 + static_cast<int>(fieldValue(low, fraction()[0]));
+}
 
 MRefTempSensor::MRefTempSensor(I2cDevMap& devs, std::string name) : devs(devs), name(std::move(name)) {
   regVec = {
@@ -135,7 +137,7 @@ void MRefTempSensor::dispTemps() const {
       value(CONFIG), value(CONV_RATE));
   std::string bits;
   for (const RegFld& f : statusBits())
-    if (status & (1u << f.lsb)) bits += (bits.empty() ? "" : ", ") + f.name;
+    if (fieldValue(status, f)) bits += (bits.empty() ? "" : ", ") + f.name;
   log(LOG_TERM, "  status 0x%02x: %s\n", status, bits.empty() ? "no alarm" : bits.c_str());
 }
 

@@ -10,6 +10,7 @@ TEST_F(GpmcTest, ManualStepsClampAtTheTopAndAtZero) {
     return peek("reg", addr);
   };
   EXPECT_EQ(then(ramp.GPMCSetOutput(0x7ff0)), 0x7ff0);
+  EXPECT_EQ(wrote("0x0030"), "0x2000 0x2007 0x200f");  // stopped, manual and up, started: no other bit
   EXPECT_EQ(then(ramp.GPMCStepUp(0xf)), 0x7fff);  // the top itself is no clamp
   EXPECT_EQ(then(ramp.GPMCStepUp(0x20)), 0x8000);
   EXPECT_EQ(wrote("0x0026"), "0x7ff0 0x7fff 0x8000");

@@ -105,7 +105,7 @@ TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
   // Until a key (loops 0): an input that has ended can bring none, so the test stops at once.
   EXPECT_TRUE(contains(runSim({"runtest", "fpfa", "-l", "0"}, "", 10000).out, " 0 accesses of fpfpga, 0 failed\n"));
   simctl({"i2c", "stuck", "fpfpga", "0x39", "0", "1"});  // the write is acknowledged; only its read-back can tell
-  expectRun("fpfa -l 2", {"2 accesses of fpfpga, 2 failed\nFAILED\n"});
+  EXPECT_TRUE(expectRun("fpfa -l 2", {}).ends_with("2 accesses of fpfpga, 2 failed\nFAILED\n"));  // no code line
   simctl({"i2c", "absent", "mrtmp1", "on"});  // each failed transfer told once: the walk's write and the put-back
   EXPECT_EQ(countOf(expectRun("mrtmp1reg", {"FAILED\n"}), "failed to write device mrtmp1"), 2u);
   expectRun("shswfa", {"shostsw is not a device of this board"});

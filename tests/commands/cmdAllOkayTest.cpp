@@ -80,8 +80,10 @@ TEST_F(AllokTest, SetActsOnTheHostsSourcesInNameOrder) {
 TEST_F(AllokTest, MainReferenceAndFrontPanelFollowTheirOutputs) {
   EXPECT_EQ(runCmd("allok -fno mref").status, SUCCESS);
   EXPECT_NE(scanM().find("mref       false    NA"), std::string::npos);
+  EXPECT_EQ(simctl({"i2c", "peek", "mrtmp1", "0x05"}), "0x0\n");  // its local high set-point: 0 and 70 degrees
   EXPECT_EQ(runCmd("allok -set M mref").status, SUCCESS);
   EXPECT_NE(scanM().find("mref       true     NA"), std::string::npos);
+  EXPECT_EQ(simctl({"i2c", "peek", "mrtmp1", "0x05"}), "0x46\n");
 
   EXPECT_EQ(runCmd("allok -fno fp").status, SUCCESS);
   EXPECT_EQ(simctl({"i2c", "peek", "fpfpga", "0x10"}) + simctl({"i2c", "peek", "fpfpga", "0x11"}), "0x0\n0x0\n");

@@ -129,6 +129,7 @@ TEST_F(GpmcTest, WatchdogAndMeasurementControls) {
   ASSERT_EQ(stat.setSHDogEn(true), SUCCESS);
   ASSERT_EQ(stat.tickleDog(false), SUCCESS);
   EXPECT_EQ(wrote("0x0048"), "0x0000");
+  EXPECT_TRUE(trace.grep("fpga rd reg 0x0048").empty());  // a tickle is written, never read back
   ASSERT_EQ(ctl.GPMCFrcMeasReset(), SUCCESS);
   EXPECT_EQ(wrote("0x000e"), "0x1040 0x1440 0x1040");
   const unsigned long long paused = kernel().counts().pausedUs;

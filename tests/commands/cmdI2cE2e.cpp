@@ -27,9 +27,12 @@ TEST_F(I2cCommand, ListsEveryDeviceOfTheBoardWithItsDescription) {
   out = run({"-l"});
   EXPECT_TRUE(holdsAll(out, {"I2C devices of the Signal Host board", "mc2i2cspi"}));
   EXPECT_FALSE(contains(out, "fctl"));
-  simctl({"set", "board", "mref"});  // the main reference's one chip answers where its table says
-  EXPECT_TRUE(contains(run({"-l"}), "mrefEeprom   0x50 plain Main Reference 1   0989 Main Reference Processor EEPROM"));
-  EXPECT_TRUE(contains(run({"-d", "mrefEeprom", "-o", "0", "-r", "2"}), "5a39 "));
+  // The main reference's and the front panel's one chip answer where their tables say.
+  for (auto [board, chip] : {std::pair{"mref", "mrefEeprom"}, {"fp", "fpEeprom"}}) {
+    simctl({"set", "board", board});
+    EXPECT_TRUE(contains(run({"-d", chip, "-o", "0", "-r", "2"}), "5a39 ")) << board;
+  }
+  EXPECT_TRUE(contains(run({"-l"}), "fpEeprom     0x53 plain Front Panel 1"));
 }
 
 TEST_F(I2cCommand, WritesAndReadsARegisterBehindTwoLevelsOfSwitches) {

@@ -104,6 +104,7 @@ TEST_F(I2cDevOps, ABlockReadNeedsAnAdapterThatCarriesIt) {
   EXPECT_EQ(captured([&] { EXPECT_EQ(f.rdBytes(buf, 3, &n, 0, false, false), SUCCESS); }),
             "616263" + std::string(26, ' ') + " abc\n");
   EXPECT_EQ(n, 3);
+  EXPECT_EQ(f.wrBytes({}, 256, &n, 1), BAD_PARAMETER);  // a block of 256 still takes its command byte
   buf[0] = 0x00;  // register 0 holds a count of 0
   EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(f.rdBytes(buf, 3, &n, 0, false, false), FAILURE); }),
                        "byteCnt= 0\nProtocol error (71)\n"));

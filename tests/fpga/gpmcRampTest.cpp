@@ -2,6 +2,7 @@
 #include <unistd.h>
 
 #include "gpmcTestUtil.h"
+#include "kernel.h"
 
 TEST_F(GpmcTest, ManualStepsClampAtTheTopAndAtZero) {
   // A step's status must be SUCCESS; then the register at addr as it left it.
@@ -30,8 +31,11 @@ TEST_F(GpmcTest, TimerRampUpAndDownWithTheirWaits) {
   // Four steps of 250 ms: long enough for the start to be seen on a busy machine.
   ASSERT_EQ(ramp.GPMCRampUpTmr(0x400, 0x100, 25000), SUCCESS);
   ASSERT_EQ(ramp.waitForRampStart(false, true), SUCCESS);
+  const unsigned long long paused = kernel().counts().pausedUs;
   std::string out = captured([&] { EXPECT_EQ(ramp.waitForAtTgtLim(true, true), SUCCESS); });
   EXPECT_EQ(peek("reg", "0x24"), 0x400);
+  // The time it says it waited is the pauses it asked for between its polls.
+  EXPECT_TRUE(contains(out, " waited " + std::to_string(kernel().counts().pausedUs - paused) + " microsecs\n")) << out;
   // Which value the first progress line shows depends on how busy the machine is.
   EXPECT_TRUE(holdsAll(out, {"function waitForAtTgtLim - current value= 0x", "function waitForAtTgtLim - waited "}));
   ASSERT_EQ(ramp.waitForRampEnd(false, false), SUCCESS);

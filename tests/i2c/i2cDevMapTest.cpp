@@ -5,9 +5,11 @@
 #include <tuple>
 
 #include "i2cDevMap.h"
+#include "i2cEeprom.h"
 #include "i2cHostDetect.h"
 #include "cmdRun.h"
 #include "i2cTestUtil.h"
+#include "textUtil.h"
 
 using I2cRegistry = I2cTest;
 
@@ -25,6 +27,14 @@ TEST_F(I2cRegistry, EachBoardIsDetectedFromSysfsAndGetsItsOwnTable) {
     EXPECT_EQ(m.devices().count(mine), 1u);
     EXPECT_EQ(m.devices().count(other), 0u);
   }
+}
+
+// A page write that would cross its page is refused: the memory would wrap to the page's start.
+TEST_F(I2cRegistry, AnEepromPageWriteStaysInItsPage) {
+  I2cEeprom mem(testBoard().i2c, "bpEeprom");
+  const unsigned char b[4] = {1, 2, 3, 4};
+  EXPECT_EQ(mem.wrPage(28, b, 4), SUCCESS);
+  EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(mem.wrPage(30, b, 4), BAD_PARAMETER); }), "4 bytes at 0x01e do not fit"));
 }
 
 // Each path is handed the multiplexers of its own host on the board the

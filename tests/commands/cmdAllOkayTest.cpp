@@ -90,6 +90,8 @@ TEST_F(AllokTest, MainReferenceAndFrontPanelFollowTheirOutputs) {
   EXPECT_NE(scanM().find("fp         false    false"), std::string::npos);
   EXPECT_EQ(runCmd("allok -set M fp").status, SUCCESS);
   EXPECT_NE(scanM().find("fp         true     true"), std::string::npos);
+  simctl({"i2c", "poke", "fpfpga", "0x11", "0"});  // okay only when both its outputs are
+  EXPECT_NE(scanM().find("fp         false"), std::string::npos);
 
   // The front panel's old way goes through its own command, which this build does not connect.
   EXPECT_NE(runCmd("allok -set M fp -fpow").out.find("fpfpga - command not connected to a function"),

@@ -33,6 +33,7 @@ TEST_F(I2cCommand, ListsEveryDeviceOfTheBoardWithItsDescription) {
     EXPECT_TRUE(contains(run({"-d", chip, "-o", "0", "-r", "2"}), "5a39 ")) << board;
   }
   EXPECT_TRUE(contains(run({"-l"}), "fpEeprom     0x53 plain Front Panel 1"));
+  EXPECT_TRUE(contains(run({"-d", "fpEeprom", "-r", "2"}), "2030 "));  // a plain read goes on where the last ended
 }
 
 TEST_F(I2cCommand, WritesAndReadsARegisterBehindTwoLevelsOfSwitches) {

@@ -54,6 +54,7 @@ TEST(ProgramOptions, ExitStatusTellsSuccessFailureAndBadUsage) {
       {{"runtest", "tmp0reg"}, 2},  // a self-test this build cannot run
       {{"fan", "-ss", "150"}, 2},
       {{"gpmc", "-m"}, 2},
+      {{"allok", "-fno", "nosuch"}, 1},  // the command was right; what it names is not there
       {words, 0},
       {{"ec", "-cd", std::string(190, 'y')}, 2},  // longer than a line
       {{"gpmc", "-m", "reg", "-r", "1", "-s", "-f", "/dev/full"}, 1},

@@ -91,11 +91,15 @@ def sites(tree):
         for f in sorted(files):
             if not f.endswith(('.cpp', '.h')): continue
             p = os.path.join(d, f); rel = os.path.relpath(p, tree)
-            in_comment = False
+            in_comment = in_assert = False
             for n, line in enumerate(open(p, encoding='utf-8', errors='replace').read().split('\n')):
                 code, in_comment = blank_literals(line, in_comment)
                 s = code.strip()
-                if not s or s.startswith('#') or 'static_assert' in s: continue
+                # A static_assert, to the ';' that ends it, however many lines it takes: a check at compile time.
+                if 'static_assert' in s or in_assert:
+                    in_assert = not s.endswith(';')
+                    continue
+                if not s or s.startswith('#'): continue
                 for kind, pat, rep in OPS:
                     for m in re.finditer(pat, code):
                         a, b = m.start(), m.end()

@@ -15,7 +15,7 @@ TEST(NumberWords, AreWholeNumbersInTheDocumentedBasesOnly) {
   for (const char* bad : {"", "08", "0x", "+5", " 5", "5 ", "1e3", "0x1g", "abc", "--1"})
     EXPECT_EQ(parseNumArg(bad, 0, ULONG_MAX, &v), NUM_ARG_NOT_A_NUMBER) << bad;
   for (auto [word, min, max] :
-       {std::tuple{"-1", 0ul, ULONG_MAX}, {"256", 0ul, 255ul}, {"0", 1ul, 2ul},
+       {std::tuple{"-0", 0ul, ULONG_MAX}, {"-9", 0ul, ULONG_MAX}, {"256", 0ul, 255ul}, {"0", 1ul, 2ul},
         {"99999999999999999999999", 0ul, ULONG_MAX}})
     EXPECT_EQ(parseNumArg(word, min, max, &v), NUM_ARG_OUT_OF_RANGE) << word;
 }

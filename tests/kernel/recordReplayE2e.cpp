@@ -139,6 +139,7 @@ TEST_F(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
     ASSERT_EQ(recorded(rec, {"i2c", "-d", "fctl", "-o", "0x90", "-r", "2"}).out, "0x0be0\n");
   }
   const std::string text = readFile(rec);
+  EXPECT_EQ(text.rfind("diag recording 1\n", 0), 0u) << text;  // the older one replaced, not added to
   const std::regex start("(^|\n)start 2[0-9]{3}-[01][0-9]-[0-3][0-9] [0-2][0-9]:[0-5][0-9]:[0-6][0-9]\\.[0-9]{6} \\+0000\n");
   EXPECT_TRUE(std::regex_search(text.substr(0, text.find("\n1 ")), start)) << text;  // its wall clock, in the zone asked
   EXPECT_TRUE(contains(text, " lock take diagSem\n") && contains(text, " lock give diagSem\n")) << text;

@@ -21,7 +21,7 @@
 
 namespace {
 const char* const ODD_PATH = "/sys/odd \"name\"\\x";
-const std::string ODD_TEXT = "24c32 \"fp\"\n\x01";
+const std::string ODD_TEXT = "24c32 \"fp\"\n\x7f";
 
 // Adapter 0, on which a read gives the bytes last written, each plus one; a
 // system file at ODD_PATH; the clock at a fixed time. Nothing else exists.
@@ -88,6 +88,7 @@ std::string requests(Kernel& k) {
   int odd = k.open(ODD_PATH, O_RDONLY);
   ssize_t n = k.read(odd, text, sizeof text);
   seen += "text " + std::to_string(n) + " " + text + "\n";
+  seen += "nothing " + std::to_string(k.read(fd, text, sizeof text)) + "\n";  // a read that the adapter answers with none
   r = k.open("/nope", O_RDONLY);
   seen += "missing " + std::to_string(r) + " " + std::to_string(errno) + "\n";
   struct timespec t;
@@ -110,12 +111,12 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
   ASSERT_TRUE(rec.start(path, 2, argv, nullptr));
   const std::string live = requests(rec);
   EXPECT_EQ(live, "block !\"#\nrdwr 2 \x01\x11\x01\x11\ntext " + std::to_string(ODD_TEXT.size()) + " " + ODD_TEXT +
-                      "\nmissing -1 2\nclock 1764096777.94872001 0\n");
+                      "\nnothing 0\nmissing -1 2\nclock 1764096777.94872001 0\n");
   const std::string text = readFile(path);
   for (const char* line : {"\nargs diag \"two\\x20words\"\n", " i2c-0 rdwr 0x50 write 00 10 ; 0x50 read 4 -> 01 11 01 11\n",
                            " i2c-0 0x00 smbus read i2c_block_data cmd 0x20 len 3 -> 21 22 23\n",
                            " i2c-0 0x00 smbus write i2c_block_data cmd 0x20 data 21 22\n",
-                           " read \"/sys/odd\\x20\\\"name\\\"\\\\x\" 32 -> 12 \"24c32\\x20\\\"fp\\\"\\n\\x01\"\n",
+                           " read \"/sys/odd\\x20\\\"name\\\"\\\\x\" 32 -> 12 \"24c32\\x20\\\"fp\\\"\\n\\x7f\"\n",
                            " open /nope O_RDONLY -> ENOENT\n", " open /dev/i2c-0 O_RDWR -> fd 3\n", " clock realtime -> 1764096777.094872001\n",
                            " sleep 5us\n", " lock take diagSem\n"})
     EXPECT_TRUE(contains(text, line)) << line << "\nnot in:\n" << text;

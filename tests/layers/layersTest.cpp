@@ -105,11 +105,8 @@ ObjSymbols librarySymbols() {
     if (!std::regex_search(line, m, row)) continue;
     std::string obj = m[1], sym = m[4];
     char kind = m[3].str()[0];
-    if (kind == 'U') {
-      out.uses[obj].insert(sym);
-    } else if (std::string("TDBR").find(kind) != std::string::npos) {
-      out.defines[obj].insert(sym);
-    }
+    if (kind == 'U') out.uses[obj].insert(sym);
+    else if (std::string("TDBR").find(kind) != std::string::npos) out.defines[obj].insert(sym);
   }
   pclose(p);
   return out;

@@ -62,12 +62,13 @@ TEST(Scripts, RunLikeTheOperatorTypedThemUntilStop) {
   EXPECT_TRUE(contains(runSim({"file", testPath("missing")}).out,
                        "function runScriptFile - unable to open file " + testPath("missing")));
 
-  // At the prompt a script's file, and a file xml looked at, is closed: a day of them does not run out of descriptors.
+  // At the prompt a script's file, a file xml looked at and an image file eeprom read are closed: a day of them
+  // does not run out of descriptors.
   writeFile(testPath("s2.txt"), "ec -cd SD\n");
   const std::string count = "system ls /proc/$PPID/fd | wc -l\n";
-  std::vector<std::string> n = splitLines(
-      runSim({}, count + "file " + testPath("s2.txt") + "\nfile " + testPath("s2.txt") + "\nxml -f " + testPath("s2.txt") + "\n" +
-                     count + "q\n").out);
+  std::string lines = "eeprom -load bpEeprom -f " + testPath("s2.txt") + "\n" + count;  // the simulator's files opened first
+  for (const char* c : {"file ", "file ", "xml -f ", "eeprom -load bpEeprom -f "}) lines += c + testPath("s2.txt") + "\n";
+  std::vector<std::string> n = splitLines(runSim({}, lines + count + "q\n").out);
   // file alone names no script (not the last one); a line of too many words, or one that starts with a blank, is not run.
   std::string out = runSim({}, "file " + testPath("s2.txt") + "\nfile\nec -cd SD 1 2 3 4 5 6 7 8 9 a b c d e f g h i\n ec -cd SD\n").out;
   EXPECT_TRUE(contains(out, "runScriptFile - unable to open file \ndiag> too many words in the line, 21: at most 20 are taken; "

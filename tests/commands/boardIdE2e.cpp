@@ -151,6 +151,7 @@ TEST_F(BoardId, XmlFilesAndConfiguration) {
   RunResult x = run({"xml", "-f", testPath("a.xml")});
   EXPECT_EQ(x.out + std::to_string(x.exitCode), "a\n  b k=\"v\": text\n  c\n  d: 1<2\n0");
   EXPECT_EQ(run({"xml", "-f", testPath("a.xml"), "-x", "//b/@k"}).out, "v\n");
+  EXPECT_TRUE(contains(run({"xml", "-x", "//b"}).out, "give either -f or -d, see xml -h\n"));
   EXPECT_TRUE(contains(run({"xml", "-f", testPath("a.xml"), "-x", "//["}).out, "XPath //[: Invalid expression\n"));
   RunResult n = run({"xml", "-f", testPath("a.xml"), "-x", "count(//b)"});
   EXPECT_EQ(n.out + std::to_string(n.exitCode), "1\n0");

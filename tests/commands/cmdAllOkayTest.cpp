@@ -109,7 +109,7 @@ TEST_F(AllokTest, ListsHelpAndDisplay) {
   EXPECT_EQ(r.status, SUCCESS);  // a source out of reach is shown so, and is no failure of the display
   EXPECT_EQ(r.out.rfind("SOURCE\tACCESSIBLE\tALLOKOUT\tALLOKIN\n", 0), 0u);
   EXPECT_NE(r.out.find("\nfctl\tyes\t\ttrue\t\tNA\n"), std::string::npos);
-  EXPECT_TRUE(holdsAll(r.out, {"\npfc\tno\t", "PFC link is not part of this build: power-on test not run\n"}));
+  EXPECT_TRUE(holdsAll(r.out, {"\npfc\tno\t\tfalse\t\t?\n", "PFC link is not part of this build: power-on test not run\n"}));
   EXPECT_NE(r.out.find("\npsc\tno\t\t?\t\t?\n"), std::string::npos);
   // Forcing the PSC source's fault tries its link, which says it is not in this build.
   EXPECT_NE(runCmd("allok -fno psc").out.find("function PSCFPGASetFrcNotOK - PSC FPGA of source 14"), std::string::npos);

@@ -105,10 +105,10 @@ TEST_F(TempCmdTest, TmpShowsEachThermalZone) {
   EXPECT_EQ(r.out, "thermal_zone0  cpu_thermal        48.500 C\nthermal_zone1  core_thermal       46.750 C\n");
   simctl({"set", "zone", "1", "-5.25"});
   EXPECT_TRUE(contains(runCmd("tmp").out, "thermal_zone1  core_thermal       -5.250 C\n"));
-  simctls({{"set", "zone", "2", "failed"}, {"set", "zone", "3", "150"}});
+  simctls({{"set", "zone", "0", "0"}, {"set", "zone", "2", "failed"}, {"set", "zone", "3", "150"}});
   r = runCmd("tmp");
   EXPECT_EQ(r.status, FAILURE);
-  EXPECT_TRUE(holdsAll(r.out, {"thermal_zone2 (gpu_thermal): its temperature cannot be read\nInput/output error (5)\n",
+  EXPECT_TRUE(holdsAll(r.out, {"thermal_zone0  cpu_thermal         0.000 C\n", "thermal_zone2 (gpu_thermal): its temperature cannot be read\nInput/output error (5)\n",
                                "thermal_zone3  iva_thermal       150.000 C\n"}));
   simctl({"set", "zone", "3", "in-degrees"});
   r = runCmd("tmp");

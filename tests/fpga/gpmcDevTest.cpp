@@ -40,7 +40,7 @@ TEST_F(GpmcTest, EachWordIsOneRequestAndABlockTakesTheSemaphoreOnce) {
 // time, and what it has of a line is out before a failure report.
 TEST_F(GpmcTest, ReadHandsTheWordsToItsReaderBeforeAFailureIsReported) {
   simctl({"fpga", "poke", "reg", "0x04", "0x4241"});  // "AB"
-  unsigned short buf[10];
+  unsigned short buf[260];
   unsigned long n;
   EXPECT_EQ(captured([&] { reg->read(buf, 0, &n); }), "");
   auto dumped = [&](GpmcDev* port, unsigned long offset, size_t count) {
@@ -51,6 +51,7 @@ TEST_F(GpmcTest, ReadHandsTheWordsToItsReaderBeforeAFailureIsReported) {
     });
   };
   EXPECT_EQ(dumped(reg, 0, 10), "0000: 53480104424100000000000000000000 HS..AB..........\n0010: 00000000\n");
+  EXPECT_TRUE(dumped(reg, 0, 260).ends_with("\n01f0: 00000000000000000000000000000000 ................\n0200: 0000000000000000\n"));
   // The register space's failed read mid-line is shown by the gpmc command's test.
   std::string out = dumped(dev("obuf"), 0x3ffc, 4);
   EXPECT_EQ(n, 2u);

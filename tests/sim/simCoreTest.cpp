@@ -92,6 +92,7 @@ TEST(SimKernel, FailsLikeTheKernelAndCountsCalls) {
   char text[8] = "stale";
   EXPECT_EQ(k.readFile("/nope", text, sizeof text), -1);
   EXPECT_STREQ(text, "");
+  EXPECT_TRUE(k.readFile("/vesta/diags/boardrev.txt", text, 2) == 1 && k.readFile("/vesta/diags/boardrev.txt", text, 0) == -1);
 }
 
 TEST(SimCtl, ResetsAStateFileOfAnotherLayoutAndRejectsBadCommands) {

@@ -37,10 +37,9 @@ const char* const DOC =
 TEST_F(BoardId, RevShowsEveryBoardEepromOfTheHostWithItsIdentity) {
   RunResult r = run({"rev"});
   EXPECT_EQ(r.exitCode, 0) << r.out;
-  EXPECT_TRUE(holdsAll(r.out, {"host             Main Host\n", "FPGA             device id 0x4d48, revision 0x0102\n",
-                               "  mhEeprom", "  commEeprom", "  fcEeprom", "  mrEeprom", "  bpEeprom", "  smcEeprom",
-                               "  fpioEeprom", "  fprlyEeprom",
-                               "bpEeprom     type 0970, name back plane, part Z9-0970-03, serial 0970-24-"}));
+  // The host, the FPGA and a whole row are in docs/board-identity.md, which runs; here each memory has its row.
+  EXPECT_TRUE(holdsAll(r.out, {"  mhEeprom", "  commEeprom", "  fcEeprom", "  mrEeprom", "  bpEeprom", "  smcEeprom",
+                               "  fpioEeprom", "  fprlyEeprom"}));
   // A part that does not answer and one with no identity keep their rows.
   simctls({{"i2c", "absent", "fcEeprom", "on"}, {"i2c", "identity", "mrEeprom", "blank"}});
   r = run({"rev"});

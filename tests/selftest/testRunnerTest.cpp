@@ -163,6 +163,8 @@ TEST_F(SelfTest, CablesNameWhatDoesNotAnswerAndGiveNoVerdictUnchecked) {
     expectRun("cableconn", {says, code});
     simctl({"i2c", "absent", chip, "off"});
   }
+  simctls({{"i2c", "absent", "fc-eeprom", "on"}, {"i2c", "absent", "fctl", "on"}});  // one cable, named once
+  EXPECT_TRUE(expectRun("cableconn", {"fan controller does not answer"}).ends_with("FAILED\n!1711\n"));
   simctl({"set", "board", "signal"});  // a cable's memory that is no device of this board, named from the check
   EXPECT_TRUE(contains(runSim({"runtest", "cableconn"}).out, "function probe - I2C device fprlyEeprom not found\n"));
 }

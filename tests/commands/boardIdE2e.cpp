@@ -148,9 +148,9 @@ TEST_F(BoardId, AnImageBuiltOfflineLoadsAndDecodes) {
 }
 
 TEST_F(BoardId, XmlFilesAndConfiguration) {
-  writeFile(testPath("a.xml"), "<a>\n  <b k=\"v\">text</b>\n  <c/>\n  <!-- no data -->\n  <d><![CDATA[1<2]]></d>\n</a>\n");
+  writeFile(testPath("a.xml"), "<a>\n  <b k=\"v\">text</b>\n  <c/>\n  <!-- no data -->\n  <d><![CDATA[1<2]]></d>tail\n</a>\n");
   RunResult x = run({"xml", "-f", testPath("a.xml")});
-  EXPECT_EQ(x.out + std::to_string(x.exitCode), "a\n  b k=\"v\": text\n  c\n  d: 1<2\n0");
+  EXPECT_EQ(x.out + std::to_string(x.exitCode), "a\n  b k=\"v\": text\n  c\n  d: 1<2\n  tail\n0");
   EXPECT_EQ(run({"xml", "-f", testPath("a.xml"), "-x", "//b/@k"}).out, "v\n");
   EXPECT_TRUE(contains(run({"xml", "-x", "//b"}).out, "give either -f or -d, see xml -h\n"));
   EXPECT_TRUE(contains(run({"xml", "-f", testPath("a.xml"), "-x", "//["}).out, "XPath //[: Invalid expression\n"));

@@ -161,6 +161,8 @@ TEST_F(FanCtlrTest, DumpShowsWhatWasNotReadAsNotRead) {
   r = runCmd("fan -r");
   EXPECT_EQ(r.status, FAILURE);
   EXPECT_FALSE(contains(r.out, "FANCTLR_")) << r.out;
+  simctl({"set", "board", "signal"});  // no fan controller in its registry: a write names where it was asked for
+  EXPECT_TRUE(contains(runSim({"fan", "-w", "2", "-o", "0x3b", "-d", "1"}).out, "function wrFanCtlrReg - I2C device fctl not found\n"));
 }
 
 TEST_F(FanCtlrTest, ReadBackCatchesAStuckBit) {

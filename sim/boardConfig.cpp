@@ -38,7 +38,7 @@ bool usesSwitches(const BoardConfig& cfg) { return cfg.rev >= 3; }
 int switchAddr(const BoardConfig& cfg, SwIndex sw) { return swAddrs[sw][cfg.swVariant[sw] == SW_PLAIN ? 1 : 0]; }
 
 const char* switchName(const BoardConfig& cfg, SwIndex sw) {
-  return cfg.swVariant[sw] == SW_PLAIN ? "pca9545" : "pca9545APW";
+  return cfg.swVariant[sw] == SW_PLAIN ? "pca9545" : cfg.swVariant[sw] == SW_UNDECLARED ? "undeclared" : "pca9545APW";
 }
 
 const char* adapterName(uint32_t adapter) {

@@ -8,7 +8,9 @@ namespace sim {
 
 enum Board : uint32_t { BOARD_MAIN = 0, BOARD_SIGNAL = 1, BOARD_FRONT_PANEL = 2, BOARD_MAIN_REF = 3 };
 // Each PCA9545 is named "pca9545APW" at its first address or "pca9545" at its second.
-enum SwVariant : uint8_t { SW_APW = 0, SW_PLAIN = 1 };
+// An undeclared one answers at its first address but the system's device list
+// does not have it (a device tree that leaves it out): no entry in sysfs.
+enum SwVariant : uint8_t { SW_APW = 0, SW_PLAIN = 1, SW_UNDECLARED = 2 };
 enum SwIndex { SW_HOST = 0, SW_FP = 1, SW_SHOST = 2, SW_COUNT = 3 };
 // The I2C controller that adapter 2 is: the instrument's own (the processor's
 // OMAP-family controller, which carries no SMBus quick command, no zero-length

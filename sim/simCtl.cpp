@@ -29,8 +29,9 @@ std::string usage() {
          "  set board main|signal|fp|mref which board the program runs on\n"
          "  set rev N                     board revision (below 3: 4-channel muxes)\n"
          "  set rev-text TEXT             the board revision file holds TEXT instead (a damaged file)\n"
-         "  set switch host|fp|shost pca9545APW|pca9545\n"
-         "                                name and address variant of a PCA9545\n"
+         "  set switch host|fp|shost pca9545APW|pca9545|undeclared\n"
+         "                                name and address variant of a PCA9545 (undeclared: at the first\n"
+         "                                address, with no entry in sysfs)\n"
          "  set mref-addr 0x48|0x4d       where the main-reference sensor answers\n"
          "  set temp DEGREES              temperature every sensor measures, 0 to 127\n"
          "  set sensor mrtmp1|mrtmp2 local|remote DEGREES\n"
@@ -117,11 +118,11 @@ int setZone(SimState& s, const std::vector<std::string>& a, std::string& out) {
 
 int setSwitch(SimState& s, const std::string& which, const std::string& variant, std::string& out) {
   int idx = which == "host" ? SW_HOST : which == "fp" ? SW_FP : which == "shost" ? SW_SHOST : -1;
-  if (idx < 0 || (variant != "pca9545APW" && variant != "pca9545")) {
+  if (idx < 0 || (variant != "pca9545APW" && variant != "pca9545" && variant != "undeclared")) {
     out = "unknown switch or variant\n";
     return 2;
   }
-  s.cfg.swVariant[idx] = variant == "pca9545" ? SW_PLAIN : SW_APW;
+  s.cfg.swVariant[idx] = variant == "pca9545" ? SW_PLAIN : variant == "undeclared" ? SW_UNDECLARED : SW_APW;
   return 0;
 }
 

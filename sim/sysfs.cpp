@@ -20,6 +20,10 @@ struct Client {
   std::string name;
 };
 
+void declareSwitch(std::vector<Client>& c, const BoardConfig& cfg, SwIndex sw) {
+  if (cfg.swVariant[sw] != SW_UNDECLARED) c.push_back({switchAddr(cfg, sw), switchName(cfg, sw)});
+}
+
 std::vector<Client> clientsOnAdapter2(const SimState& s) {
   std::vector<Client> c;
   const BoardConfig& cfg = s.cfg;
@@ -27,13 +31,13 @@ std::vector<Client> clientsOnAdapter2(const SimState& s) {
     case BOARD_MAIN:
       c.push_back({0x56, "24c32"});
       if (usesSwitches(cfg)) {
-        c.push_back({switchAddr(cfg, SW_HOST), switchName(cfg, SW_HOST)});
-        c.push_back({switchAddr(cfg, SW_FP), switchName(cfg, SW_FP)});
+        declareSwitch(c, cfg, SW_HOST);
+        declareSwitch(c, cfg, SW_FP);
       }
       break;
     case BOARD_SIGNAL:
       c.push_back({0x50, "24c32"});
-      if (usesSwitches(cfg)) c.push_back({switchAddr(cfg, SW_SHOST), switchName(cfg, SW_SHOST)});
+      if (usesSwitches(cfg)) declareSwitch(c, cfg, SW_SHOST);
       break;
     case BOARD_FRONT_PANEL:
       c.push_back({0x53, "24c512_fp"});

@@ -66,6 +66,12 @@ TEST_F(I2cRegistry, SwitchAddressesComeFromTheirSysfsNames) {
   simctls({{"set", "board", "signal"}, {"set", "switch", "shost", "pca9545"}});
   I2cDevMap signal(testBoard().i2cSem);
   EXPECT_EQ(signal.find("shostsw")->address, 0x68u);
+  // A switch that sysfs does not name is where the board's table puts it, which is where the part answers.
+  simctl({"set", "switch", "shost", "undeclared"});
+  EXPECT_EQ(I2cDevMap(testBoard().i2cSem).find("shostsw")->address, 0x70u);
+  simctls({{"set", "board", "main"}, {"set", "switch", "host", "undeclared"}, {"set", "switch", "fp", "undeclared"}});
+  I2cDevMap undeclared(testBoard().i2cSem);
+  EXPECT_TRUE(undeclared.find("hostsw")->address == 0x71u && undeclared.find("fpsw")->address == 0x72u);
 }
 
 TEST_F(I2cRegistry, ProbeFindsTheMainReferenceSensorAndDeselectsTheSwitch) {

@@ -20,6 +20,7 @@ constexpr int OPEN_FLAGS = O_RDWR | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC;
 // A file that another program keeps replacing is given up after this many rounds.
 constexpr int MAX_REOPENS = 100;
 const char* const REMOVE = "it is not a lock file of diag: remove it (as its owner or as root) and run diag again";
+const char* const NOT_REGULAR = "is not a regular file (a FIFO, a socket or a device)";
 
 // One line, on the terminal and in the system log (the administrator of a
 // shared instrument reads the log).
@@ -34,6 +35,7 @@ bool refuseOpen(const char* path, int err) {
   if (err == EACCES || err == EPERM || err == EROFS)
     return refuse(path, "cannot be written by this user",
                   "every user must be able to: its owner or root can run chmod 666 on it, or remove it");
+  if (err == ENXIO) return refuse(path, NOT_REGULAR, REMOVE);  // a socket, which no process can open
   std::string why = std::string("cannot be opened (") + strerror(err) + ")";
   return refuse(path, why.c_str(), REMOVE);
 }
@@ -110,7 +112,7 @@ bool LockFile::open(const char* semName) {
   struct stat st;
   if (fstat(f, &st) != 0 || !S_ISREG(st.st_mode)) {
     ::close(f);
-    return refuse(lockPath, "is not a regular file (a FIFO, a socket or a device)", REMOVE);
+    return refuse(lockPath, NOT_REGULAR, REMOVE);
   }
   // Opened again to every user, where this user may (an owner whose program closed it).
   if ((st.st_mode & EVERY_USER) != EVERY_USER && st.st_uid == geteuid()) fchmod(f, EVERY_USER);

@@ -115,8 +115,6 @@ E_STATUS setLogFlag(unsigned long flags, bool on) {
   return SUCCESS;
 }
 
-unsigned long getLogFlags() { return lclFlags; }
-
 Log::Log(std::function<void()> pulse) : triggerPulse(std::move(pulse)) { programLog = this; }
 
 Log::~Log() {

@@ -19,7 +19,6 @@ E_STATUS log(unsigned long flags, const char* fmt, ...) __attribute__((format(pr
 // whole whatever its length, as log() prints to the same places.
 void logText(unsigned long flags, const std::string& text);
 E_STATUS setLogFlag(unsigned long flags, bool on);
-unsigned long getLogFlags();
 E_STATUS logOpen();
 int insertTS(char* str);
 

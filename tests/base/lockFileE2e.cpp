@@ -65,6 +65,7 @@ TEST(LockFile, DamageIsRepairedAndWhatIsNotOursIsRefusedInOneLine) {
     if (shell.timedOut || countOf(shell.out, "is a directory") != 1 || countOf(shell.out, "\n0000: ") != 2)
       r += "shell:\n" + shell.out;
     r += accessAfter("fifo", [] { replaceBy([] { mkfifo(LOCK.c_str(), 0666); }); });
+    r += accessAfter("socket", [] { replaceBy([] { mknod(LOCK.c_str(), S_IFSOCK | 0666, 0); }); });
     r += accessAfter("dangling link", [] { replaceBy([] { symlink("/tmp/diag-lock-target", LOCK.c_str()); }); });
     r += accessAfter("link", [target] { replaceBy([target] { symlink(target.c_str(), LOCK.c_str()); }); });
     unlink(LOCK.c_str());
@@ -82,6 +83,7 @@ TEST(LockFile, DamageIsRepairedAndWhatIsNotOursIsRefusedInOneLine) {
                         "overwritten: exit 0, read 1, size 8" + repaired + "taken by no one: exit 0, read 1, size 8" + repaired +
                         "directory: exit 0, read 0, size -1\n   is a directory" + notOurs +
                         "fifo: exit 0, read 0, size -1\n   is not a regular file (a FIFO, a socket or a device)" +
+                        notOurs + "socket: exit 0, read 0, size -1\n   is not a regular file (a FIFO, a socket or a device)" +
                         notOurs + "dangling link: exit 0, read 0, size -1\n   is a symbolic link" + notOurs +
                         "link: exit 0, read 0, size -1\n   is a symbolic link" + notOurs +
                         "removed: exit 0, read 1, size 8\ndangling target -1\n");

@@ -71,11 +71,3 @@ TEST(LogPlace, FunctionNameIsThePlainName) {
   EXPECT_EQ(fnName(""), "");
   EXPECT_EQ(fnName(nullptr), "");
 }
-
-TEST(LogFlags, FlagWordOnlyKeepsTheSystemLogBit) {
-  for (auto [flags, on, left] : {std::tuple{LOG_SYS | LOG_TERM, true, LOG_SYS | LOG_TERM}, {LOG_TERM, false, LOG_SYS},
-                                 {LOG_SYS, false, 0u}}) {
-    setLogFlag(flags, on);
-    EXPECT_EQ(getLogFlags(), left);
-  }
-}

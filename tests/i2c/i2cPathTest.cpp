@@ -58,10 +58,10 @@ TEST_F(I2cPathSelect, AControlByteNotTakenOrNotHeldFailsTheSelection) {
   EXPECT_TRUE(contains(captured([&] { EXPECT_EQ(p.setMuxes(1, bus.fd), FAILURE); }),
                        "failed to write device hostsw(0x71) bytesWritten= -1, numBytesToWrite= 1 buf[0]= 0x02"));  // verbose: the write's own line too
   simctl({"i2c", "nack", "hostsw", "off"});
-  ASSERT_TRUE(bus.select(0x71, 0x04));
+  ASSERT_TRUE(bus.select(0x71, 0x03));  // off by channel 0 alone
   simctl({"i2c", "ignore-ctl", "hostsw", "on"});
   out = captured([&] { EXPECT_EQ(p.setMuxes(0, bus.fd), FAILURE); });
-  EXPECT_TRUE(contains(out, "I2C switch hostsw(0x71) holds 0x04 after control byte 0x02 selecting the path to fctl\n"))
+  EXPECT_TRUE(contains(out, "I2C switch hostsw(0x71) holds 0x03 after control byte 0x02 selecting the path to fctl\n"))
       << out;
   // Without plain transfers the byte goes out at the switch's own address; a refused address is a byte not taken.
   simctl({"set", "adapter", "smbus"});

@@ -206,7 +206,8 @@ TEST(UtilityCommands, DelaySystemBackgroundAndPause) {
   RunResult r = runSim({"utp", "-m", "Press", "Enter", "-f", testPath("utp.out")}, "done 100%% %d\n");
   EXPECT_EQ(r.out, "Press Enter ");
   EXPECT_EQ(readFile(testPath("utp.out")), "done 100%% %d\n");  // the answer as typed
-  EXPECT_EQ(runSim({"utp"}, "ok%%\n").out, "...ok%%\n");
+  for (const auto& words : {std::vector<std::string>{"utp"}, {"utp", "-m"}})  // -m without a word is passed over
+    EXPECT_EQ(runSim(words, "ok%%\n").out, "...ok%%\n");
   EXPECT_EQ(runSim({"utp"}, std::string(250, 'a') + "\n").out, "..." + std::string(199, 'a'));  // what the answer holds
   // An answer that cannot be kept is not asked for; one that was not stored is said so.
   r = runSim({"utp", "-m", "Press", "Enter", "-f", testPath("no/such/folder")}, "done\n");

@@ -14,7 +14,10 @@ class FakeRegTest : public RegTest<T> {
 public:
   FakeRegTest(T mask, T initial) : RegTest<T>("fake", "a fake register", mask, true, false, 0x44), value(initial) {}
   void rd(T* v) override { *v = value; }
-  void wr(T* v) override { value = static_cast<T>((*v | stuck1) & ~stuck0); }
+  void wr(T* v) override {
+    wrote += std::to_string(*v) + " ";
+    value = static_cast<T>((*v | stuck1) & ~stuck0);
+  }
   void wrrd(T* w, T* r, T) override {
     ++wrrds;
     wr(w);
@@ -23,6 +26,7 @@ public:
   T value;
   T stuck0 = 0, stuck1 = 0;
   int wrrds = 0;
+  std::string wrote;
 };
 
 template <typename T>
@@ -66,9 +70,10 @@ TEST(RegTest, MaskIgnoresBitsOutsideIt) {
 }
 
 TEST(RegTest, HelpAndProgressLine) {
-  FakeRegTest<unsigned char> t(0xFF, 0);
+  FakeRegTest<unsigned char> t(0xFF, 0x5A);
   run(t, {"-h"});
-  EXPECT_EQ(t.wrrds, 0);
+  run(t, {});  // after -h, which writes nothing: a one walked up, then a zero, then the value put back
+  EXPECT_EQ(t.wrote, "1 2 4 8 16 32 64 128 254 253 251 247 239 223 191 127 90 ");
   std::string out = run(t, {"-l", "21"});
   EXPECT_NE(out.find("\riterations (wrrd) - 160\riterations (wrrd) - 320\riterations (wrrd) - 336\nPASSED\n"),
             std::string::npos);

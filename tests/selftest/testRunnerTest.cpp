@@ -102,6 +102,9 @@ TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
   expectRun("mrtmp2reg", {"exp= 0x00000001, act= 0x00000041", "FAILED\n"});
   expectRun("mrtmp1reg", {"PASSED\n"});
   expectRun("fpfa -l 5", {"5 accesses of fpfpga, 0 failed\nPASSED\n"});
+  t.mark();
+  runCmd("i2c -d fpfpga -o 0x39 -r 1");  // the test's plain writes over, the chip is read in its own mode again
+  EXPECT_EQ(t.grep("0x40 smbus read byte_data cmd 0x39").size(), 1u);
   // Until a key (loops 0): an input that has ended can bring none, so the test stops at once.
   EXPECT_TRUE(contains(runSim({"runtest", "fpfa", "-l", "0"}, "", 10000).out, " 0 accesses of fpfpga, 0 failed\n"));
   simctl({"i2c", "stuck", "fpfpga", "0x39", "0", "1"});  // the write is acknowledged; only its read-back can tell

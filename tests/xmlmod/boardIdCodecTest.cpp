@@ -87,6 +87,7 @@ TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
       {"xml", [](Image& i) { setStream(i, compressed("<board type=\"0970\">\n<name>x</board>")); },
        "identity XML error at line 2, column"},
       {"root", [](Image& i) { setStream(i, compressed("<card/>")); }, "identity document's root is not <board>"},
+      {"no type", [](Image& i) { setStream(i, compressed("<board/>")); }, "identity field type (an attribute"},
       {"twice", [](Image& i) { setStream(i, compressed("<board type=\"0970\"><name>a</name><name>b</name></board>")); },
        "identity field <name> appears twice"},
       {"missing", [](Image& i) { setStream(i, compressed("<board type=\"0970\"><name>n</name></board>")); },

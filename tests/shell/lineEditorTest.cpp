@@ -89,7 +89,7 @@ TEST(LineEditor, CursorKeysMoveBrowseAndEdit) {
       {"ac\x1b[Db", "abc"}, {"ac\x1bODb\x1b[Cd", "abcd"}, {"bc\x1b[Ha\x1b[Fd", "abcd"},
       {"abc\x1b[1~\x1b[3~", "bc"}, {"abc\x1b[D\x1b[D\x04", "ac"}, {"ab\x1b[D\x7f", "b"},
       {"ab\x1b[19~\x1b[20~\x1b[1;5A\x1b[Zc", "abc"}, {"\x1b[D\x1b[D\x7fx\x1b[C\x1b[C", "x"}, {"ab\x1b[\x7f", "a"},
-      {"ab\x1b[ c", "abc"}, {"abc\x1b[D\x1b[3~x", "abx"}};
+      {"ab\x1b[ c", "abc"}, {"abc\x1b[D\x1b[3~x", "abx"}, {"bc\x1b[7~a\x1b[4~d", "abcd"}, {"c\x1b[1~b\x1b[8~d", "bcd"}};
   for (const Case& c : cases) {
     Editor e(h);
     EXPECT_FALSE(e.keys(c.keys)) << c.keys;

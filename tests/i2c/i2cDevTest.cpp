@@ -89,9 +89,7 @@ TEST_F(I2cDevOps, ABlockReadNeedsAnAdapterThatCarriesIt) {
     OPEN_DEV("fpfpga");
     Trace t;
     std::string out = captured([&] { EXPECT_EQ(d.rdBytes(buf, 3, &n, 0, false, false), FXN_NOT_SUPPORTED); });
-    EXPECT_TRUE(contains(out, "function refuse - adapter /dev/i2c-2 cannot carry an SMBus block read (its driver "
-                              "does not offer it), for device fpfpga(0x40): read one or two bytes at a time\n"))
-        << out;
+    EXPECT_TRUE(contains(out, "cannot carry an SMBus block read (its driver")) << out;  // whole in docs/i2c.md
     EXPECT_EQ(std::count(out.begin(), out.end(), '\n'), 1);
     EXPECT_EQ(n, 0);
     EXPECT_TRUE(t.grep("smbus").empty());

@@ -55,6 +55,7 @@ TEST(LockFile, DamageIsRepairedAndWhatIsNotOursIsRefusedInOneLine) {
     r += accessAfter("grown", [] { writeFile(LOCK, std::string(100, '\xff')); });
     r += accessAfter("overwritten", [] { writeFile(LOCK, std::string("\x07\0\0\0\xff\xff\xff\xff", 8)); });
     r += accessAfter("taken by no one", [] { writeFile(LOCK, std::string("\x01\0\0\0\0\0\0\0", 8)); });
+    r += accessAfter("giving", [] { writeFile(LOCK, std::string("\x03\0\0\0\x01\0\0\0", 8)); });  // an earlier build's
     r += accessAfter("directory", [] { replaceBy([] { mkdir(LOCK.c_str(), 0777); }); });
     rmdir(LOCK.c_str());
     // Replaced under a shell between two accesses: the one refused leaves the
@@ -79,12 +80,13 @@ TEST(LockFile, DamageIsRepairedAndWhatIsNotOursIsRefusedInOneLine) {
   });
   const std::string repaired = "\n   of semaphore diagGPMCSem, which another program had cut, grown or overwritten\n";
   const std::string notOurs = "; it is not a lock file of diag: remove it (as its owner or as root) and run diag again\n";
+  const std::string notRegular = "   is not a regular file (a FIFO, a socket or a device)" + notOurs;
   EXPECT_EQ(report, "cut: exit 0, read 1, size 8" + repaired + "grown: exit 0, read 1, size 8" + repaired +
-                        "overwritten: exit 0, read 1, size 8" + repaired + "taken by no one: exit 0, read 1, size 8" + repaired +
-                        "directory: exit 0, read 0, size -1\n   is a directory" + notOurs +
-                        "fifo: exit 0, read 0, size -1\n   is not a regular file (a FIFO, a socket or a device)" +
-                        notOurs + "socket: exit 0, read 0, size -1\n   is not a regular file (a FIFO, a socket or a device)" +
-                        notOurs + "dangling link: exit 0, read 0, size -1\n   is a symbolic link" + notOurs +
+                        "overwritten: exit 0, read 1, size 8" + repaired + "taken by no one: exit 0, read 1, size 8" +
+                        repaired + "giving: exit 0, read 1, size 8\ndirectory: exit 0, read 0, size -1\n" +
+                        "   is a directory" + notOurs + "fifo: exit 0, read 0, size -1\n" + notRegular +
+                        "socket: exit 0, read 0, size -1\n" + notRegular +
+                        "dangling link: exit 0, read 0, size -1\n   is a symbolic link" + notOurs +
                         "link: exit 0, read 0, size -1\n   is a symbolic link" + notOurs +
                         "removed: exit 0, read 1, size 8\ndangling target -1\n");
   EXPECT_EQ(readFile(target), "precious");

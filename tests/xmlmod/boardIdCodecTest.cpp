@@ -127,7 +127,7 @@ TEST(BoardIdCodec, ADocumentThatCannotBeAnIdentityBuildsNoImage) {
   }
   EXPECT_EQ(err, "name \"" + std::string(25, 'n') + "\" is too long for the label (at most 24 characters)");
   for (auto [made, ok] : {std::pair{"2024-12-31", true}, {"2024-12-32", false}, {"2024x06-14", false},
-                            {"2024-1x-14", false}}) {
+                            {"2024-1x-14", false}, {"2024-01-01", true}, {"2024-00-01", false}, {"2024-01-00", false}}) {
     std::string d = DOC;
     EXPECT_EQ(idImage(d.replace(d.find("2024-06-14"), 10, made), img.data(), img.size(), &err), ok) << made;
   }

@@ -6,7 +6,7 @@
 // A recording as written by recordKernel.h, read back: by diag-replay, and by
 // the simulator to set its chips to what the recording read from them.
 struct RecLine {
-  unsigned long number;
+  unsigned long number = 0;
   std::string request;  // the words before " -> "
   std::string answer;   // the words after it; "" when the line has none
 };

@@ -39,6 +39,9 @@ TEST_F(I2cAccessor, SelectsThePathOpensAndClosesUnderTheSemaphore) {
   EXPECT_EQ(t.grep("open /dev/i2c-2").size(), 1u);
   EXPECT_FALSE(sem.held());
   EXPECT_FALSE(dev->adapterFD);
+  I2cDevUtil outer(testBoard().i2c, "fctl", true);  // an accessor within another does not wait,
+  EXPECT_EQ(I2cDevUtil(testBoard().i2c, "fpfpga", true).stat(), SUCCESS);
+  EXPECT_TRUE(sem.held());  // and leaves the semaphore to the outer one
 }
 
 // A simple transaction of a fresh process (what a one-shot command does) is at

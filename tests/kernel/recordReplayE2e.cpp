@@ -170,7 +170,7 @@ TEST_F(RecordReplay, ARequestThatDiffersStopsTheReplayAtItsNumber) {
   EXPECT_EQ(replayed({testPath("nosuch")}).out, "diag-replay: cannot read " + testPath("nosuch") + " (No such file or directory)\n");
   // An answer that is not one (a word, a byte with one bad digit, a file's text and a word more): stopped there.
   for (const auto& [good, bad] : {std::pair<std::string, std::string>{"-> 0be0", "-> 0bzz"}, {" read 1 -> 0", " read 1 -> g"},
-                                  {"-> 2 \"3\\n\"", "-> 2 \"3\\n\" x"}}) {
+                                  {"-> 2 \"3\\n\"", "-> 2 \"3\\n\" x"}, {"-> fd ", "-> fd 0x"}}) {
     writeFile(testPath("bad"), text.substr(0, text.find(good)) + bad + text.substr(text.find(good) + good.size()));
     RunResult r = replayed({testPath("bad")});
     EXPECT_TRUE(r.exitCode == 3 && countOf(r.out, "\n") == 1 && contains(r.out, "\" is no answer to ")) << r.out;

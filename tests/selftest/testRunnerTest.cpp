@@ -98,8 +98,9 @@ TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
   Trace t;
   expectRun("fcreg", {"testing location 0x000000f5", "PASSED\n"});
   EXPECT_TRUE(t.grep("0x52 smbus write byte_data cmd 0x00 data 01").empty());  // page 0's limit, not page 1's
-  simctl({"i2c", "stuck", "mrtmp2", "0x05", "6", "1"});
+  simctls({{"i2c", "stuck", "mrtmp2", "0x05", "6", "1"}, {"i2c", "stuck", "fctl", "0xf5", "15", "0"}});
   expectRun("mrtmp2reg", {"exp= 0x00000001, act= 0x00000041", "FAILED\n"});
+  expectRun("fcreg", {"exp= 0x00008000, act= 0x00000000", "FAILED\n"});  // the walk reaches the word's top bit
   expectRun("mrtmp1reg", {"PASSED\n"});
   expectRun("fpfa -l 5", {"5 accesses of fpfpga, 0 failed\nPASSED\n"});
   t.mark();

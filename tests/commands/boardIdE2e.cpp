@@ -49,8 +49,9 @@ TEST_F(BoardId, RevShowsEveryBoardEepromOfTheHostWithItsIdentity) {
   simctl({"set", "board", "signal"});
   r = run({"rev"});
   EXPECT_TRUE(contains(r.out, "mc2Eeprom    type 0985, name measurement channel 2")) << r.out;
-  // A damaged board revision file, or a number beyond three digits: the revision is assumed; 0 is a revision.
-  for (auto [text, says] : {std::pair{"x\n", "3 (assumed: no number in"}, {"1000\n", "3 (assumed"}, {"0\n", "0 (from"}}) {
+  // A damaged board revision file, or a number beyond three digits: the revision is assumed; 0 is a revision,
+  // and a file of that one character without its line end is whole.
+  for (auto [text, says] : {std::pair{"x\n", "3 (assumed: no number in"}, {"1000\n", "3 (assumed"}, {"0", "0 (from"}}) {
     simctls({{"set", "rev-text", text}, {"revision", "none"}, {"kernel", "fail", "ioctl", "fpga", "EIO"}});
     r = run({"rev"});
     EXPECT_TRUE(holdsAll(r.out, {std::string("board revision   ") + says, "FPGA             not read\n"})) << text;

@@ -4,6 +4,9 @@ namespace sim {
 
 namespace {
 const int swAddrs[SW_COUNT][2] = {{0x71, 0x69}, {0x72, 0x6a}, {0x70, 0x68}};
+// By SwVariant: the names diag-simctl takes and shows.
+const char* const swVariantNames[] = {"pca9545APW", "pca9545", "undeclared"};
+constexpr int SW_VARIANTS = sizeof swVariantNames / sizeof *swVariantNames;
 const char* const zoneTypes[THERMAL_ZONES] = {"cpu_thermal", "core_thermal", "gpu_thermal", "iva_thermal"};
 // At power-on the processor runs warmer than the boards; two of its zones are declared.
 const int32_t zoneDefaults[THERMAL_ZONES] = {48500, 46750, 45000, 44000};
@@ -38,7 +41,13 @@ bool usesSwitches(const BoardConfig& cfg) { return cfg.rev >= 3; }
 int switchAddr(const BoardConfig& cfg, SwIndex sw) { return swAddrs[sw][cfg.swVariant[sw] == SW_PLAIN ? 1 : 0]; }
 
 const char* switchName(const BoardConfig& cfg, SwIndex sw) {
-  return cfg.swVariant[sw] == SW_PLAIN ? "pca9545" : cfg.swVariant[sw] == SW_UNDECLARED ? "undeclared" : "pca9545APW";
+  return swVariantNames[cfg.swVariant[sw] < SW_VARIANTS ? cfg.swVariant[sw] : 0];  // else as at power-on
+}
+
+int switchVariant(const std::string& name) {
+  for (int v = 0; v < SW_VARIANTS; ++v)
+    if (name == swVariantNames[v]) return v;
+  return -1;
 }
 
 const char* adapterName(uint32_t adapter) {

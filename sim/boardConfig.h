@@ -1,5 +1,6 @@
 #pragma once
 #include <cstdint>
+#include <string>
 
 // Which instrument the simulator is: the board the program runs on, its
 // revision and the variants that differ between boards of one revision.
@@ -51,6 +52,8 @@ bool usesSwitches(const BoardConfig& cfg);  // revision 3 and later
 // Address and sysfs name of a PCA9545 on this board.
 int switchAddr(const BoardConfig& cfg, SwIndex sw);
 const char* switchName(const BoardConfig& cfg, SwIndex sw);
+// The SwVariant a name gives, -1 for none.
+int switchVariant(const std::string& name);
 const char* boardName(uint32_t board);
 const char* adapterName(uint32_t adapter);
 const char* zoneType(int zone);

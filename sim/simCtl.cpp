@@ -118,11 +118,12 @@ int setZone(SimState& s, const std::vector<std::string>& a, std::string& out) {
 
 int setSwitch(SimState& s, const std::string& which, const std::string& variant, std::string& out) {
   int idx = which == "host" ? SW_HOST : which == "fp" ? SW_FP : which == "shost" ? SW_SHOST : -1;
-  if (idx < 0 || (variant != "pca9545APW" && variant != "pca9545" && variant != "undeclared")) {
+  int v = switchVariant(variant);
+  if (idx < 0 || v < 0) {
     out = "unknown switch or variant\n";
     return 2;
   }
-  s.cfg.swVariant[idx] = variant == "pca9545" ? SW_PLAIN : variant == "undeclared" ? SW_UNDECLARED : SW_APW;
+  s.cfg.swVariant[idx] = static_cast<uint8_t>(v);
   return 0;
 }
 

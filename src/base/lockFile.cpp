@@ -35,7 +35,7 @@ bool refuseOpen(const char* path, int err) {
   if (err == EACCES || err == EPERM || err == EROFS)
     return refuse(path, "cannot be written by this user",
                   "every user must be able to: its owner or root can run chmod 666 on it, or remove it");
-  if (err == ENXIO) return refuse(path, NOT_REGULAR, REMOVE);  // a socket, which no process can open
+  if (err == ENXIO) return refuse(path, NOT_REGULAR, REMOVE);  // a socket, or a device without its driver: neither opens
   std::string why = std::string("cannot be opened (") + strerror(err) + ")";
   return refuse(path, why.c_str(), REMOVE);
 }

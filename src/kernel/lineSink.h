@@ -14,13 +14,12 @@ public:
   // Opens path for writing, appending (shared by processes) or afresh.
   bool open(const char* path, const char* who, const char* what, bool append);
   bool isOpen() const { return fd >= 0; }
-  // Stops writing without a word (a forked child leaves its parent's file alone).
-  void close();
   // Writes one line; it must end with its newline. False once the file is dropped.
   bool put(const char* line, size_t n);
   bool put(const std::string& line) { return put(line.data(), line.size()); }
 
 private:
+  void close();
   void drop(const char* why);
 
   int fd = -1;

@@ -1,6 +1,5 @@
 #include "recordKernel.h"
 
-#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -42,10 +41,6 @@ void atEnd() {
   if (recorder) recorder->finish();
 }
 
-void inForkedChild() {
-  if (recorder) recorder->forget();
-}
-
 // "2026-11-25 18:40:12.123456 +0100": the wall clock and the zone the program's own times are shown in.
 std::string startText(const struct timespec& real) {
   struct tm local;
@@ -79,7 +74,6 @@ Kernel& recordedIfAsked(Kernel& k) {
   recorder = r;
   setenv(PARENT_ENV, std::to_string(getpid()).c_str(), 1);
   atexit(atEnd);
-  pthread_atfork(nullptr, nullptr, inForkedChild);
   return *r;
 }
 
@@ -103,8 +97,6 @@ void RecordKernel::finish() {
   std::lock_guard<std::mutex> g(mutex);
   sink.put("end\n", 4);
 }
-
-void RecordKernel::forget() { sink.close(); }
 
 struct timespec RecordKernel::now() {
   struct timespec t;

@@ -25,8 +25,6 @@ public:
   bool start(const std::string& path, int argc, char** argv, const char* parent);
   // The last line, at the process's normal end.
   void finish();
-  // In a forked child: the parent's recording is the parent's.
-  void forget();
 
 protected:
   int doOpen(const char* path, int flags) override;

@@ -21,7 +21,7 @@
 
 namespace {
 const char* const ODD_PATH = "/sys/odd \"name\"\\x";
-const std::string ODD_TEXT = "24c32 \"fp\"\n\x7f";
+const std::string ODD_TEXT = "24c32 \"fp\"~\n\x7f";  // ~ the last byte shown as it is
 
 // Adapter 0, on which a read gives the bytes last written, each plus one; a
 // system file at ODD_PATH; the clock at a fixed time. Nothing else exists.
@@ -79,11 +79,11 @@ std::string requests(Kernel& k) {
   block.read_write = I2C_SMBUS_WRITE;
   k.ioctl(fd, I2C_SMBUS, &block);
   k.ioctlVal(fd, I2C_SLAVE_FORCE, 0x50);
-  uint8_t addr[2] = {0x00, 0x10}, got[4] = {};
-  i2c_msg msgs[2] = {{0x50, 0, 2, addr}, {0x50, I2C_M_RD, 4, got}};
-  i2c_rdwr_ioctl_data d = {msgs, 2};
+  uint8_t addr[2] = {0x00, 0x10}, got[6] = {};  // a read first: each read message has its answer
+  i2c_msg msgs[4] = {{0x50, I2C_M_RD, 2, got}, {0x50, 0, 2, addr}, {0x50, I2C_M_RD, 2, got + 2}, {0x50, I2C_M_RD, 2, got + 4}};
+  i2c_rdwr_ioctl_data d = {msgs, 4};
   int r = k.ioctl(fd, I2C_RDWR, &d);
-  seen += "rdwr " + std::to_string(r) + " " + std::string(got, got + 4) + "\n";
+  seen += "rdwr " + std::to_string(r) + " " + std::string(got, got + 6) + "\n";
   char text[32] = {};
   int odd = k.open(ODD_PATH, O_RDONLY);
   ssize_t n = k.read(odd, text, sizeof text);
@@ -110,13 +110,13 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
   char* argv[] = {prog, word, nullptr};
   ASSERT_TRUE(rec.start(path, 2, argv, nullptr));
   const std::string live = requests(rec);
-  EXPECT_EQ(live, "block !\"#\nrdwr 2 \x01\x11\x01\x11\ntext " + std::to_string(ODD_TEXT.size()) + " " + ODD_TEXT +
+  EXPECT_EQ(live, "block !\"#\nrdwr 4 \x01\x01\x01\x11\x01\x11\ntext " + std::to_string(ODD_TEXT.size()) + " " + ODD_TEXT +
                       "\nnothing 0\nmissing -1 2\nclock 1764096777.94872001 0\n");
   const std::string text = readFile(path);
-  for (const char* line : {"\nargs diag \"two\\x20words\"\n", " i2c-0 rdwr 0x50 write 00 10 ; 0x50 read 4 -> 01 11 01 11\n",
+  for (const char* line : {"\nargs diag \"two\\x20words\"\n", " i2c-0 rdwr 0x50 read 2 ; 0x50 write 00 10 ; 0x50 read 2 ; 0x50 read 2 -> 01 01 ; 01 11 ; 01 11\n",
                            " i2c-0 0x00 smbus read i2c_block_data cmd 0x20 len 3 -> 21 22 23\n",
                            " i2c-0 0x00 smbus write i2c_block_data cmd 0x20 data 21 22\n",
-                           " read \"/sys/odd\\x20\\\"name\\\"\\\\x\" 32 -> 12 \"24c32\\x20\\\"fp\\\"\\n\\x7f\"\n",
+                           " read \"/sys/odd\\x20\\\"name\\\"\\\\x\" 32 -> 13 \"24c32\\x20\\\"fp\\\"~\\n\\x7f\"\n",
                            " open /nope O_RDONLY -> ENOENT\n", " open /dev/i2c-0 O_RDWR -> fd 3\n", " clock realtime -> 1764096777.094872001\n",
                            " sleep 5us\n", " lock take diagSem\n"})
     EXPECT_TRUE(contains(text, line)) << line << "\nnot in:\n" << text;

@@ -28,6 +28,13 @@ void putBe(unsigned char* p, unsigned long v, int bytes) {
   for (int i = bytes - 1; i >= 0; --i, v >>= 8) p[i] = static_cast<unsigned char>(v & 0xFF);
 }
 
+// A buffer of another size than an image's is refused, whoever passed it.
+bool sizeRefused(size_t n, std::string* err) {
+  if (n == IMAGE_BYTES) return false;
+  *err = strf("an identity image is %zu bytes, not %zu", IMAGE_BYTES, n);
+  return true;
+}
+
 std::string labelType(const unsigned char* img) {
   std::string label(reinterpret_cast<const char*>(img + LABEL_OFF), strnlen(reinterpret_cast<const char*>(img), LABEL_BYTES));
   return label.size() >= 7 && label.compare(0, 3, "Z9 ") == 0 ? label.substr(3, 4) : "";
@@ -169,10 +176,7 @@ bool fieldsOf(xmlDocPtr doc, const std::string& lblType, BoardIdentity* id, std:
 }  // namespace
 
 bool idDocument(const unsigned char* img, size_t n, std::string* doc, std::string* err) {
-  if (n != IMAGE_BYTES) {
-    *err = strf("an identity image is %zu bytes, not %zu", IMAGE_BYTES, n);
-    return false;
-  }
+  if (sizeRefused(n, err)) return false;
   bool blank = true;
   for (size_t k = VERSION_OFF; k < STREAM_OFF; ++k) blank = blank && img[k] == 0xFF;
   if (blank) {
@@ -210,10 +214,7 @@ bool idFields(const std::string& doc, const std::string& lblType, BoardIdentity*
 
 bool idImage(const std::string& doc, unsigned char* img, size_t n, std::string* err) {
   BoardIdentity id;
-  if (n != IMAGE_BYTES) {
-    *err = strf("an identity image is %zu bytes, not %zu", IMAGE_BYTES, n);
-    return false;
-  }
+  if (sizeRefused(n, err)) return false;
   if (!idFields(doc, "", &id, err)) return false;
   std::string label = "Z9 " + id.type + " " + id.name;
   if (label.size() > LABEL_BYTES) {

@@ -116,7 +116,6 @@ int xmlOutline(const char* where, const char* path, const char* text, size_t n, 
       }
     }
   }
-  if (!pending.empty() && ret == 0) say(sink, "%s", pending.c_str());
   xmlFreeTextReader(r);
   if (ret != 0) return fail(sink, "%s: %s", where, cap.text.empty() ? "not a well-formed document" : cap.text.c_str());
   return SUCCESS;

@@ -74,6 +74,7 @@ TEST(BoardIdCodec, AGoodImageShowsEveryFieldInOrder) {
 
 TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
   const struct { const char* what; std::function<void(Image&)> damage; const char* line; } cases[] = {
+      {"size", [](Image& i) { i.pop_back(); }, "an identity image is 4096 bytes, not 4095"},
       {"blank", [](Image& i) { memset(i.data() + 0x20, 0xFF, 8); }, "no identity programmed (blank)"},
       {"version", [](Image& i) { i[0x21] = 2; }, "unknown identity layout version 2 (this program reads 1)"},
       {"length 0", [](Image& i) { setLen(i, 0); }, "identity length 0 out of range (1 to 4024)"},

@@ -117,10 +117,10 @@ TEST_F(I2cDevOps, ABlockReadNeedsAnAdapterThatCarriesIt) {
 }
 
 TEST_F(I2cDevOps, PlainReadsDumpSixteenBytesALineWithATextColumn) {
-  // The main host EEPROM's label: "Z9 0980 main host" padded with NULs.
-  EXPECT_EQ(plainRead("mhEeprom", 20),
-            "5a392030393830206d61696e20686f73 Z9 0980 main hos\n"
-            "74000000 t...980 main hos\n");  // not padded; the column keeps the first line's tail
+  // The main host EEPROM's label: "Z9 0980 main host" padded with NULs. The last line is not padded, and its
+  // text column keeps the first line's tail.
+  EXPECT_EQ(plainRead("mhEeprom", 20), "5a392030393830206d61696e20686f73 Z9 0980 main hos\n"
+                                       "74000000 t...980 main hos\n");
   EXPECT_EQ(plainRead("mhEeprom", 5), "5a39203039" + std::string(22, ' ') + " Z9 09\n");
   EXPECT_EQ(plainRead("mhEeprom", 5, true), "5a39203039\n");
   EXPECT_EQ(plainRead("mhEeprom", 16, false, true), "5a392030393830206d61696e20686f73 Z9 0980 main hos\n");

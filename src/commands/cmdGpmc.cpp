@@ -47,13 +47,6 @@ const OptDecl* const opts[] = {&listNames, &target,   &writeWords, &readWords,  
                                &collect,   &contAcqOn, &contAcqOff, &syncInfo,   &sincorr,  &invert,    &ctfFile,
                                &forceReset, &contRead};
 
-GpmcDev* regDev(GpmcDevMap& fpga, const char* missingMsg) {
-  GpmcDev* reg = fpga.find("reg");
-  if (!reg)
-    LOGERR(LOG_TERM, "%s\n", missingMsg);
-  return reg;
-}
-
 E_STATUS forceMeasBoardsReset(GpmcDevMap& fpga) {
   GpmcDev* reg = regDev(fpga, "reg device not found");
   if (!reg) return FAILURE;

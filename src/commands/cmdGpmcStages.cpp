@@ -14,6 +14,12 @@
 #include "processEnd.h"
 #include "termState.h"
 
+GpmcDev* regDev(GpmcDevMap& fpga, const char* missingMsg) {
+  GpmcDev* reg = fpga.find("reg");
+  if (!reg) LOGERR(LOG_TERM, "%s\n", missingMsg);
+  return reg;
+}
+
 namespace {
 constexpr unsigned long BLOCK_WORDS = 256;
 constexpr unsigned long BLOCK_BYTES = 0x200;
@@ -93,10 +99,7 @@ E_STATUS writeStage(GpmcDevMap& fpga, GpmcDev* dev, const GpmcArgs& a, GpmcFiles
   GpmcDev* reg = nullptr;
   bool obuf = dev->getTarget() == FPGA_OUTPUT_BUFFER;
   if (obuf) {
-    if (!(reg = fpga.find("reg"))) {
-      LOGERR(LOG_TERM, "reg device not found\n");
-      return FAILURE;
-    }
+    if (!(reg = regDev(fpga, "reg device not found"))) return FAILURE;
     E_STATUS status = GpmcDevCtl(*reg).GPMCEnOBufWrites();
     if (status != SUCCESS) return status;
   }

@@ -33,6 +33,9 @@ struct GpmcFiles {
 // The transfer buffer of -w.
 constexpr unsigned long GPMC_XFER_WORDS = 257;
 
+// The FPGA's control registers, or nullptr with missingMsg said.
+GpmcDev* regDev(GpmcDevMap& fpga, const char* missingMsg);
+
 // The stages that follow the option scan, in their fixed order; each runs only
 // while the command's status is still success.
 E_STATUS gpmcStages(GpmcDevMap& fpga, const GpmcArgs& a, GpmcFiles& files);

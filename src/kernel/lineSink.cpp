@@ -33,14 +33,10 @@ bool LineSink::open(const char* p, const char* whoText, const char* whatText, bo
   return true;
 }
 
-void LineSink::close() {
-  ::close(fd);  // a sink never opened or already dropped: -1, which close refuses and nothing more
-  fd = -1;
-}
-
 void LineSink::drop(const char* why) {
   fprintf(stderr, "%s: cannot write %s to %s (%s); going on without it\n", who.c_str(), what.c_str(), path.c_str(), why);
-  close();
+  ::close(fd);  // a sink that never opened: -1, which close refuses and nothing more
+  fd = -1;
 }
 
 // A reader that went away gives EPIPE here rather than ending the process: for

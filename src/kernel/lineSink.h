@@ -19,7 +19,6 @@ public:
   bool put(const std::string& line) { return put(line.data(), line.size()); }
 
 private:
-  void close();
   void drop(const char* why);
 
   int fd = -1;

@@ -135,8 +135,7 @@ TEST(Interactive, SecondInterruptEndsTheShell) {
 // with the line (an endless line, as /dev/zero holds, once took it all).
 TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
   RunResult r = runSim({"--exit-status", "file", testDir()});
-  EXPECT_NE(r.out.find("unable to read file " + testDir() + ", so it cannot be run\nIs a directory (21)\n"),
-            std::string::npos) << r.out;
+  EXPECT_TRUE(contains(r.out, "unable to read file " + testDir() + ", so it cannot be run\nIs a directory (21)\n")) << r.out;
   EXPECT_NE(r.exitCode, 0);
 
   const std::string banner = "#!" + std::string(600, '=') + " 100% %s";
@@ -157,9 +156,8 @@ TEST(Scripts, BadFilesGetAClearMessageInBoundedMemory) {
   const long before = procStatus(sh.programPid(), "VmHWM");
   std::string out = sh.line("file " + testPath("long.txt"));
   // The rest of the cut line is skipped, not run: the next thing printed is the next line's.
-  EXPECT_NE(out.find("line 2 of file " + testPath("long.txt") +
-                     " is longer than 4096 characters: cut there, the rest of it skipped\r\n"),
-            std::string::npos) << out.substr(0, 300);
+  EXPECT_TRUE(contains(out, "line 2 of file " + testPath("long.txt") +
+      " is longer than 4096 characters: cut there, the rest of it skipped\r\n")) << out.substr(0, 300);
   EXPECT_NE(out.find("\r\n#!" + std::string(4094, 'y') + "\r\n!1729\r\n"), std::string::npos);
   EXPECT_LT(procStatus(sh.programPid(), "VmHWM") - before, 8 * 1024);
 

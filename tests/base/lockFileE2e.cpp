@@ -9,6 +9,7 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <filesystem>
 #include <functional>
 #include <sstream>
 
@@ -102,6 +103,11 @@ std::string waitReport(const std::vector<std::string>& argv) {
   std::string got;
   bool said = waitForLine(c.out, "its lock file", 15000, &got);  // named or not
   usleep(100000);  // a waiter tells once, however long it goes on waiting after
+  // It read the kernel's table of locks to name the holder, and keeps no descriptor of it.
+  std::error_code ec;
+  std::string kept;
+  for (const auto& e : std::filesystem::directory_iterator("/proc/" + std::to_string(c.pid) + "/fd", ec))
+    if (std::filesystem::read_symlink(e.path(), ec) == "/proc/locks") kept = "\n/proc/locks kept open";
   flock(fd, LOCK_UN);
   waitForLine(c.out, "\n0000: ", 10000, &got);
   int status = waitChild(c.pid, 10000);
@@ -110,7 +116,7 @@ std::string waitReport(const std::vector<std::string>& argv) {
   std::string line = got.substr(got.find("waiting"), got.find('\n', got.find("waiting")) - got.find("waiting"));
   return std::string(said ? "" : "nothing said\n") + "holder " + std::to_string(getpid()) + "\n" + line + "\nexit " +
          std::to_string(WIFEXITED(status) ? WEXITSTATUS(status) : -1) + ", read " +
-         std::to_string(contains(got, "\n0000: ")) + ", told " + std::to_string(countOf(got, "waiting for"));
+         std::to_string(contains(got, "\n0000: ")) + ", told " + std::to_string(countOf(got, "waiting for")) + kept;
 }
 
 // Anyone who can open the lock file can hold its lock; the process that waits

@@ -48,8 +48,7 @@ std::string nextFpgaAccess(pid_t holder = 0) {
   out << "next: exit " << r.exitCode << ", quick " << (monoMs() - t0 < 5000) << ", read "
       << contains(r.out, "\n0000: ") << ", recovered "
       << contains(r.out, "recovered semaphore diagGPMCSem from process " + std::to_string(holder) +
-                             ", which ended while holding it\n")
-      << "\n" << value() << "printed:\n" << r.out;
+                             ", which ended while holding it\n") << "\n" << value() << "printed:\n" << r.out;
   return out.str();
 }
 

@@ -12,8 +12,7 @@ TEST(Version, ShowsTheRevisionFileWhenThereIsOne) {
   simctl({"revision", testPath("rev.txt")});
   std::string out = runCmd("version").out;
   EXPECT_EQ(out.rfind("Diagnostics Build: ", 0), 0u);
-  EXPECT_NE(out.find("\nMerged to develop branch from branch feature-x\nBranch commit# 7\nBuild# 42\n"),
-            std::string::npos);
+  EXPECT_NE(out.find("\nMerged to develop branch from branch feature-x\nBranch commit# 7\nBuild# 42\n"), std::string::npos);
   // A line that is not there gives 0 and no branch; the file's last byte comes in a read of its own.
   writeFile(testPath("rev.txt"), std::string(504, '#') + "\nbuild:42");
   simctl({"revision", testPath("rev.txt")});

@@ -84,9 +84,8 @@ TEST_F(GpmcCmd, ReadDataDumpsToFilesInEachFormat) {
   run({"-m", "reg", "-o", "0x4a", "-r", "8", "-s", "-f", dec});
   EXPECT_EQ(readFile(dec), "65\n4161\n8257\n12353\n16449\n20545\n24641\n28737\n");
   run({"-m", "reg", "-o", "0x4a", "-r", "8", "-s", "-fh", hex});
-  EXPECT_EQ(readFile(hex),
-            "0041 1041  2041 3041\n    4264001 541143105     0x00411041 0x20413041 \n"
-            "4041 5041  6041 7041\n    1078022209 1614901313     0x40415041 0x60417041 \n");
+  EXPECT_EQ(readFile(hex), "0041 1041  2041 3041\n    4264001 541143105     0x00411041 0x20413041 \n"
+                           "4041 5041  6041 7041\n    1078022209 1614901313     0x40415041 0x60417041 \n");
   run({"-m", "reg", "-o", "0x4a", "-r", "8", "-s", "-scf", "-fh", hex});
   EXPECT_EQ(readFile(hex), "0041 1041  2041 3041\n4041 5041  6041 7041\n");
   run({"-m", "reg", "-o", "0x4a", "-r", "3", "-s", "-fb", bin});
@@ -207,8 +206,7 @@ TEST_F(GpmcCmd, ListUsageAndContinuousReadUntilQ) {
 TEST_F(GpmcCmd, FailedTransfersShowTheWordsOnEitherSide) {
   std::string out = run({"-m", "reg", "-w", "1", "-o", "0x1000", "-d", "0x12345678"});
   EXPECT_TRUE(contains(out, "function wrLoop - failed to write device 4(0x1000), buf[0]= 0x5678, buf[1]= 0x1234, "
-                            "buf[2]= 0x0000, buf[3]= 0x0000\nInvalid argument (22)\n"))
-      << out;
+                            "buf[2]= 0x0000, buf[3]= 0x0000\nInvalid argument (22)\n")) << out;
   out = run({"-m", "reg", "-o", "0xff8", "-r", "10"});
   EXPECT_TRUE(out.starts_with("reading reg:\n0ff8: 0000000000000000file gpmcDev, line ")) << out;
   EXPECT_TRUE(out.ends_with("function rdLoop - failed to read device 4(0x1000), byteCnt= 4\nInvalid argument (22)\n\n"))

@@ -75,8 +75,7 @@ TEST(RegTest, HelpAndProgressLine) {
   run(t, {});  // after -h, which writes nothing: a one walked up, then a zero, then the value put back
   EXPECT_EQ(t.wrote, "1 2 4 8 16 32 64 128 254 253 251 247 239 223 191 127 90 ");
   std::string out = run(t, {"-l", "21"});
-  EXPECT_NE(out.find("\riterations (wrrd) - 160\riterations (wrrd) - 320\riterations (wrrd) - 336\nPASSED\n"),
-            std::string::npos);
+  EXPECT_TRUE(contains(out, "\riterations (wrrd) - 160\riterations (wrrd) - 320\riterations (wrrd) - 336\nPASSED\n"));
 }
 
 TEST(MemTest, DataLinesThroughOneWord) {

@@ -6,10 +6,6 @@
 #include "log.h"
 #include "numArg.h"
 
-namespace {
-bool isRest(const OptDecl* o) { return o->kind == OPT_REST || o->kind == OPT_RAW_REST; }
-}  // namespace
-
 std::string usageText(const ArgsDecl& decl) {
   std::string text;
   for (const char* line : decl.head) text += std::string(line) + "\n";
@@ -31,14 +27,10 @@ const OptDecl* Args::find(const char* w) const {
   return nullptr;
 }
 
-// The declared positional that takes the next word (a rest of the line takes every one).
-const OptDecl* Args::nextPositional(int* done) const {
-  int k = 0;
-  for (const OptDecl* o : decl.opts) {
-    if (o->kind == OPT_OPTION) continue;
-    if (isRest(o)) return o;
-    if (k++ == *done) return o;
-  }
+// The declaration that takes the words that are not options: the rest of the line.
+const OptDecl* Args::restDecl() const {
+  for (const OptDecl* o : decl.opts)
+    if (o->kind != OPT_OPTION) return o;
   return nullptr;
 }
 
@@ -108,7 +100,6 @@ E_STATUS Args::readOption(const OptDecl* o, int* i, int* valuesEnd) {
 }
 
 E_STATUS Args::read() {
-  int positionals = 0;
   int valuesUntil = 0;  // where values are looked at as options too: the words up to here were values
   for (int i = decl.rules.firstArg; i < argc && nHits < MAX_ARGS;) {
     const char* w = argv[i];
@@ -126,16 +117,12 @@ E_STATUS Args::read() {
       ++i;
       continue;
     }
-    const OptDecl* p = w[0] == '-' ? nullptr : nextPositional(&positionals);
+    const OptDecl* p = w[0] == '-' ? nullptr : restDecl();
     if (!p) return refuse(w[0] == '-' ? "unknown option %s" : "unexpected word %s", w);
-    found[nHits++] = OptHit{.opt = p, .pos = i, .has = {true}, .word = {w}, .first = i, .end = isRest(p) ? argc : i + 1};
-    ++positionals;
-    if (p->kind == OPT_RAW_REST) return SUCCESS;  // the rest is another declaration's to read
-    if (p->kind == OPT_REST) {
-      for (int k = i; k < argc; ++k) askedForUsage |= !strcmp(argv[k], "-h");
-      return SUCCESS;
-    }
-    ++i;
+    found[nHits++] = OptHit{.opt = p, .pos = i, .has = {true}, .word = {w}, .first = i, .end = argc};
+    // -h among the rest still asks for the usage, unless the rest is another declaration's to read.
+    for (int k = i; p->kind == OPT_REST && k < argc; ++k) askedForUsage |= !strcmp(argv[k], "-h");
+    return SUCCESS;
   }
   return SUCCESS;
 }

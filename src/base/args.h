@@ -6,10 +6,10 @@
 #include "argsDecl.h"
 
 // One declared word of the line as the scan met it: an option with its values,
-// or a positional word (its value the word), or the rest of the line.
+// or the rest of the line (its first word its value).
 struct OptHit {
   const OptDecl* opt = nullptr;
-  int pos = 0;                // index of the option word (of a positional: of the word)
+  int pos = 0;                // index of the option word (of the rest: of its first word)
   bool has[2] = {};           // each value was given (an optional one may be absent)
   unsigned long num[2] = {};  // VAL_NUM values
   const char* word[2] = {"", ""};
@@ -46,7 +46,7 @@ public:
 
 private:
   const OptDecl* find(const char* w) const;
-  const OptDecl* nextPositional(int* done) const;
+  const OptDecl* restDecl() const;
   E_STATUS read();
   E_STATUS readOption(const OptDecl* o, int* i, int* valuesEnd);
   E_STATUS readValues(OptHit& h, int* next, bool* keep);

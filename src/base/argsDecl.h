@@ -5,7 +5,7 @@
 #include "diagStatus.h"
 
 // How a command (or a self-test) reads the words of its line, declared as data:
-// its options and positional words with the values they take and the lines
+// its options and the rest of the line, with the values they take and the lines
 // they add to its usage, and the command's own scanning rules. One scanner
 // (Args) serves every declaration; a command reads what it found by naming
 // the declared option itself, so that a misspelt name does not compile.
@@ -28,13 +28,12 @@ struct S_VAL_DECL {
 
 enum E_OPT_KIND {
   OPT_OPTION,    // a word beginning with '-', and its values
-  OPT_WORD,      // one positional word, in the order declared
   OPT_REST,      // every word to the end of the line (-h among them still asks for the usage)
   OPT_RAW_REST,  // every word to the end of the line, for another declaration to read
 };
 
 struct OptDecl {
-  const char* name = nullptr;  // "-r"; for a positional word the name its usage gives it
+  const char* name = nullptr;  // "-r"; for the rest of the line the name its usage gives it
   E_OPT_KIND kind = OPT_OPTION;
   S_VAL_DECL vals[2];
   int nVals = 0;
@@ -66,7 +65,6 @@ constexpr OptDecl wordsOpt(const char* name, bool optional) {
 constexpr OptDecl numsOpt(const char* name, unsigned long min, unsigned long max) {
   return {.name = name, .vals = {{VAL_NUMS, min, max, true}}, .nVals = 1};
 }
-constexpr OptDecl posWord(const char* name) { return {.name = name, .kind = OPT_WORD}; }
 constexpr OptDecl restWords(const char* name) { return {.name = name, .kind = OPT_REST}; }
 constexpr OptDecl rawRestWords(const char* name) { return {.name = name, .kind = OPT_RAW_REST}; }
 constexpr S_VAL_DECL numVal(unsigned long min, unsigned long max) { return {VAL_NUM, min, max, false}; }
@@ -91,7 +89,7 @@ struct ScanRules {
 };
 
 // A command's or a self-test's words: its name, the usage lines before those
-// of its options, its options and positional words in the order of the usage,
+// of its options, its options and the rest of the line in the order of the usage,
 // and its scanning rules. Its usage (-h) is the head lines, then each
 // option's lines; with neither, the name and the help line.
 struct ArgsDecl {

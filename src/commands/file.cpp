@@ -3,7 +3,7 @@
 // Scripts are run by the shell loop itself, never through dispatch: "file" has
 // no handler, and dispatched it says it is not connected.
 namespace {
-const OptDecl script = posWord("filename").says("file <filename> - execute diag script file");
+const OptDecl script = restWords("filename").says("file <filename> - execute diag script file");
 const OptDecl* const opts[] = {&script};
 }  // namespace
 

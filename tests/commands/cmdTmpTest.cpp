@@ -92,22 +92,4 @@ TEST_F(TempCmdTest, MrtmpwrWritesThroughTheWriteAddressWithReadBack) {
   }
   EXPECT_TRUE(t.grep(" write ").empty());
 }
-
-TEST_F(TempCmdTest, TmpShowsEachThermalZone) {
-  CmdResult r = runCmd("tmp");  // what it shows, a temperature below 0 too, is in docs/temperatures.md, which runs
-  EXPECT_EQ(r.status, SUCCESS);
-  simctls({{"set", "zone", "0", "0"}, {"set", "zone", "2", "failed"}, {"set", "zone", "3", "150"}});
-  r = runCmd("tmp");
-  EXPECT_EQ(r.status, FAILURE);
-  EXPECT_TRUE(holdsAll(r.out, {"thermal_zone0  cpu_thermal         0.000 C\n", "thermal_zone2 (gpu_thermal): its temperature cannot be read\nInput/output error (5)\n",
-                               "thermal_zone3  iva_thermal       150.000 C\n"}));
-  simctl({"set", "zone", "3", "in-degrees"});
-  r = runCmd("tmp");
-  EXPECT_TRUE(r.status == FAILURE && contains(r.out, "thermal_zone3 (iva_thermal): its temperature reads \"150.000\", "
-                                                 "not thousandths of a degree\n")) << r.out;
-  simctl({"set", "zone", "1", "empty"});  // read, and nothing in it: no system error to tell
-  EXPECT_TRUE(contains(runCmd("tmp").out, "(core_thermal): its temperature cannot be read\nfile cmdTmp, line "));
-  simctl({"set", "zone", "0", "absent"});  // what it says is in docs/temperatures.md
-  EXPECT_EQ(runCmd("tmp").status, FAILURE);
-}
 }  // namespace

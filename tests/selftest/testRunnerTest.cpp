@@ -108,7 +108,7 @@ TEST_F(SelfTest, I2cRegisterTestsReachTheirChips) {
   EXPECT_EQ(t.grep("0x40 smbus read byte_data cmd 0x39").size(), 1u);
   // Until a key (loops 0): an input that has ended can bring none, so the test stops at once.
   EXPECT_TRUE(contains(runSim({"runtest", "fpfa", "-l", "0"}, "", 10000).out, " 0 accesses of fpfpga, 0 failed\n"));
-  simctl({"i2c", "stuck", "fpfpga", "0x39", "0", "1"});  // the write is acknowledged; only its read-back can tell
+  simctl({"i2c", "stuck", "fpfpga", "0x3a", "0", "1"});  // the write is acknowledged; only its last byte read back can tell
   EXPECT_TRUE(expectRun("fpfa -l 2", {}).ends_with("2 accesses of fpfpga, 2 failed\nFAILED\n"));  // no code line
   simctl({"i2c", "absent", "mrtmp1", "on"});  // each failed transfer told once: the walk's write and the put-back
   const std::string gone = simOut({"runtest", "mrtmp1reg"});  // probed for in a process of its own: not found

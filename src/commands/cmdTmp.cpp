@@ -19,7 +19,6 @@ constexpr size_t TEXT_LEN = 64;
 // A sysfs text without its line end; false when the file cannot be read, with
 // the system's reason in err (0: the file was empty).
 bool sysText(const std::string& path, char (&buf)[TEXT_LEN], int* err = nullptr) {
-  errno = 0;
   ssize_t n = kernel().readFile(path.c_str(), buf, sizeof buf);
   if (err) *err = n < 0 ? errno : 0;
   if (n <= 0) return false;

@@ -155,4 +155,6 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
     EXPECT_TRUE(smbusTakeAnswer("2a", &r) && d.block[size == I2C_SMBUS_BYTE_DATA ? 0 : 1] == 0x2a) << size;
     EXPECT_FALSE(smbusTakeAnswer("2g", &r)) << size;
   }
+  i2c_smbus_ioctl_data two = {I2C_SMBUS_READ, 0x20, I2C_SMBUS_I2C_BLOCK_DATA, &d};
+  EXPECT_FALSE((d.block[0] = 2, smbusTakeAnswer("2a", &two)));  // two bytes asked for, one answered
 }

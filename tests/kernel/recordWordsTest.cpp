@@ -157,4 +157,7 @@ TEST(RecordWords, ARecordingGivesBackWhatTheKernelGave) {
   }
   i2c_smbus_ioctl_data two = {I2C_SMBUS_READ, 0x20, I2C_SMBUS_I2C_BLOCK_DATA, &d};
   EXPECT_FALSE((d.block[0] = 2, smbusTakeAnswer("2a", &two)));  // two bytes asked for, one answered
+  std::string most = "2a";  // and the most a block holds
+  for (int i = 1; i < I2C_SMBUS_BLOCK_MAX; ++i) most += " 2a";
+  EXPECT_TRUE((d.block[0] = I2C_SMBUS_BLOCK_MAX, smbusTakeAnswer(most, &two)));
 }

@@ -193,7 +193,7 @@ E_STATUS FanCtlr::rdFanCtlrRegs() {
       }
       if (st != SUCCESS) return st;
       kernel().sleepUs(PMBUS_GAP_US);
-      reg.regContents = (reg.regContents & 0xFFFF0000u) | datum;
+      reg.regContents = datum;
       regRead[ndx] = true;
     }
   }

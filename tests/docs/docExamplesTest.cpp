@@ -11,7 +11,8 @@
 //
 //   ```sh                      each "$ LINE" runs under /bin/sh; the lines after it are
 //   $ diag-simctl show         what it prints (standard output and error)
-//   ...                        "..." alone: any lines, none included; inside a line: any text
+//   ...                        "..." alone: any lines, none included; inside a line: any text (four dots or more
+//                              in a row are dots)
 //   ```
 //
 //   <!-- not run: REASON -->   on the line before a fence: the block is not run, for that reason
@@ -99,9 +100,11 @@ std::vector<Command> commandsOf(const Block& b, const std::string& prompt) {
   return out;
 }
 
-// One line against a pattern in which "..." stands for any text.
+// One line against a pattern in which "..." stands for any text; a longer run of dots (a dump's leader) is itself.
 bool lineMatches(const std::string& pattern, const std::string& line) {
-  size_t dots = pattern.find("...");
+  size_t dots = 0;
+  for (; (dots = pattern.find("...", dots)) != std::string::npos; ++dots)
+    if ((dots == 0 || pattern[dots - 1] != '.') && pattern[dots + 3] != '.') break;
   if (dots == std::string::npos) return pattern == line;
   if (line.compare(0, dots, pattern, 0, dots) != 0) return false;
   const std::string rest = pattern.substr(dots + 3);

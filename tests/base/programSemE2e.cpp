@@ -212,8 +212,10 @@ TEST(NamedSemaphores, ThreadsOfOneProcessTakeItInTurn) {
   EXPECT_EQ(semValue("diagGPMCSem"), 1);
 }
 
-// In this process, with its own /dev/shm, where "diagSem" is free.
+// In this process, with its own /dev/shm, where "diagSem" is not yet made, and
+// an earlier process of the same number died while making it.
 TEST(NamedSemaphores, ReentrantTakesGiveOnlyAtTheOutermost) {
+  for (std::string f : {"sem.diagSem", "diagSem.lock"}) writeFile("/dev/shm/" + f + ".new" + std::to_string(getpid()), "");
   ProgramSem& s = testBoard().i2cSem;
   ASSERT_EQ(s.take(true), SUCCESS);
   ASSERT_EQ(s.take(true), SUCCESS);

@@ -93,7 +93,7 @@ TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
        "identity field <name> appears twice"},
       {"missing", [](Image& i) { setStream(i, compressed("<board type=\"0970\"><name>n</name></board>")); },
        "identity field <part> is missing or empty"},
-      {"option", [](Image& i) { setStream(i, compressed("<board type=\"0970\">\n<option value=\"6\"/></board>")); },
+      {"option", [](Image& i) { setStream(i, compressed("<board type=\"0970\">\n<option name=\"fans\"/></board>")); },
        "identity field <option> at line 2 has no name or no value"},
       {"type", [](Image& i) { setStream(i, compressed("<board type=\"97\"/>")); },
        "identity field type \"97\" is malformed: four digits expected"},

@@ -32,7 +32,8 @@ bool refuse(const char* path, const char* what, const char* todo) {
 bool refuseOpen(const char* path, int err) {
   if (err == ELOOP) return refuse(path, "is a symbolic link", REMOVE);
   if (err == EISDIR) return refuse(path, "is a directory", REMOVE);
-  if (err == EACCES || err == EPERM || err == EROFS)
+  if (err == EROFS) return refuse(path, "is on a read-only file system", "diag needs it mounted read-write");
+  if (err == EACCES || err == EPERM)
     return refuse(path, "cannot be written by this user",
                   "every user must be able to: its owner or root can run chmod 666 on it, or remove it");
   if (err == ENXIO) return refuse(path, NOT_REGULAR, REMOVE);  // a socket, or a device without its driver: neither opens

@@ -43,7 +43,7 @@ E_STATUS listEeproms(Board& board) {
       continue;
     }
     std::string text;
-    for (size_t k = 0; k < boardId::LABEL_BYTES && label[k]; ++k)
+    for (size_t k = 0; label[k]; ++k)  // the byte after the label's is 0
       text += shownChar(label[k]);
     log(LOG_TERM, "%-12s %s\n", n.c_str(), label[0] == 0xFF ? "(blank)" : text.c_str());
   }

@@ -5,6 +5,7 @@
 // names the real holder of a lock it waits for.
 #include <fcntl.h>
 #include <sys/file.h>
+#include <sys/mount.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -72,13 +73,13 @@ TEST(LockFile, DamageIsRepairedAndWhatIsNotOursIsRefusedInOneLine) {
     r += accessAfter("socket", [] { replaceBy([] { mknod(LOCK.c_str(), S_IFSOCK | 0666, 0); }); });
     r += accessAfter("dangling link", [] { replaceBy([] { symlink("/tmp/diag-lock-target", LOCK.c_str()); }); });
     r += accessAfter("link", [target] { replaceBy([target] { symlink(target.c_str(), LOCK.c_str()); }); });
-    unlink(LOCK.c_str());
-    r += accessAfter("removed", [] {});
+    r += accessAfter("removed", [] { unlink(LOCK.c_str()); });
     // The semaphore's own file is refused the same way when it is not a regular file.
     RunResult sem = (unlink("/dev/shm/sem.diagGPMCSem"), mkdir("/dev/shm/sem.diagGPMCSem", 0777),
                      runSim({"gpmc", "-m", "reg", "-r", "1"}));
     rmdir("/dev/shm/sem.diagGPMCSem");
     r += contains(sem.out, "semaphore file /dev/shm/sem.diagGPMCSem is not a regular file; remove it") ? "" : sem.out;
+    r += accessAfter("read-only", [] { mount(nullptr, "/dev/shm", nullptr, MS_REMOUNT | MS_RDONLY, nullptr); });
     return r + "dangling target " + std::to_string(fileSize("/tmp/diag-lock-target")) + "\n";
   });
   const std::string repaired = "\n   of semaphore diagGPMCSem, which another program had cut, grown or overwritten\n";
@@ -91,7 +92,8 @@ TEST(LockFile, DamageIsRepairedAndWhatIsNotOursIsRefusedInOneLine) {
                         "socket: exit 0, read 0, size -1\n" + notRegular +
                         "dangling link: exit 0, read 0, size -1\n   is a symbolic link" + notOurs +
                         "link: exit 0, read 0, size -1\n   is a symbolic link" + notOurs +
-                        "removed: exit 0, read 1, size 8\ndangling target -1\n");
+                        "removed: exit 0, read 1, size 8\nread-only: exit 0, read 0, size 8\n   is on a read-only file "
+                        "system; diag needs it mounted read-write\ndangling target -1\n");
   EXPECT_EQ(readFile(target), "precious");
 }
 

@@ -5,6 +5,7 @@
 
 #include "board.h"
 #include "boardIdLayout.h"
+#include "gpmcRegs.h"
 #include "i2cEeprom.h"
 #include "rev.h"
 #include "revision.h"
@@ -23,7 +24,7 @@ struct LineSink : S_TEXT_SINK {
 void showFpga(Board& board) {
   GpmcDev* reg = board.fpga.find("reg");
   unsigned short id = 0, rev = 0;
-  if (reg && reg->regRd(&id, 0x00) == SUCCESS && reg->regRd(&rev, 0x02) == SUCCESS)
+  if (reg && reg->regRd(&id, GPMC_DEV_ID) == SUCCESS && reg->regRd(&rev, GPMC_REV) == SUCCESS)
     log(LOG_TERM, "%-16s device id 0x%04x, revision 0x%04x\n", "FPGA", id, rev);
   else
     log(LOG_TERM, "%-16s not read\n", "FPGA");

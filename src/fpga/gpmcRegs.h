@@ -17,6 +17,9 @@ struct S_GPMC_MH_FPGA_REGS {
   unsigned short devId, rev, scr, miscCtl, miscStat, sysIdWd1, sysIdWd2, sysIdWd3, allOKStatCtl, notOKEvntAdr;
 };
 
+// Both hosts' identity words.
+constexpr unsigned long GPMC_DEV_ID = 0x00;
+constexpr unsigned long GPMC_REV = 0x02;
 // Signal-host register byte addresses.
 constexpr unsigned long GPMC_CLK_SEL = 0x06;
 constexpr unsigned long GPMC_A2D_CTL = 0x0e;
@@ -40,6 +43,13 @@ constexpr unsigned long GPMC_MH_MISC_CTL = 0x06;
 constexpr unsigned long GPMC_MH_MISC_STAT = 0x08;
 constexpr unsigned long GPMC_MH_ALL_OK_STAT_CTL = 0x10;
 constexpr unsigned long GPMC_MH_DOG_TICKLE = 0x14;
+// The bus does not decode address bit 0: an odd address would reach the register below it.
+static_assert(((GPMC_DEV_ID | GPMC_REV | GPMC_CLK_SEL | GPMC_A2D_CTL | GPMC_A2D_SMPL_WR_ADDR | GPMC_A2D_STAT |
+                GPMC_WF_CTL | GPMC_MISC_CTL_STAT | GPMC_WF_CYC_CNT | GPMC_WF_AMP_LIM | GPMC_WF_AMP_STEP_VAL |
+                GPMC_WF_AMP_UPDATE_RATE | GPMC_WF_AMP_CUR_VAL | GPMC_WF_AMP_MAN_SET_VAL | GPMC_WF_AMP_TMR_SET_VAL |
+                GPMC_WF_RAMP_CTL | GPMC_WF_AMP_SD_VAL | GPMC_ALL_OK_STAT_CTL | GPMC_SH_DOG_TICKLE | GPMC_MH_MISC_CTL |
+                GPMC_MH_MISC_STAT | GPMC_MH_ALL_OK_STAT_CTL | GPMC_MH_DOG_TICKLE) & 1) == 0,
+              "a register's byte address is even");
 
 // wfRampCtl
 constexpr unsigned short RAMP_MODE_MASK = 0x0003;

@@ -105,9 +105,9 @@ const std::string& I2cDevMap::boardLabel() {
 // Probed when first asked for, by name or in the whole list: a command that
 // reaches another chip pays nothing for it.
 void I2cDevMap::placeMrefSensor() {
-  if (mrefSwitchAddr < 0) return;
-  const int hostSw = mrefSwitchAddr;
-  mrefSwitchAddr = -1;
+  if (!mrefSwitch) return;
+  const auto hostSw = static_cast<int>(*mrefSwitch);
+  mrefSwitch.reset();
   int addr = probeMrefSensor(hostSw, *adapterCaps[SWITCH_BUS], sem);
   if (I2cDev* dev = known(MREF_SENSOR); dev && addr >= 0) dev->address = static_cast<unsigned>(addr);
 }
@@ -119,7 +119,7 @@ void I2cDevMap::fill() {
   adapterCaps[SWITCH_BUS] = std::make_shared<I2cAdapterCaps>();
   std::map<std::string, unsigned> addrs = switchAddresses(revision);
   auto host = addrs.find("hostsw");
-  if (&t == &MAIN_HOST_TABLE && host != addrs.end()) mrefSwitchAddr = static_cast<int>(host->second);
+  if (&t == &MAIN_HOST_TABLE && host != addrs.end()) mrefSwitch = host->second;
   for (const I2cBoardEntry& e : t.entries) {
     auto a = addrs.find(e.dev.name);
     add(t, e, a == addrs.end() ? e.dev.address : a->second);

@@ -1,6 +1,7 @@
 #pragma once
 #include <map>
 #include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -49,8 +50,8 @@ private:
   I2cDev* known(const char* name) const;
 
   bool filled = false;
-  // The host switch's address while the main-reference sensor is still to be looked for; -1 once placed.
-  int mrefSwitchAddr = -1;
+  // The host switch's address while the main-reference sensor is still to be looked for; none once placed.
+  std::optional<unsigned> mrefSwitch;
   I2cDevNameMap map;
   std::string label;
   std::vector<std::unique_ptr<I2cDev>> owned;

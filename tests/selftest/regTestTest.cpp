@@ -78,27 +78,29 @@ TEST(RegTest, HelpAndProgressLine) {
   EXPECT_TRUE(contains(out, "\riterations (wrrd) - 160\riterations (wrrd) - 320\riterations (wrrd) - 336\nPASSED\n"));
 }
 
+namespace {
+// A word whose data line 4 reads as 0 after healthyFor accesses, as a broken line on the memory bus would.
+class StuckLineWord : public DDR3DataLineMemTest {
+public:
+  using DDR3DataLineMemTest::DDR3DataLineMemTest;
+  int healthyFor = 0;
+
+protected:
+  void wrrd() override {
+    DDR3DataLineMemTest::wrrd();
+    if (--healthyFor < 0) rdDatum &= ~0x10u;
+  }
+};
+}  // namespace
+
 TEST(MemTest, DataLinesThroughOneWord) {
-  DDR3DataLineMemTest t("ddr3dl", "Test the DDR3 Main Memory data lines", &arbitraryMemLocation, 0, true, false);
+  StuckLineWord t("ddr3dl", "Test the DDR3 Main Memory data lines", &arbitraryMemLocation, 0, true, false);
+  t.healthyFor = 5 * 64;  // five loops of two 32-step walks: a sixth would fail
   char argv[MAX_ARGS][ARG_LEN] = {"runtest", "ddr3dl", "-l", "5"};
   std::string out = captured([&] { EXPECT_EQ(t.runTest(4, argv), SUCCESS); });
   EXPECT_NE(out.find("runTest - looping 5 times\r\nPASSED\r\n"), std::string::npos);
   EXPECT_EQ(arbitraryMemLocation, 0x7FFFFFFFu);  // the last pattern of the walking zero
 }
-
-namespace {
-// A word whose data line 4 reads as 0, as a broken line on the memory bus would.
-class StuckLineWord : public DDR3DataLineMemTest {
-public:
-  using DDR3DataLineMemTest::DDR3DataLineMemTest;
-
-protected:
-  void wrrd() override {
-    DDR3DataLineMemTest::wrrd();
-    rdDatum &= ~0x10u;
-  }
-};
-}  // namespace
 
 TEST(MemTest, AStuckDataLineFailsAtItsFirstPattern) {
   StuckLineWord t("ddr3dl", "Test the DDR3 Main Memory data lines", &arbitraryMemLocation, 0, true, false);

@@ -160,4 +160,5 @@ TEST_F(GpmcFaultTest, RampWritesThatAreReadBackShowAStuckBit) {
   trace.mark();
   expectPrints([&] { EXPECT_EQ(ramp.GPMCSetOutput(5), FAILURE); }, {"failed to write ramp control reg."});
   EXPECT_EQ(trace.grep("fpga wr reg 0x0030").size(), 1u);
+  expectPrints([&] { EXPECT_EQ(ramp.GPMCRampUpCyc(0x200, 0x100, 1), FAILURE); }, {"failed to disable ramping"});
 }

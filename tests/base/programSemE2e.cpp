@@ -3,6 +3,7 @@
 #include <fcntl.h>
 #include <sched.h>
 #include <signal.h>
+#include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -89,28 +90,31 @@ TEST(NamedSemaphores, InterruptedOrExitingHolderReleasesOnItsWayOut) {
   EXPECT_FALSE(contains(report, "diagGPMCSem.lock")) << "the holder gave its lock file back whole";
 }
 
-// Ctrl-C at the prompt stops a command that waits for the semaphore, and the
-// shell's next access takes it as soon as it is free: the stopped wait left
-// nothing of itself behind.
+// Ctrl-C at the prompt ends a command that waits for the semaphore, or for its
+// lock file, and the shell's next access takes it as soon as it is free: the
+// stopped wait left nothing of itself behind.
 TEST(NamedSemaphores, AWaitStoppedAtThePromptLeavesTheShellFree) {
   RUN_ISOLATED(report, [] {
     runSim({"gpmc", "-m", "reg", "-r", "1"});  // the semaphore and its lock file are made
     sem_t* sem = sem_open("diagGPMCSem", 0);
-    if (sem == SEM_FAILED || sem_wait(sem) != 0) return std::string("cannot take the semaphore");
-    PtySession sh(programArgv(diagSimBin(), {}));
-    std::string r = sh.waitFor("diag> ") ? "" : "no prompt\n";
-    sh.type("gpmc -m reg -r 1\r");
-    if (!sh.waitFor("holder unknown", 15000)) r += "no wait said:\n" + sh.since();
-    sh.mark();
-    sh.send("\x03");
-    if (!sh.waitFor("diag> ") || sh.since().find("0000: ") != std::string::npos) r += "not stopped:\n" + sh.since();
-    sem_post(sem);
-    sh.mark();
-    sh.type("gpmc -m reg -r 1\r");
-    if (!sh.waitFor("\n0000: ")) r += "the next access:\n" + sh.since();
-    sh.type("q\r");
-    sh.waitExit();
-    sem_close(sem);
+    int lock = open("/dev/shm/diagGPMCSem.lock", O_RDWR);
+    std::string r;
+    for (bool byLockFile : {false, true}) {
+      if (sem == SEM_FAILED || (byLockFile ? flock(lock, LOCK_EX) : sem_wait(sem)) != 0) return std::string("no hold");
+      PtySession sh(programArgv(diagSimBin(), {}));
+      r += sh.waitFor("diag> ") ? "" : "no prompt\n";
+      sh.type("gpmc -m reg -r 1\r");
+      if (!sh.waitFor("waiting for semaphore diagGPMCSem", 15000)) r += "no wait said:\n" + sh.since();
+      sh.mark();
+      sh.send("\x03");
+      if (!sh.waitFor("diag> ") || sh.since().find("0000: ") != std::string::npos) r += "not stopped:\n" + sh.since();
+      byLockFile ? flock(lock, LOCK_UN) : sem_post(sem);
+      sh.mark();
+      sh.type("gpmc -m reg -r 1\r");
+      if (!sh.waitFor("\n0000: ")) r += "the next access:\n" + sh.since();
+      sh.type("q\r");
+      sh.waitExit();
+    }
     return r;
   });
   EXPECT_EQ(report, "");

@@ -83,6 +83,7 @@ TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
       {"zlib", [](Image& i) { setStream(i, "\x78\x9c\xff\xff\xff"); },
        "identity stream does not inflate: zlib error -3 (invalid block type)"},
       {"cut", [](Image& i) { setStream(i, compressed(DOC).substr(0, 1)); }, "identity stream is cut short"},
+      {"bomb", [](Image& i) { setStream(i, compressed(std::string(65537, ' '))); }, "identity inflates to more"},
       {"trailing", [](Image& i) { setStream(i, compressed(DOC) + "xy"); },
        "identity stream ends 2 bytes before its length says"},
       {"xml", [](Image& i) { setStream(i, compressed("<board type=\"0970\">\n<name>x</board>")); },
@@ -98,11 +99,7 @@ TEST(BoardIdCodec, EachDamageIsOneLineThatSaysWhatIsWrong) {
       {"type", [](Image& i) { setStream(i, compressed("<board type=\"97\"/>")); },
        "identity field type \"97\" is malformed: four digits expected"},
       {"label", [](Image& i) { i[4] = '8'; }, "identity type 0970 differs from the label's 0870"},
-      {"date",
-       [](Image& i) {
-         std::string d = DOC;
-         setStream(i, compressed(d.replace(d.find("06-14"), 5, "13-01")));
-       },
+      {"date", [](Image& i) { std::string d = DOC; setStream(i, compressed(d.replace(d.find("06-14"), 5, "13-01"))); },
        "identity field <made> \"2024-13-01\" is malformed: a date YYYY-MM-DD expected"},
   };
   for (const auto& c : cases) {

@@ -7,6 +7,7 @@
 #include <sched.h>
 #include <sys/mount.h>
 #include <sys/socket.h>
+#include <sys/sysmacros.h>
 #include <sys/un.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -18,10 +19,11 @@
 #include "testEnv.h"
 
 namespace {
-// In the child: /dev becomes an empty tmpfs holding only our log socket.
+// In the child: /dev becomes an empty tmpfs holding only our log socket, /dev/null and /dev/shm.
 int bindDevLog() {
   if (unshare(CLONE_NEWNS) != 0 || mount("none", "/", nullptr, MS_REC | MS_PRIVATE, nullptr) != 0 ||
-      mount("none", "/dev", "tmpfs", 0, nullptr) != 0)
+      mount("none", "/dev", "tmpfs", 0, nullptr) != 0 || mkdir("/dev/shm", 01777) != 0 ||
+      mknod("/dev/null", S_IFCHR | 0666, makedev(1, 3)) != 0)
     return -1;
   int s = socket(AF_UNIX, SOCK_DGRAM, 0);
   struct sockaddr_un addr = {};
@@ -53,7 +55,8 @@ void captureSyslog(const std::string& script, const std::string& out) {
 
 TEST(Syslog, LogAllOnSendsLaterMessagesWithTimeStamp) {
   if (geteuid() != 0) GTEST_SKIP() << "needs root for a private mount namespace";
-  writeFile(testPath("sl.txt"), "ec -cd Time\ngpmc -m reg -o 0x100000 -r 1\nlog all on\nec -cd Scan\nlog all off\nec -cd SD\n");
+  writeFile(testPath("sl.txt"), "ec -cd Time\ngpmc -m reg -o 0x100000 -r 1\ni2c -d fctl -o 0x90 -r 4\nlog all on\n"
+                                "ec -cd Scan\nlog all off\nec -cd SD\n");
   pid_t pid = fork();
   if (pid == 0) captureSyslog(testPath("sl.txt"), testPath("sl.out"));
   int status = 0;
@@ -68,10 +71,10 @@ TEST(Syslog, LogAllOnSendsLaterMessagesWithTimeStamp) {
   // The log command's own traces: its exit after switching on, its category line before switching off.
   EXPECT_NE(got.find("function cmdLog - exit"), std::string::npos);
   EXPECT_NE(got.find("category= 3, on= 0"), std::string::npos);
-  // Nothing from before "log all on" (!172A, a failed FPGA read) or after "log all off" (!1723).
-  for (const char* absent : {"category= 3, on= 1", "!172A", "failed to read device", "!1723"})
+  // Nothing from before "log all on" (!172A, a failed FPGA read, a refused I2C one) or after "log all off" (!1723).
+  for (const char* absent : {"category= 3, on= 1", "!172A", "failed to read device", "cannot carry", "!1723"})
     EXPECT_EQ(got.find(absent), std::string::npos) << absent;
   // The terminal still shows everything.
-  for (const char* code : {"!172A\n", "failed to read device 4", "!1729\n", "!1723\n"})
+  for (const char* code : {"!172A\n", "failed to read device 4", "cannot carry", "!1729\n", "!1723\n"})
     EXPECT_NE(readFile(testPath("sl.out.term")).find(code), std::string::npos) << code;
 }
